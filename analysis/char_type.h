@@ -1,0 +1,66 @@
+#pragma once
+// Byte-level classifiers: one position (GetCharType) and runs of one kind
+// (the *Check scanners), plus SjisOrEuc for stretches valid in both codes.
+//
+// Every procedure reads up to two bytes past the position it examines; the
+// caller never asks for a position later than the buffer's last index minus 2.
+// `gaijiAsChar` is ConvMode bit 8: false = strict (gaiji rows are not text),
+// true = permissive (accepted and flagged as gaiji).
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ferrox {
+
+namespace char_type {
+inline constexpr std::uint16_t kNone = 0;
+inline constexpr std::uint16_t kAscii = 0x0001;
+inline constexpr std::uint16_t kJisKanjiIn = 0x0002;   // ESC $ B, ESC $ @
+inline constexpr std::uint16_t kJisKanjiOut = 0x0004;  // ESC ( B, ESC ( J
+inline constexpr std::uint16_t kNeutral = 0x0008;      // TAB, FF, 0x1A
+inline constexpr std::uint16_t kSjisKana = 0x0010;
+inline constexpr std::uint16_t kSjisDouble = 0x0020;
+inline constexpr std::uint16_t kEucKana = 0x0040;
+inline constexpr std::uint16_t kEucDouble = 0x0080;
+inline constexpr std::uint16_t kJisKanaIn = 0x0100;    // ESC ( I, or SO before kana
+inline constexpr std::uint16_t kCr = 0x0200;           // CR not followed by LF
+inline constexpr std::uint16_t kLf = 0x0400;
+inline constexpr std::uint16_t kCrLf = 0x0800;
+inline constexpr std::uint16_t kJisKanaOut = 0x1000;   // SI
+inline constexpr std::uint16_t kSjisGaiji = 0x2000;    // added to kSjisDouble
+inline constexpr std::uint16_t kEucGaiji = 0x4000;     // added to kEucDouble
+inline constexpr std::uint16_t kSjisBits = kSjisKana | kSjisDouble;
+inline constexpr std::uint16_t kEucBits = kEucKana | kEucDouble;
+}  // namespace char_type
+
+// Index into a block buffer. Signed: a scanner that rejects its first byte
+// leaves the position one before where it started.
+using BufIndex = std::ptrdiff_t;
+
+[[nodiscard]] std::uint16_t GetCharType(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2,
+                                        bool gaijiAsChar) noexcept;
+
+// Run scanners. On return `pos` is the index of the last byte consumed, `flags`
+// has gained line-end, code and gaiji bits, `count` the bytes consumed.
+void AsciiCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last,
+                std::uint16_t& flags) noexcept;
+void SjisCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
+               BufIndex& count, bool gaijiAsChar) noexcept;
+void EucCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
+              BufIndex& count, bool gaijiAsChar) noexcept;
+void JisZenCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
+                 BufIndex& count, bool gaijiAsChar) noexcept;
+
+struct SjisOrEucResult {
+  BufIndex sjisLength = 0;  // how far the Shift JIS reading got from the start
+  BufIndex eucLength = 0;   // how far the EUC reading got from the start
+  int sjisGaiji = 0;
+  int eucGaiji = 0;
+  int verdict = 0;          // 0 undecided, 1 Shift JIS, 2 EUC
+};
+
+// Settles a stretch starting at `start` whose type has both a Shift JIS and an EUC bit.
+[[nodiscard]] SjisOrEucResult SjisOrEuc(const std::uint8_t* buf, BufIndex start, BufIndex last,
+                                        bool gaijiAsChar) noexcept;
+
+}  // namespace ferrox

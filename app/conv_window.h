@@ -1,0 +1,41 @@
+#pragma once
+// What the batch driver and the per-file job need from the main window: the
+// pair of path boxes, the two check boxes, messages, one question, progress,
+// the event pump and the ConvBusy flag. The desktop window implements it with
+// Qt widgets; the command line with stderr and SIGINT.
+
+#include <string>
+
+#include "convert/progress_sink.h"
+
+namespace ferrox {
+
+class ConvWindow : public ProgressSink {
+ public:
+  // The two path boxes (UTF-8). Writing the input box lets the window react as
+  // it does to typing (it may survey the file and set the check boxes).
+  [[nodiscard]] virtual std::string InFileText() const = 0;
+  virtual void SetInFileText(const std::string& text) = 0;
+  [[nodiscard]] virtual std::string OutFileText() const = 0;
+  virtual void SetOutFileText(const std::string& text) = 0;
+
+  // chkTextCnv and chkMBCut.
+  [[nodiscard]] virtual bool TextCnvChecked() const = 0;
+  [[nodiscard]] virtual bool MBCutChecked() const = 0;
+
+  virtual void SetConvBusy(bool busy) = 0;
+
+  // One message box (exclamation, OK only) or one line on stderr.
+  virtual void Message(const std::string& text) = 0;
+  // A Yes/No question, No being the default.
+  [[nodiscard]] virtual bool Question(const std::string& text) = 0;
+
+  // Disables (false) or enables (true) the window's controls around a run.
+  virtual void AllEnabled(bool enabled) = 0;
+  // Shows or hides the progress panel of one file (percent labels, hourglass).
+  virtual void ProgressPanel(bool on) = 0;
+  // The system beep after a successful run.
+  virtual void Beep() = 0;
+};
+
+}  // namespace ferrox

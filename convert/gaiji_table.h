@@ -1,0 +1,39 @@
+#pragma once
+// The gaiji table: Shift JIS code -> replacement bytes, from a user-edited
+// CP932 text file. Record 0 is the default replacement ("〓" until a file says
+// otherwise); records 1..n are sorted by code.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace ferrox {
+
+class GaijiTable {
+ public:
+  struct Record {
+    std::uint8_t first = 0;
+    std::uint8_t second = 0;
+    std::string replacement;  // Shift JIS bytes; may be empty (the gaiji disappears)
+  };
+
+  GaijiTable();  // the default table: record 0 only
+
+  // Rebuilds the table from `path`. A missing, empty or partly bad file never
+  // fails: what could be read stays. Returns the number of data records read.
+  std::size_t LoadGaijiTable(const std::string& path);
+
+  // Index of the record for this code, or 0 (the default) when there is none.
+  [[nodiscard]] std::size_t GaijiTableSearch(std::uint8_t first, std::uint8_t second) const noexcept;
+
+  // Copies the replacement of record `index` to out[o...]; returns its length.
+  // The caller advances its output index.
+  std::size_t GaijiSet(std::size_t index, std::uint8_t* out, std::ptrdiff_t o) const noexcept;
+
+  [[nodiscard]] const std::vector<Record>& Records() const noexcept { return records_; }
+
+ private:
+  std::vector<Record> records_;
+};
+
+}  // namespace ferrox
