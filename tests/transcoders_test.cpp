@@ -184,6 +184,11 @@ TEST(AsciiCopy, TextAndLineEnds) {
       {"a\x7f", "a", 1},
       {"a\xb1", "a", 1},
       {"\x0b", "", 0},
+      // Long lines go eight bytes at a time; any odd byte inside a word stops it.
+      {"0123456789abcdef\x7fxyz", "0123456789abcdef", 16},
+      {"0123456\xff" "89abcdef", "0123456", 7},
+      {"0123456789\x1f" "bcdefghij", "0123456789", 10},
+      {"01234567 ~\r\nabcdefghij\nx", "01234567 ~\r\nabcdefghij\r\nx", 24},
   };
   for (const auto& c : cases) {
     const std::string in = "@" + c.in + "\0\0"s;
