@@ -27,4 +27,9 @@ echo "== ferrox convert samples/mac/memo.bin \"out/mac/$mac_name\"" >&2
   (cd "$root" && "$ferrox" survey "$sample")
 done
 echo
+echo "== ferrox survey --flags of each converted file (result code, survey flag word)"
+(cd "$root" && find out -type f | LC_ALL=C sort) | while read -r converted; do
+  printf '%-40s %s\n' "$converted" "$(cd "$root" && "$ferrox" survey --flags "$converted")"
+done
+echo
 echo "Converted files are in $root/out"
