@@ -156,7 +156,7 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   checks->addWidget(cmdInfo_);
   auto* info = new QGridLayout;
   info->addWidget(infoArea, 0, 0);
-  info->addWidget(picCnvMeta_, 0, 0, Qt::AlignVCenter);
+  info->addWidget(picCnvMeta_, 0, 0, Qt::AlignTop);
   auto* buttons = new QHBoxLayout;
   buttons->addWidget(comFerrox_);
   buttons->addStretch(1);

@@ -46,6 +46,7 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
 
   auto* header = new QLabel(QStringLiteral(" 拡張子   タイプ   ｸﾘｴｰﾀ    説明"), this);
   header->setFont(ListFont());
+  header->setContentsMargins(4, 0, 0, 0);  // the list's frame and item margin
   lblNum_ = new QLabel(this);
   lblNum_->setObjectName(QStringLiteral("lblNum"));
   lstSuffix_ = new QListWidget(this);
