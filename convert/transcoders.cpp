@@ -1,6 +1,7 @@
 #include "convert/transcoders.h"
 
 #include <array>
+#include <cstring>
 
 #include "analysis/code_ranges.h"
 #include "convert/conv_mode.h"
@@ -72,13 +73,39 @@ constexpr auto kEucLooseSteps = MakeEucSteps(false);
 
 // JIS X 0208 to Shift JIS: odd rows take the trail bytes 0x40..0x9E (skipping
 // 0x7F), even rows 0x9F..0xFC; two rows share one lead byte.
-inline void JisPair(std::uint8_t j1, std::uint8_t j2, std::uint8_t* s) noexcept {
-  int t2 = (j1 & 1) ? j2 + 31 : j2 + 125;
-  if (t2 >= 127) ++t2;
+constexpr std::uint8_t SjisFirst(int j1) noexcept {
   int t1 = (j1 - 33) / 2 + 129;
   if (t1 > 159) t1 += 64;
-  s[0] = static_cast<std::uint8_t>(t1);
-  s[1] = static_cast<std::uint8_t>(t2);
+  return static_cast<std::uint8_t>(t1);
+}
+
+constexpr std::uint8_t SjisSecond(int j1, int j2) noexcept {
+  int t2 = (j1 & 1) ? j2 + 31 : j2 + 125;
+  if (t2 >= 127) ++t2;
+  return static_cast<std::uint8_t>(t2);
+}
+
+// The same as tables over 7-bit bytes, for the copiers' inner loops.
+struct PairTables {
+  std::array<std::uint8_t, 128> first{};
+  std::array<std::array<std::uint8_t, 128>, 2> second{};  // by parity of the first byte
+};
+
+constexpr PairTables MakePairTables() {
+  PairTables t;
+  for (int j = 0; j < 128; ++j) {
+    t.first[static_cast<std::size_t>(j)] = SjisFirst(j);
+    t.second[0][static_cast<std::size_t>(j)] = SjisSecond(0, j);
+    t.second[1][static_cast<std::size_t>(j)] = SjisSecond(1, j);
+  }
+  return t;
+}
+constexpr PairTables kPair = MakePairTables();
+
+// Writes the Shift JIS pair of a JIS or EUC pair (the high bits are ignored).
+inline void JisPair(std::uint8_t j1, std::uint8_t j2, std::uint8_t* s) noexcept {
+  s[0] = kPair.first[j1 & 0x7F];
+  s[1] = kPair.second[j1 & 1][j2 & 0x7F];
 }
 
 // Writes the replacement of the Shift JIS gaiji s1 s2 at q; returns its length.
@@ -90,6 +117,15 @@ std::size_t ReplaceGaiji(const GaijiTable* table, std::uint8_t s1, std::uint8_t 
     return 2;
   }
   return table->GaijiSet(table->GaijiTableSearch(s1, s2), q, 0);
+}
+
+// True when all eight bytes of w are in 0x20..0x7E.
+constexpr bool AllPrintable(std::uint64_t w) noexcept {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+  constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
+  const std::uint64_t below = (w - kOnes * 0x20) & ~w;  // high bit set where a byte < 0x20
+  const std::uint64_t above = (w + kOnes * 0x01) | w;   // high bit set where a byte >= 0x7F
+  return ((below | above) & kHigh) == 0;
 }
 
 // CR, CR LF and LF all become CR LF. Returns the input bytes taken.
@@ -110,10 +146,7 @@ BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
   while (k <= end) {
     const std::uint8_t b = in[k];
     const Step s = steps[b];
-    if (s == kByte) {
-      *q++ = b;
-      ++k;
-    } else if (s == kLeadByte || s == kLead88) {
+    if (s == kLeadByte || s == kLead88) {
       const std::uint8_t c = in[k + 1];
       if (!code_ranges::IsSjisTrail(c)) return k;
       if constexpr (kMode == Mode::kStrict) {
@@ -130,6 +163,9 @@ BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
       q[1] = c;
       q += 2;
       k += 2;
+    } else if (s == kByte) {
+      *q++ = b;
+      ++k;
     } else if (s == kCr || s == kLf) {
       k += LineEnd(s, in + k, q);
     } else {
@@ -149,7 +185,7 @@ BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*&
     if (s == kLeadByte) {
       const std::uint8_t c = in[k + 1];
       if (!code_ranges::IsEucByte(c)) return k;
-      JisPair(b & 0x7F, c & 0x7F, q);
+      JisPair(b, c, q);
       if constexpr (kMode == Mode::kReplace) {
         if (code_ranges::EucLead(b) == Lead::kGaiji) {
           q += ReplaceGaiji(table, q[0], q[1], q);
@@ -238,6 +274,16 @@ void AsciiCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex&
   std::uint8_t* q = out + o;
   BufIndex k = i;
   while (k <= end) {
+    // Eight printable bytes at a time while the line lasts.
+    while (k + 7 <= end) {
+      std::uint64_t w;
+      std::memcpy(&w, in + k, 8);
+      if (!AllPrintable(w)) break;
+      std::memcpy(q, &w, 8);
+      q += 8;
+      k += 8;
+    }
+    if (k > end) break;
     const std::uint8_t b = in[k];
     const Step s = kAsciiSteps[b];
     if (s == kByte) {
@@ -272,10 +318,8 @@ void JisZenCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex
 }
 
 int JisToSjis(std::uint8_t& s1, std::uint8_t& s2, std::uint8_t j1, std::uint8_t j2) noexcept {
-  std::uint8_t s[2];
-  JisPair(j1, j2, s);
-  s1 = s[0];
-  s2 = s[1];
+  s1 = SjisFirst(j1);
+  s2 = SjisSecond(j1, j2);
   return 2;
 }
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -32,10 +35,12 @@ using Copier = void (*)(std::uint8_t*, const std::uint8_t*, BufIndex&, BufIndex&
 // 0x87 0x40 -> "(1)", 0x85 0x40 -> nothing; every other gaiji -> 〓.
 const GaijiTable& TestTable() {
   static const GaijiTable table = [] {
-    const std::string path = testing::TempDir() + "transcoders_gaiji.txt";
+    // One file per process: CTest runs these tests in parallel.
+    const std::string path = testing::TempDir() + std::to_string(getpid()) + "_transcoders_gaiji.txt";
     std::ofstream(path, std::ios::binary) << "8740,(1)\r\n8540,\r\n";
     GaijiTable t;
     t.LoadGaijiTable(path);
+    std::remove(path.c_str());
     return t;
   }();
   return table;
@@ -184,6 +189,11 @@ TEST(AsciiCopy, TextAndLineEnds) {
       {"a\x7f", "a", 1},
       {"a\xb1", "a", 1},
       {"\x0b", "", 0},
+      // Long lines go eight bytes at a time; any odd byte inside a word stops it.
+      {"0123456789abcdef\x7fxyz", "0123456789abcdef", 16},
+      {"0123456\xff" "89abcdef", "0123456", 7},
+      {"0123456789\x1f" "bcdefghij", "0123456789", 10},
+      {"01234567 ~\r\nabcdefghij\nx", "01234567 ~\r\nabcdefghij\r\nx", 24},
   };
   for (const auto& c : cases) {
     const std::string in = "@" + c.in + "\0\0"s;
