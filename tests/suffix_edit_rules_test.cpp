@@ -101,10 +101,5 @@ TEST(SuffixEditRules, Validation) {
   EXPECT_EQ(r.row, (SuffixEntry{" txt ", "TEXT", "ttxt", "Text"}));
 }
 
-TEST(SuffixEditRules, DeleteQuestion) {
-  EXPECT_EQ(SuffixDeleteQuestion({"doc", "W?BN", "", "Word"}),
-            "拡張子=\"doc\" ﾀｲﾌﾟ=\"W?BN\" ｸﾘｴｰﾀ=無し\n説明「Word」\n\n上の設定を削除します");
-}
-
 }  // namespace
 }  // namespace ferrox

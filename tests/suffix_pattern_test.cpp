@@ -93,12 +93,5 @@ TEST(SuffixTableSort, SortedTableIsLeftAlone) {
   }
 }
 
-TEST(SuffixTableSort, EmptyAndSingleRowTables) {
-  SuffixTable table;
-  EXPECT_EQ(SuffixTableSort(table, -1), -1);
-  table.Append({"a", "B", "", ""});
-  EXPECT_EQ(SuffixTableSort(table, 0), 0);
-}
-
 }  // namespace
 }  // namespace ferrox

@@ -35,23 +35,6 @@ SuffixTable Parsed(std::string_view cp932) {
 
 std::vector<SuffixEntry> Rows(const SuffixTable& table) { return {table.Rows().begin(), table.Rows().end()}; }
 
-TEST(SuffixTable, SentinelFollowsTheRows) {
-  SuffixTable table;
-  EXPECT_EQ(table.RowCount(), 0u);
-  ASSERT_EQ(table.Elements().size(), 1u);
-  table.Append({"gif", "GIFF", "", ""});
-  table.Insert(0, {"jpg", "JPEG", "", ""});
-  table.Insert(9, {"tif", "TIFF", "", ""});  // past the end appends
-  ASSERT_EQ(table.RowCount(), 3u);
-  EXPECT_EQ(table[0].Extension, "jpg");
-  EXPECT_EQ(table[2].Extension, "tif");
-  EXPECT_EQ(table.Elements().back(), SuffixEntry{});
-  table.Erase(1);
-  table.Erase(5);  // no such row: nothing happens
-  EXPECT_EQ(table.RowCount(), 2u);
-  EXPECT_EQ(table.Elements().back(), SuffixEntry{});
-}
-
 TEST(SuffixTable, BuiltInRows) {
   SuffixTable table;
   table.Append({"x", "y", "", ""});
