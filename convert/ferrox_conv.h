@@ -20,11 +20,31 @@ struct ConvOptions {
 inline constexpr std::uint16_t kOpMacBinaryCut = 1;  // job flag: strip the wrapper
 inline constexpr std::uint16_t kOpText = 2;          // job flag: convert as text
 
+inline constexpr std::int32_t kConvBlockSize = 8192;  // bytes read per block
+
+// Copies dataLength bytes from offset dataStart of inPath into outPath, block by
+// block; with kOpText in opFlags each block is converted to Shift JIS with CR LF
+// (typeFlags is the survey flag word of the file). keepHeader first copies the
+// dataStart bytes before the data unchanged. Before each block it shows the
+// progress, lets events run and stops when ConvBusy is false. Data past the end
+// of a shorter input reads as zero bytes.
+//
 // Returns 0, -5 (failed), -6 (cancelled) or -7 (disk full). The output must not
-// exist; on any non-zero result it does not exist afterwards either.
+// exist: the pass creates it and refuses (-5) to write into an existing file.
+// On any non-zero result the file it created is gone.
 [[nodiscard]] int FerroxConv(const std::string& outPath, const std::string& inPath,
                              std::int64_t dataStart, std::int64_t dataLength,
                              std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader,
                              const ConvOptions& options, ProgressSink& progress);
+
+namespace detail {
+// FerroxConv with another block size (at least 3), so that tests can move block
+// boundaries through their input.
+[[nodiscard]] int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
+                                   std::int64_t dataStart, std::int64_t dataLength,
+                                   std::uint16_t opFlags, std::uint16_t typeFlags,
+                                   bool keepHeader, const ConvOptions& options,
+                                   ProgressSink& progress, std::int32_t blockSize);
+}  // namespace detail
 
 }  // namespace ferrox

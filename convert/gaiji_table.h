@@ -30,6 +30,10 @@ class GaijiTable {
   // The caller advances its output index.
   std::size_t GaijiSet(std::size_t index, std::uint8_t* out, std::ptrdiff_t o) const noexcept;
 
+  // Length of the longest replacement, default included: an output buffer
+  // that grows by more than two bytes per gaiji must allow for it.
+  [[nodiscard]] std::size_t LongestReplacement() const noexcept;
+
   [[nodiscard]] const std::vector<Record>& Records() const noexcept { return records_; }
 
  private:

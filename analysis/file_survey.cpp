@@ -1,0 +1,354 @@
+// The file survey: chunk surveyors, the chunked read of a byte range, and the
+// survey of a named file with its one-entry memory.
+
+#include "analysis/file_survey.h"
+
+// ferrox
+#include "analysis/char_type.h"
+#include "analysis/survey_flags.h"
+#include "convert/conv_mode.h"
+
+// std
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <system_error>
+#include <vector>
+
+namespace ferrox {
+namespace {
+
+namespace ct = char_type;
+
+// Sets the first-code mark when none is set yet.
+void Mark(std::uint16_t& mark, std::uint16_t value) noexcept {
+  if (mark == 0) {
+    mark = value;
+  }
+}
+
+// A binary byte: tolerated while the allowance lasts. False when it makes the
+// range binary.
+bool TolerateBinary(ChunkSurveyState& state) noexcept {
+  if (state.Allowance < 1) {
+    state.Verdict = -1;
+    return false;
+  }
+  state.Flags |= survey::kBinTolerated;
+  --state.Allowance;
+  return true;
+}
+
+// Where to go on after SjisOrEuc: the index of the last byte taken.
+BufIndex AfterSjisOrEuc(const SjisOrEucResult& r, BufIndex i, std::uint16_t& mark,
+                        std::uint16_t& flags) noexcept {
+  const BufIndex s = i + r.sjisLength;
+  const BufIndex e = i + r.eucLength;
+  BufIndex next = 0;
+  if (r.verdict == 1) {
+    Mark(mark, survey::kMarkSjis);
+    flags |= survey::kSjis;
+    if (r.sjisGaiji > 0) {
+      flags |= survey::kSjisGaiji;
+    }
+    next = s;
+  } else if (r.verdict == 2) {
+    Mark(mark, survey::kMarkEuc);
+    flags |= survey::kEuc;
+    if (r.eucGaiji > 0) {
+      flags |= survey::kEucGaiji;
+    }
+    next = e;
+  } else if (s == e || mark == survey::kMarkSjis) {
+    next = s;
+  } else if (mark == survey::kMarkEuc) {
+    next = e;
+  } else if ((flags & survey::kSjis) != 0 && (flags & survey::kEuc) == 0) {
+    next = s;
+  } else if ((flags & survey::kEuc) != 0 && (flags & survey::kSjis) == 0) {
+    next = e;
+  } else {
+    next = std::max(s, e);
+  }
+  return next - 1;
+}
+
+void FinishChunk(ChunkSurveyState& state, BufIndex i, BufIndex last,
+                 std::uint16_t mark) noexcept {
+  state.Carry = static_cast<std::size_t>(last - i + 1);
+  if ((state.Flags & survey::kMarkMask) == 0) {
+    state.Flags |= mark;
+  }
+  state.Verdict = 0;
+}
+
+bool IsSjisDouble(std::uint8_t b0, std::uint8_t b1, bool gaijiAsChar,
+                  bool& gaiji) noexcept {
+  if (b0 <= 0x80) {
+    return false;
+  }
+  const std::uint16_t type = GetCharType(b0, b1, 0, gaijiAsChar);
+  gaiji = (type & ct::kSjisGaiji) != 0;
+  return (type & ct::kSjisDouble) != 0;
+}
+
+}  // namespace
+
+std::int64_t BinaryAllowance(std::int64_t length, std::int16_t binRate) noexcept {
+  // Round half to even (the default floating-point rounding mode).
+  return static_cast<std::int64_t>(
+      std::nearbyint(static_cast<double>(length) / 100.0 * static_cast<double>(binRate)));
+}
+
+void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
+                    bool gaijiAsChar) noexcept {
+  const std::uint8_t* b = chunk.data();
+  const auto last = static_cast<BufIndex>(chunk.size()) - 1;
+  const BufIndex stop = last - 2;
+  std::uint16_t mark = state.Flags & survey::kMarkMask;
+  std::uint16_t& flags = state.Flags;
+  BufIndex i = 0;
+  for (; i <= stop; ++i) {
+    const std::uint16_t type = GetCharType(b[i], b[i + 1], b[i + 2], gaijiAsChar);
+    BufIndex count = 0;
+    if (type == ct::kAscii) {
+      AsciiCheck(b, i, stop, flags);
+    } else if (type == ct::kCrLf) {
+      flags |= survey::kCrLf;
+      ++i;
+    } else if (type == ct::kCr) {
+      flags |= survey::kCr;
+    } else if (type == ct::kLf) {
+      flags |= survey::kLf;
+    } else if (type == ct::kNeutral) {
+      // tab, form feed, 0x1A
+    } else if (type == ct::kJisKanjiIn) {
+      flags |= survey::kJis;
+      Mark(mark, survey::kMarkSjis);
+      if (i + 3 < stop) {
+        i += 3;
+        JisZenCheck(b, i, stop, flags, count, gaijiAsChar);
+      } else {
+        i += 2;
+      }
+    } else if (type == ct::kJisKanjiOut) {
+      flags |= survey::kJis;
+      Mark(mark, survey::kMarkJisKanji);
+      i += 2;
+    } else if (type == ct::kJisKanaIn) {
+      flags |= survey::kJis;
+      Mark(mark, survey::kMarkJisKana);
+      if (b[i] == 0x1B) {
+        i += 2;
+      }
+    } else if (type == ct::kJisKanaOut) {
+      flags |= survey::kJis;
+      Mark(mark, survey::kMarkSjis);
+    } else if ((type & ct::kEucBits) != 0 && (type & ct::kSjisBits) == 0) {
+      EucCheck(b, i, stop, flags, count, gaijiAsChar);
+      Mark(mark, survey::kMarkEuc);
+    } else if ((type & ct::kSjisBits) != 0 && (type & ct::kEucBits) == 0) {
+      SjisCheck(b, i, stop, flags, count, gaijiAsChar);
+      Mark(mark, survey::kMarkSjis);
+    } else if ((type & ct::kSjisBits) != 0 && (type & ct::kEucBits) != 0) {
+      i = AfterSjisOrEuc(SjisOrEuc(b, i, stop, gaijiAsChar), i, mark, flags);
+    } else if (!TolerateBinary(state)) {
+      return;
+    }
+  }
+  FinishChunk(state, i, last, mark);
+}
+
+void TextBinaryChk3Lite(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
+                        bool gaijiAsChar) noexcept {
+  const std::uint8_t* b = chunk.data();
+  const auto last = static_cast<BufIndex>(chunk.size()) - 1;
+  const BufIndex stop = last - 2;
+  std::uint16_t mark = state.Flags & survey::kMarkMask;
+  std::uint16_t& flags = state.Flags;
+  BufIndex i = 0;
+  for (; i <= stop; ++i) {
+    const std::uint8_t c = b[i];
+    bool gaiji = false;
+    if ((c >= 0x20 && c <= 0x7E) || c == 0x09 || c == 0x0C) {
+      continue;
+    }
+    if (c >= 0xA0 && c <= 0xDF) {
+      flags |= survey::kSjis;
+      Mark(mark, survey::kMarkSjis);
+    } else if (c == 0x0D) {
+      if (b[i + 1] == 0x0A) {
+        flags |= survey::kCrLf;
+        ++i;
+      } else {
+        flags |= survey::kCr;
+      }
+    } else if (c == 0x0A) {
+      flags |= survey::kLf;
+    } else if (IsSjisDouble(c, b[i + 1], gaijiAsChar, gaiji)) {
+      flags |= survey::kSjis;
+      if (gaiji) {
+        flags |= survey::kSjisGaiji;
+      }
+      Mark(mark, survey::kMarkSjis);
+      ++i;
+    } else if (!TolerateBinary(state)) {
+      return;
+    }
+  }
+  FinishChunk(state, i, last, mark);
+}
+
+bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::int64_t length,
+                    const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
+                    std::size_t chunkSize) {
+  flags = 0;
+  if (length <= 0) {
+    return true;
+  }
+  chunkSize = std::max<std::size_t>(chunkSize, 3);
+  ChunkSurveyState state;
+  state.Allowance = BinaryAllowance(length, settings.BinRate);
+  const bool full = (settings.ConvMode & conv_mode::kFull) != 0;
+  const bool gaijiAsChar = conv_mode::GaijiAsChar(settings.ConvMode);
+
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    return false;
+  }
+  std::vector<std::uint8_t> buf;
+  std::int64_t offset = start;
+  std::int64_t remaining = length;
+  while (remaining >= 3) {
+    sink.PumpEvents();
+    const auto size = static_cast<std::size_t>(
+        std::min<std::int64_t>(remaining, static_cast<std::int64_t>(chunkSize)));
+    buf.resize(size);
+    in.seekg(offset);
+    if (!in.read(reinterpret_cast<char*>(buf.data()), static_cast<std::streamsize>(size))) {
+      return false;
+    }
+    if (full) {
+      TextBinaryChk3(buf, state, gaijiAsChar);
+    } else {
+      TextBinaryChk3Lite(buf, state, gaijiAsChar);
+    }
+    if (state.Verdict == -1) {
+      return true;  // binary: flags stay 0
+    }
+    const auto consumed = static_cast<std::int64_t>(size - state.Carry);
+    offset += consumed;
+    remaining -= consumed;
+  }
+  std::uint16_t result = state.Flags;
+  if ((result & survey::kMarkMask) == 0) {
+    result |= survey::kMarkSjis;
+  }
+  // The byte at the end of the surveyed range, which is the cut when ChkSize
+  // shortened the range, not necessarily the file's last byte.
+  char lastByte = 0;
+  in.clear();
+  in.seekg(start + length - 1);
+  if (!in.get(lastByte)) {
+    return false;
+  }
+  if (static_cast<unsigned char>(lastByte) == 0x1A) {
+    result |= survey::kEndsWithEof;
+  }
+  flags = result;
+  return true;
+}
+
+namespace {
+
+// The text before which an absolute path must start: leading blanks and, for
+// a quoted list, one double quote.
+bool NamesAbsolutePath(const std::string& path) {
+  std::size_t i = path.find_first_not_of(' ');
+  if (i == std::string::npos) {
+    return false;
+  }
+  if (path[i] == '"') {
+    ++i;
+  }
+  return i < path.size() && path[i] == '/';
+}
+
+}  // namespace
+
+int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& settings,
+                            ProgressSink& sink, MacBinaryInfo& info, std::uint16_t& flags) {
+  namespace fs = std::filesystem;
+  if (!NamesAbsolutePath(path)) {
+    return survey_result::kUnreadable;
+  }
+  if (path.find_first_of("*?") != std::string::npos) {
+    return survey_result::kWildcard;
+  }
+  const std::size_t first = path.find_first_not_of(' ');
+  if (path[first] == '"') {
+    return survey_result::kQuoted;
+  }
+  std::error_code ec;
+  const fs::path p(path);
+  const fs::file_status status = fs::status(p, ec);
+  if (ec || !fs::exists(status)) {
+    return survey_result::kUnreadable;
+  }
+  if (fs::is_directory(status)) {
+    return survey_result::kFolder;
+  }
+  // A pipe or a device could block or never end: only regular files are surveyed.
+  if (!fs::is_regular_file(status)) {
+    return survey_result::kUnreadable;
+  }
+  const auto length = static_cast<std::int64_t>(fs::file_size(p, ec));
+  if (ec) {
+    return survey_result::kUnreadable;
+  }
+  const fs::file_time_type modified = fs::last_write_time(p, ec);
+  if (ec) {
+    return survey_result::kUnreadable;
+  }
+  if (valid_ && path_ == path && length_ == length && modified_ == modified &&
+      settings_ == settings) {
+    if (result_ == survey_result::kMacBinary) {
+      info = info_;
+    }
+    flags = flags_;
+    return result_;
+  }
+
+  MacBinaryInfo mac;
+  int result = survey_result::kOrdinary;
+  std::int64_t start = 0;
+  std::int64_t range = length;
+  if (MBInfGet(p, mac) == 0) {
+    result = survey_result::kMacBinary;
+    start = kMacBinaryHeaderSize;
+    range = mac.DataLength;
+  }
+  if (settings.ChkSize >= 1 && range > settings.ChkSize) {
+    range = settings.ChkSize;
+  }
+  std::uint16_t found = 0;
+  if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
+    return survey_result::kUnreadable;
+  }
+
+  valid_ = true;
+  path_ = path;
+  length_ = length;
+  modified_ = modified;
+  settings_ = settings;
+  info_ = mac;
+  flags_ = found;
+  result_ = result;
+  if (result == survey_result::kMacBinary) {
+    info = mac;
+  }
+  flags = found;
+  return result;
+}
+
+}  // namespace ferrox

@@ -1,0 +1,96 @@
+#pragma once
+// The file survey: from a bounded sample of a file, text or binary, which
+// character codes, which line ends, and whether it ends with 0x1A. The result
+// is the survey flag word of survey_flags.h.
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+
+#include "analysis/macbinary.h"
+#include "convert/progress_sink.h"
+
+namespace ferrox {
+
+// The settings the survey reads, passed as values.
+struct SurveySettings {
+  std::int32_t ChkSize = 10000;  // bytes surveyed; below 1 = no limit
+  std::int16_t BinRate = 3;      // percent of binary bytes tolerated in text
+  std::uint16_t ConvMode = 12;   // bit 4: full surveyor; bit 8: gaiji count as characters
+
+  friend bool operator==(const SurveySettings&, const SurveySettings&) = default;
+};
+
+// Results of FileTypeChk.
+namespace survey_result {
+inline constexpr int kOrdinary = 0;     // an ordinary file, surveyed from byte 0
+inline constexpr int kMacBinary = 1;    // a MacBinary file, its data fork surveyed from byte 128
+inline constexpr int kUnreadable = -1;  // not an absolute path, missing, not a regular file, or unreadable
+inline constexpr int kFolder = -2;      // the path names a folder
+inline constexpr int kWildcard = -3;    // the path holds "*" or "?"
+inline constexpr int kQuoted = -4;      // after leading blanks the path begins with '"'
+}  // namespace survey_result
+
+// What a chunk surveyor carries from one chunk to the next.
+struct ChunkSurveyState {
+  std::uint16_t Flags = 0;      // the survey flag word so far
+  std::int64_t Allowance = 0;   // binary bytes still tolerated
+  int Verdict = 0;              // 0 text so far, -1 binary
+  std::size_t Carry = 0;        // bytes at the chunk's end not examined (0..2): present them again
+};
+
+// The binary allowance of a range: length / 100 * binRate, rounded half to even.
+[[nodiscard]] std::int64_t BinaryAllowance(std::int64_t length, std::int16_t binRate) noexcept;
+
+// Full chunk surveyor: ASCII, Shift JIS, EUC-JP and JIS. Positions up to the
+// chunk's last index minus 2 are examined; the rest is left in `state.Carry`.
+void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
+                    bool gaijiAsChar) noexcept;
+
+// Light chunk surveyor: Shift JIS and line ends only; ESC and 0x1A are binary.
+void TextBinaryChk3Lite(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
+                        bool gaijiAsChar) noexcept;
+
+inline constexpr std::size_t kSurveyChunkSize = 8192;
+
+// Surveys `length` bytes of `path` from `start`, in chunks of at most
+// `chunkSize` bytes (at least 3), letting `sink` pump events before each.
+// `flags` is cleared first and holds the survey flag word on return (0 =
+// binary). Returns false when the file cannot be read; `flags` is then 0.
+[[nodiscard]] bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start,
+                                  std::int64_t length, const SurveySettings& settings,
+                                  ProgressSink& sink, std::uint16_t& flags,
+                                  std::size_t chunkSize = kSurveyChunkSize);
+
+// Surveys named files and remembers the last one: a second survey of the same
+// path, with the same length, modification time and settings, is answered
+// without reading the file.
+class FileSurvey {
+ public:
+  FileSurvey() = default;
+  FileSurvey(const FileSurvey&) = delete;
+  FileSurvey& operator=(const FileSurvey&) = delete;
+
+  // Checks `path` (UTF-8), detects a MacBinary header and surveys the data
+  // fork or the whole file, cut to ChkSize. Returns a survey_result code;
+  // `info` is filled for kMacBinary, `flags` is set for 0 and 1.
+  [[nodiscard]] int FileTypeChk(const std::string& path, const SurveySettings& settings,
+                                ProgressSink& sink, MacBinaryInfo& info, std::uint16_t& flags);
+
+  // Drops the remembered survey.
+  void Forget() noexcept { valid_ = false; }
+
+ private:
+  bool valid_ = false;
+  std::string path_;
+  std::int64_t length_ = 0;
+  std::filesystem::file_time_type modified_{};
+  SurveySettings settings_{};
+  MacBinaryInfo info_{};
+  std::uint16_t flags_ = 0;
+  int result_ = 0;
+};
+
+}  // namespace ferrox

@@ -1,0 +1,52 @@
+#pragma once
+// MacBinary header: recognise, read and rewrite the 128-byte header, and the
+// Macintosh information block of the survey report.
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "platform/file_times.h"
+#include "suffix/suffix_entry.h"
+
+namespace ferrox {
+
+inline constexpr std::int64_t kMacBinaryHeaderSize = 128;
+
+struct MacBinaryInfo {
+  std::string FileName;            // original Macintosh name, UTF-8 (decoded from CP932)
+  std::int32_t DataLength = 0;     // data fork length: 24 bits, 0..16,777,215
+  std::int32_t ResourceLength = 0; // resource fork length: 24 bits; may exceed what the file holds
+  std::string FileType;            // up to 4 printable ASCII characters, blanks trimmed
+  std::string Creator;             // likewise
+  DateTime Created;                // Macintosh seconds, no zone shift
+  DateTime Modified;
+
+  friend bool operator==(const MacBinaryInfo&, const MacBinaryInfo&) = default;
+};
+
+// Reads a header already in memory. `fileLength` is the length of the whole
+// file the header starts. nullopt when the bytes are not a MacBinary header.
+[[nodiscard]] std::optional<MacBinaryInfo> ParseMacBinaryHeader(
+    std::span<const std::uint8_t, 128> header, std::int64_t fileLength);
+
+// 0 when `path` starts with a valid MacBinary header (`info` is filled),
+// 1 when it does not or cannot be read (`info` is left as it was).
+[[nodiscard]] int MBInfGet(const std::filesystem::path& path, MacBinaryInfo& info);
+
+// Rewrites the fork lengths of the header of `path` after a conversion that
+// kept it: bytes 83..86 get `dataLength` (big-endian; lengths above
+// 0xFFFFFFFF are written as 0xFFFFFFFF), bytes 87..90 get 0. Every other
+// header byte is kept. 0 when done, 1 when the file is shorter than 128 bytes
+// or cannot be read or written.
+[[nodiscard]] int MBInfPut(const std::filesystem::path& path, std::int64_t dataLength);
+
+// Appends the Macintosh information block (it starts with an empty line, and
+// every line ends with CR LF) to `report`. `match` is the suffix table's entry
+// for the file's type and creator, or null when none matches.
+void AppendMacBinaryInfo(std::string& report, const MacBinaryInfo& info,
+                         const SuffixEntry* match);
+
+}  // namespace ferrox

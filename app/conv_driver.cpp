@@ -1,0 +1,289 @@
+#include "app/conv_driver.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "app/conv_window.h"
+#include "app/conversion_settings.h"
+#include "app/entry_list.h"
+#include "app/folder_listing.h"
+#include "app/path_helpers.h"
+#include "convert/result_code.h"
+
+namespace ferrox {
+
+namespace {
+
+std::string Join(const std::string& folder, const std::string& name) {
+  if (!folder.empty() && folder.back() == '/') return folder + name;
+  return folder + "/" + name;
+}
+
+bool SameFolder(const std::string& a, const std::string& b) {
+  struct stat sa {};
+  struct stat sb {};
+  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
+         sa.st_ino == sb.st_ino;
+}
+
+std::string InputNotFound(const std::string& input) { return "入力ﾌｧｲﾙ [" + input + "] が見つかりません"; }
+
+}  // namespace
+
+ConvDriver::ConvDriver(ConvWindow& window, ConversionSettings& settings, const GaijiTable* gaiji)
+    : window_(window), settings_(settings), gaiji_(gaiji) {}
+
+int ConvDriver::Ferrox_Click_Etc(bool restore) {
+  const std::string inBox = window_.InFileText();
+  const std::string outBox = window_.OutFileText();
+  if (TrimBlanks(inBox).empty()) {
+    window_.Message("入力ﾌｧｲﾙが指定されていません");
+    return result::kInputSide;
+  }
+  if (TrimLeftBlanks(inBox).front() == '"') {
+    entryMode_ = entry_mode::kList;
+  } else {
+    singleIn_ = NormalizeEntry(inBox);
+    if (singleIn_.size() > kMaxPathBytes) {
+      window_.Message(InputNotFound(inBox));
+      return result::kInputSide;
+    }
+    singleOut_ = NormalizeEntry(outBox);
+    if (singleOut_.size() > kMaxPathBytes) {
+      window_.Message("出力ﾌｧｲﾙ/ﾌｫﾙﾀﾞ名が長すぎます");
+      return result::kOutputSide;
+    }
+    if (HasWildcard(inBox)) {
+      entryMode_ = entry_mode::kWildcard;
+    } else if (!FileExists(singleIn_)) {
+      window_.Message(InputNotFound(inBox));
+      return result::kInputSide;
+    } else {
+      entryMode_ = IsFolder(singleIn_) ? entry_mode::kFolder : entry_mode::kOneFile;
+    }
+  }
+
+  window_.SetConvBusy(true);
+  const std::uint16_t savedFileMode = settings_.FileMode;
+  const std::uint16_t savedExecMode = settings_.ExecMode;
+  if (entryMode_ != entry_mode::kOneFile) {
+    settings_.FileMode |= file_mode::kBatch;
+    settings_.ExecMode |= exec_mode::kAuto | exec_mode::kEndAfterAuto;
+  }
+
+  window_.AllEnabled(false);
+  const int rc = Ferrox_Click_EtcSub1();
+  window_.AllEnabled(true);
+
+  entryMode_ = entry_mode::kOneFile;
+  window_.SetConvBusy(false);
+  settings_.FileMode = savedFileMode;
+  settings_.ExecMode = savedExecMode;
+
+  if (restore) {
+    window_.SetInFileText({});
+    window_.SetInFileText(inBox);
+    window_.SetOutFileText({});
+    window_.SetOutFileText(outBox);
+  }
+  return rc;
+}
+
+int ConvDriver::Ferrox_Click_EtcSub1() {
+  std::vector<std::string> inputs;
+  std::vector<std::string> outputs;
+  if (entryMode_ == entry_mode::kList) {
+    inputs = CommaToDim(window_.InFileText());
+    outputs = CommaToDim(window_.OutFileText());
+    if (inputs.size() != outputs.size()) {
+      window_.Message("入力ﾌｧｲﾙと出力ﾌｧｲﾙの数が一致しません");
+      return result::kInputSide;
+    }
+  } else {
+    inputs.push_back(singleIn_);
+    outputs.push_back(singleOut_);
+  }
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (const int rc = CheckPair(inputs[i], outputs[i]); rc != 0) return rc;
+  }
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (const int rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]); rc != 0) return rc;
+  }
+  return result::kDone;
+}
+
+// The output kind rules: a file never goes onto an existing folder or a name
+// ending in "/", and a folder never onto an existing file.
+int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
+  if (input.empty()) {
+    window_.Message("入力ﾌｧｲﾙ [" + input + "] が不正です");
+    return result::kInputSide;
+  }
+  const bool wild = HasWildcard(input);
+  bool wrongKind = output.empty();
+  if (!wrongKind && !wild && FileExists(input)) {
+    if (IsFolder(input)) {
+      wrongKind = IsFile(output);
+    } else {
+      wrongKind = IsFolder(output) || output.back() == '/';
+    }
+  }
+  if (wrongKind) {
+    window_.Message("出力ﾌｧｲﾙ [" + output + "] が不正です");
+    return result::kOutputSide;
+  }
+  if (HasWildcard(output)) {
+    window_.Message("[" + output + "] 出力ﾌｧｲﾙにﾜｲﾙﾄﾞｶｰﾄﾞは指定できません");
+    return result::kOutputSide;
+  }
+  if (wild) {
+    const std::string folder = GetParentFolder(input);
+    if (folder.empty()) {
+      window_.Message("[" + input + "] ﾊﾟｽ（ﾌｫﾙﾀﾞ名）が指定されていません");
+      return result::kInputSide;
+    }
+    if (HasWildcard(folder)) {
+      window_.Message("[" + input + "] ﾜｲﾙﾄﾞｶｰﾄﾞはﾊﾟｽの途中で使用できません");
+      return result::kInputSide;
+    }
+    if (FileExists(output) && !IsFolder(output)) {
+      window_.Message("出力ﾌｫﾙﾀﾞ [" + output + "] が不正です");
+      return result::kOutputSide;
+    }
+  } else if (!FileExists(input)) {
+    window_.Message(InputNotFound(input));
+    return result::kInputSide;
+  }
+  return result::kDone;
+}
+
+int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string& output) {
+  if (!HasWildcard(input)) {
+    if (!IsFolder(input)) return ConvertPair(input, output);
+    if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
+    if (!FileExists(output) && !MakeFolder(output)) {
+      window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
+      return result::kOutputSide;
+    }
+    outputRoot_ = output;
+    return Ferrox_Click_EtcSub3(input, output);
+  }
+
+  const std::string inFolder = AddPathSeparator(GetParentFolder(input));
+  const std::string outFolder = AddPathSeparator(output);
+  const std::string pattern = input.substr(input.find_last_of('/') + 1);
+  const FolderListing listing = ListFolder(inFolder, pattern);
+  // One list in name order, as a listing of the pattern would give it.
+  std::vector<std::pair<std::string, bool>> entries;
+  for (const auto& name : listing.files) entries.emplace_back(name, false);
+  for (const auto& name : listing.folders) entries.emplace_back(name, true);
+  std::sort(entries.begin(), entries.end());
+
+  if (!IsFolder(outFolder) && !MakeFolder(outFolder)) {
+    window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
+    return result::kOutputSide;
+  }
+  outputRoot_ = outFolder;
+  for (const auto& [name, isFolder] : entries) {
+    int rc = result::kDone;
+    if (isFolder) {
+      if ((settings_.FileMode & file_mode::kFolderSelect) == 0) continue;
+      if (IsOutputRoot(inFolder + name)) continue;
+      if (!IsFolder(outFolder + name) && !MakeFolder(outFolder + name)) {
+        window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
+        return result::kOutputSide;
+      }
+      rc = Ferrox_Click_EtcSub3(inFolder + name, outFolder + name);
+    } else {
+      rc = ConvertPair(inFolder + name, outFolder + name);
+    }
+    if (rc != 0) return rc;
+  }
+  return result::kDone;
+}
+
+int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder) {
+  // The whole listing is taken before anything is converted, so files the run
+  // writes into this folder (backups, outputs) are never taken as inputs.
+  const FolderListing listing = ListFolder(inFolder);
+  for (const auto& name : listing.files) {
+    if (const int rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != 0) return rc;
+  }
+  if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
+  for (const auto& name : listing.folders) {
+    const std::string inSub = Join(inFolder, name);
+    const std::string outSub = Join(outFolder, name);
+    if (IsOutputRoot(inSub)) continue;  // an output folder inside the input is not walked again
+    if (!FileExists(outSub) && !MakeFolder(outSub)) {
+      window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
+      return result::kOutputSide;
+    }
+    if (const int rc = Ferrox_Click_EtcSub3(inSub, outSub); rc != 0) return rc;
+  }
+  return result::kDone;
+}
+
+bool ConvDriver::IsOutputRoot(const std::string& folder) const {
+  return !outputRoot_.empty() && SameFolder(folder, outputRoot_);
+}
+
+int ConvDriver::ConvertPair(const std::string& input, const std::string& output) {
+  window_.SetInFileText(input);
+  window_.SetOutFileText(output);
+  window_.PumpEvents();
+  return Ferrox_Click_File();
+}
+
+int ConvDriver::Ferrox_Click_File() {
+  if (!window_.ConvBusy()) return result::kCancelled;
+  std::uint16_t flags = 0;
+  if (window_.TextCnvChecked()) flags |= kJobText;
+  if (window_.MBCutChecked()) flags |= kJobMacBinaryCut;
+  if (flags == 0 && entryMode_ == entry_mode::kOneFile) {
+    window_.Message("変換設定がされていません");
+    return result::kSettingsSide;
+  }
+
+  const std::string inPath = window_.InFileText();
+  const std::string outPath = window_.OutFileText();
+  const std::string folder = GetParentFolder(outPath);
+  if (!folder.empty()) {
+    const bool usable = FileExists(folder) ? IsFolder(folder) : MakeFolder(folder);
+    if (!usable) {
+      window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
+      return result::kOutputSide;
+    }
+  }
+
+  const JobContext context{window_, settings_, gaiji_};
+  switch (Ferrox(outPath, inPath, flags, context)) {
+    case result::kDiskFull:
+      window_.Message("作業領域(" + GetPathRoot(WorkFolder()) +
+                      "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした");
+      return result::kInputSide;
+    case result::kCancelled:
+      return result::kCancelled;
+    case result::kFailed:
+      window_.Message("変換出来ませんでした");
+      return result::kInputSide;
+    case result::kSettings:
+      window_.Message("変換設定に誤りがあります");
+      return result::kSettingsSide;
+    case result::kOutputEmpty:
+      window_.Message("出力ﾌｧｲﾙが指定されていません");
+      return result::kOutputSide;
+    case result::kInputEmpty:
+      window_.Message("入力ﾌｧｲﾙが指定されていません");
+      return result::kInputSide;
+    case result::kInputNotFound:
+      window_.Message(InputNotFound(inPath));
+      return result::kInputSide;
+    default:
+      return result::kDone;
+  }
+}
+
+}  // namespace ferrox

@@ -1,0 +1,66 @@
+#pragma once
+// The batch driver: turns the two path boxes of the window into one-file jobs.
+// It classifies the input entry (one file, folder, wildcard, quoted list),
+// checks every pair before any file is touched, forces the batch settings for
+// the length of the run, walks files and folders, and hands each pair to
+// Ferrox_Click_File through the window's path boxes. Every message goes to the
+// window; results are 0, -1 input side, -2 output side, -3 settings, -6
+// cancelled. A window that gets -6 from Ferrox_Click_Etc closes itself.
+
+#include <cstdint>
+#include <string>
+
+#include "app/ferrox_job.h"
+
+namespace ferrox {
+
+class ConvWindow;
+class GaijiTable;
+struct ConversionSettings;
+
+namespace entry_mode {
+inline constexpr std::uint16_t kOneFile = 0;
+inline constexpr std::uint16_t kPending = 1;  // the window's first activation has not run yet
+inline constexpr std::uint16_t kFolder = 2;
+inline constexpr std::uint16_t kWildcard = 3;
+inline constexpr std::uint16_t kList = 4;
+}  // namespace entry_mode
+
+// Longest path the driver accepts, in bytes (the Linux PATH_MAX less its NUL).
+inline constexpr std::size_t kMaxPathBytes = 4095;
+
+class ConvDriver {
+ public:
+  ConvDriver(ConvWindow& window, ConversionSettings& settings, const GaijiTable* gaiji);
+  ConvDriver(const ConvDriver&) = delete;
+  ConvDriver& operator=(const ConvDriver&) = delete;
+
+  // The whole run. With `restore` the user's box texts are put back at the end
+  // (the convert button); automatic mode passes false.
+  [[nodiscard]] int Ferrox_Click_Etc(bool restore);
+
+  // One file: the pair as it stands in the two boxes, flags from the two check
+  // boxes. Shows the job's message, if any.
+  [[nodiscard]] int Ferrox_Click_File();
+
+  [[nodiscard]] std::uint16_t EntryMode() const noexcept { return entryMode_; }
+  void SetEntryMode(std::uint16_t mode) noexcept { entryMode_ = mode; }
+
+ private:
+  int Ferrox_Click_EtcSub1();
+  int Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
+  int Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
+  int CheckPair(const std::string& input, const std::string& output);
+  int ConvertPair(const std::string& input, const std::string& output);
+  [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
+
+  ConvWindow& window_;
+  ConversionSettings& settings_;
+  const GaijiTable* gaiji_;
+  std::uint16_t entryMode_ = entry_mode::kOneFile;
+  std::string singleIn_;   // the cleaned box texts of a one-pair run
+  std::string singleOut_;
+  std::string outputRoot_;  // output folder of the current walk; never walked as input
+};
+
+}  // namespace ferrox

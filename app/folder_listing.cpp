@@ -1,0 +1,80 @@
+#include "app/folder_listing.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+namespace ferrox {
+
+namespace {
+
+char LowerAscii(char c) noexcept {
+  return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// Length of the UTF-8 sequence that starts with `lead` (1 for a stray byte).
+std::size_t SequenceLength(unsigned char lead) noexcept {
+  if (lead >= 0xF0 && lead < 0xF8) return 4;
+  if (lead >= 0xE0) return lead < 0xF0 ? 3 : 1;
+  if (lead >= 0xC0) return 2;
+  return 1;
+}
+
+}  // namespace
+
+bool WildcardMatch(std::string_view pattern, std::string_view name) {
+  if (pattern == "*.*") return true;
+  std::size_t p = 0;
+  std::size_t n = 0;
+  std::size_t starP = std::string_view::npos;
+  std::size_t starN = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && pattern[p] == '*') {
+      starP = p++;
+      starN = n;
+    } else if (p < pattern.size() && pattern[p] == '?') {
+      ++p;
+      n = std::min(name.size(), n + SequenceLength(static_cast<unsigned char>(name[n])));
+    } else if (p < pattern.size() && LowerAscii(pattern[p]) == LowerAscii(name[n])) {
+      ++p;
+      ++n;
+    } else if (starP != std::string_view::npos) {
+      p = starP + 1;
+      n = ++starN;
+    } else {
+      return false;
+    }
+  }
+  while (p < pattern.size() && pattern[p] == '*') ++p;
+  return p == pattern.size();
+}
+
+FolderListing ListFolder(const std::string& folder, std::string_view pattern) {
+  FolderListing listing;
+  DIR* dir = ::opendir(folder.c_str());
+  if (dir == nullptr) return listing;
+  std::string base = folder;
+  if (base.empty() || base.back() != '/') base += '/';
+  while (const dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    if (!pattern.empty() && !WildcardMatch(pattern, name)) continue;
+    const std::string path = base + name;
+    struct stat own {};
+    struct stat target {};
+    if (::lstat(path.c_str(), &own) != 0) continue;
+    if (S_ISDIR(own.st_mode)) {
+      listing.folders.push_back(name);
+    } else if (S_ISREG(own.st_mode) ||
+               (S_ISLNK(own.st_mode) && ::stat(path.c_str(), &target) == 0 && S_ISREG(target.st_mode))) {
+      listing.files.push_back(name);
+    }
+  }
+  ::closedir(dir);
+  std::sort(listing.files.begin(), listing.files.end());
+  std::sort(listing.folders.begin(), listing.folders.end());
+  return listing;
+}
+
+}  // namespace ferrox

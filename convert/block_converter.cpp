@@ -1,0 +1,284 @@
+// The full and the light block converter of the conversion pass.
+
+#include "convert/block_converter.h"
+
+// ferrox
+#include "analysis/survey_flags.h"
+#include "convert/conv_mode.h"
+
+namespace ferrox {
+
+namespace {
+
+namespace ct = char_type;
+
+constexpr bool IsPrintable(std::uint8_t b) noexcept { return b >= 0x20 && b <= 0x7E; }
+
+constexpr bool IsSjisLead(std::uint8_t b) noexcept {
+  return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
+}
+
+// Types of the bytes below 0x80 whose type does not depend on the bytes after
+// them; kAsk marks those that need the classifier (or, for CR, one look-ahead).
+constexpr std::uint16_t kAsk = 0xFFFF;
+
+struct FixedTypes {
+  std::uint16_t type[128];
+};
+
+constexpr FixedTypes MakeFixedTypes() noexcept {
+  FixedTypes t{};
+  for (int b = 0; b < 128; ++b) t.type[b] = ct::kNone;
+  for (int b = 0x20; b <= 0x7E; ++b) t.type[b] = ct::kAscii;
+  t.type[0x09] = ct::kNeutral;
+  t.type[0x0C] = ct::kNeutral;
+  t.type[0x1A] = ct::kNeutral;
+  t.type[0x0A] = ct::kLf;
+  t.type[0x0F] = ct::kJisKanaOut;
+  t.type[0x0D] = kAsk;  // CR or CR LF
+  t.type[0x0E] = kAsk;  // SO: kana-in only before kana
+  t.type[0x1B] = kAsk;  // ESC: one of the escape sequences or nothing
+  return t;
+}
+
+constexpr FixedTypes kFixed = MakeFixedTypes();
+
+inline std::uint16_t TypeAt(const std::uint8_t* p, bool gaijiAsChar) noexcept {
+  const std::uint8_t b = p[0];
+  if (b < 0x80) {
+    const std::uint16_t t = kFixed.type[b];
+    if (t != kAsk) return t;
+    if (b == 0x0D) return p[1] == 0x0A ? ct::kCrLf : ct::kCr;
+  }
+  return GetCharType(b, p[1], p[2], gaijiAsChar);
+}
+
+inline void PutCrLf(std::uint8_t* out, BufIndex& o) noexcept {
+  out[o] = 0x0D;
+  out[o + 1] = 0x0A;
+  o += 2;
+}
+
+// A run copier that refuses its first byte leaves i one before it; the byte is
+// then dropped so that the converter always moves on.
+inline void CopySjisRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                        BufIndex end, const GaijiPolicy& policy) noexcept {
+  const BufIndex start = i;
+  BufIndex consumed = 0;
+  SjisCopy(out, in, o, i, end, consumed, policy);
+  if (consumed == 0) i = start;
+}
+
+inline void CopyEucRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                       BufIndex end, const GaijiPolicy& policy) noexcept {
+  const BufIndex start = i;
+  BufIndex consumed = 0;
+  EucCopy(out, in, o, i, end, consumed, policy);
+  if (consumed == 0) i = start;
+}
+
+inline void CopyJisKanjiRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                            BufIndex end, const GaijiPolicy& policy) noexcept {
+  const BufIndex start = i;
+  BufIndex consumed = 0;
+  JisZenCopy(out, in, o, i, end, consumed, policy);
+  if (consumed == 0) i = start;
+}
+
+}  // namespace
+
+BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMode,
+                                  const GaijiTable* table) noexcept {
+  BlockSettings s;
+  s.typeFlags = typeFlags;
+  s.gaijiAsChar = conv_mode::GaijiAsChar(convMode);
+  s.policy = GaijiPolicy::FromConvMode(convMode, table);
+  return s;
+}
+
+std::uint16_t BlockSettings::BaseState() const noexcept {
+  return (typeFlags & survey::kEuc) != 0 ? code_state::kEuc : code_state::kSjis;
+}
+
+std::uint16_t QuickCharType(const std::uint8_t* b, bool gaijiAsChar) noexcept {
+  return TypeAt(b, gaijiAsChar);
+}
+
+BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
+                       const BlockSettings& settings, BufIndex& carry,
+                       std::uint16_t& codeState) noexcept {
+  using namespace code_state;
+  const BufIndex last = length - 1;
+  const BufIndex end = last - 2;
+  const bool gaijiAsChar = settings.gaijiAsChar;
+  const GaijiPolicy& policy = settings.policy;
+  const std::uint16_t base = settings.BaseState();
+  std::uint16_t s = codeState;
+  BufIndex o = 0;
+  BufIndex i = 0;
+
+  while (i <= end) {
+    const std::uint8_t b = in[i];
+    if (s != kJisKanji && s != kJisKana) {
+      if (IsPrintable(b)) {
+        AsciiCopy(out, in, o, i, end);
+        ++i;
+        continue;
+      }
+      const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
+      if (t == ct::kCrLf) {
+        PutCrLf(out, o);
+        ++i;
+      } else if (t == ct::kCr || t == ct::kLf) {
+        PutCrLf(out, o);
+      } else if (t == ct::kNeutral) {
+        if (b != 0x1A) out[o++] = b;  // every end-of-file byte goes; the pass may add one
+      } else if (t == ct::kJisKanjiIn) {
+        s = kJisKanji;
+        i += 2;
+      } else if (t == ct::kJisKanjiOut) {
+        s = base;
+        i += 2;
+      } else if (t == ct::kJisKanaIn) {
+        if (b == 0x1B) i += 2;
+        s = kJisKana;
+      } else if (t == ct::kJisKanaOut) {
+        s = base;
+      } else if (t == ct::kNone) {
+        // junk byte: dropped
+      } else if (t == ct::kEucKana || t == ct::kEucDouble ||
+                 t == (ct::kEucDouble | ct::kEucGaiji)) {
+        CopyEucRun(out, in, o, i, end, policy);
+        s = kEuc;
+      } else if ((t & ct::kSjisBits) == 0) {
+        // an EUC gaiji reading that fits nothing else: dropped
+      } else if ((t & ct::kEucBits) == 0) {
+        CopySjisRun(out, in, o, i, end, policy);
+        s = kSjis;
+      } else {
+        int verdict = SjisOrEuc(in, i, end, gaijiAsChar).verdict;
+        if (verdict == 0) {
+          // Undecided: stay with the code in force, else the file's base code.
+          if (s == kEuc) {
+            verdict = 2;
+          } else if (s == kSjis) {
+            verdict = 1;
+          } else {
+            verdict = base == kEuc ? 2 : 1;
+          }
+        }
+        if (verdict == 1) {
+          CopySjisRun(out, in, o, i, end, policy);
+          s = kSjis;
+        } else {
+          CopyEucRun(out, in, o, i, end, policy);
+          s = kEuc;
+        }
+      }
+    } else if (s == kJisKana && IsPrintable(b)) {
+      // Half-width katakana shifted into 7 bits: 0x20 .. 0x5F map to 0xA0 ..
+      // 0xDF (a blank becomes 0xA0); the rest of the printable range is dropped.
+      do {
+        const std::uint8_t k = in[i];
+        if (k <= 0x5F) out[o++] = static_cast<std::uint8_t>(k + 0x80);
+        ++i;
+      } while (i <= end && IsPrintable(in[i]));
+      continue;
+    } else if (IsPrintable(b)) {  // inside a JIS kanji sequence
+      CopyJisKanjiRun(out, in, o, i, end, policy);
+    } else {
+      // Inside a JIS sequence everything but the shifts is dropped, line ends
+      // included: JIS text returns to ASCII before its line end.
+      const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
+      if (t == ct::kJisKanaOut) {
+        s = base;
+      } else if (t == ct::kJisKanaIn) {
+        if (b == 0x1B) i += 2;
+        s = kJisKana;
+      } else if (t == ct::kJisKanjiIn) {
+        s = kJisKanji;
+        i += 2;
+      } else if (t == ct::kJisKanjiOut) {
+        s = base;
+        i += 2;
+      }
+    }
+    ++i;
+  }
+
+  codeState = s;
+  carry = last - i + 1;
+  return o;
+}
+
+namespace {
+
+enum class LiteClass : std::uint8_t { kDrop, kAscii, kSingle, kCr, kLf, kLead };
+
+struct LiteTable {
+  LiteClass cls[256];
+};
+
+constexpr LiteTable MakeLiteTable() noexcept {
+  LiteTable t{};
+  for (int b = 0; b < 256; ++b) {
+    const auto u = static_cast<std::uint8_t>(b);
+    LiteClass c = LiteClass::kDrop;
+    if (IsPrintable(u)) {
+      c = LiteClass::kAscii;
+    } else if (u == 0x09 || u == 0x0C || (u >= 0xA0 && u <= 0xDF)) {
+      c = LiteClass::kSingle;
+    } else if (u == 0x0D) {
+      c = LiteClass::kCr;
+    } else if (u == 0x0A) {
+      c = LiteClass::kLf;
+    } else if (IsSjisLead(u)) {
+      c = LiteClass::kLead;
+    }
+    t.cls[b] = c;
+  }
+  return t;
+}
+
+constexpr LiteTable kLite = MakeLiteTable();
+
+}  // namespace
+
+BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
+                           const BlockSettings& settings, BufIndex& carry) noexcept {
+  const BufIndex last = length - 1;
+  const BufIndex end = last - 2;
+  const GaijiPolicy& policy = settings.policy;
+  BufIndex o = 0;
+  BufIndex i = 0;
+
+  while (i <= end) {
+    const std::uint8_t b = in[i];
+    switch (kLite.cls[b]) {
+      case LiteClass::kAscii:
+        AsciiCopy(out, in, o, i, end);
+        break;
+      case LiteClass::kSingle:
+        out[o++] = b;
+        break;
+      case LiteClass::kCr:
+        if (in[i + 1] == 0x0A) ++i;
+        PutCrLf(out, o);
+        break;
+      case LiteClass::kLf:
+        PutCrLf(out, o);
+        break;
+      case LiteClass::kLead:
+        CopySjisRun(out, in, o, i, end, policy);
+        break;
+      case LiteClass::kDrop:
+        break;  // controls, ESC, 0x1A, 0x7F, 0x80, 0xFD .. 0xFF
+    }
+    ++i;
+  }
+
+  carry = last - i + 1;
+  return o;
+}
+
+}  // namespace ferrox

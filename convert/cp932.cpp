@@ -1,0 +1,139 @@
+#include "convert/cp932.h"
+
+#include <iconv.h>
+
+#include <cerrno>
+#include <cstdint>
+
+namespace ferrox::cp932 {
+namespace {
+
+// One iconv descriptor per direction and thread, opened on first use: opening
+// costs far more than converting a short text.
+class Converter {
+ public:
+  Converter(const char* to, const char* from) noexcept : cd_(iconv_open(to, from)) {}
+  ~Converter() {
+    if (Ok()) iconv_close(cd_);
+  }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  [[nodiscard]] bool Ok() const noexcept { return cd_ != reinterpret_cast<iconv_t>(-1); }
+
+  // Converts as much of [in, in + left) as it can into `out`. Returns 0 when
+  // all was converted, else the errno that stopped it (EILSEQ or EINVAL); `in`
+  // and `left` then point at the offending bytes.
+  int Run(const char*& in, std::size_t& left, std::string& out) {
+    iconv(cd_, nullptr, nullptr, nullptr, nullptr);
+    char buffer[1024];
+    while (left > 0) {
+      char* dst = buffer;
+      std::size_t room = sizeof buffer;
+      char* src = const_cast<char*>(in);
+      const std::size_t rc = iconv(cd_, &src, &left, &dst, &room);
+      const int err = rc == static_cast<std::size_t>(-1) ? errno : 0;
+      in = src;
+      out.append(buffer, static_cast<std::size_t>(dst - buffer));
+      if (err == E2BIG) continue;
+      if (err != 0) return err;
+    }
+    return 0;
+  }
+
+ private:
+  iconv_t cd_;
+};
+
+Converter& Decoder() {
+  thread_local Converter c("UTF-8", "CP932");
+  return c;
+}
+
+Converter& Encoder() {
+  thread_local Converter c("CP932", "UTF-8");
+  return c;
+}
+
+// Length of the UTF-8 sequence that starts with `lead`; 1 for a stray byte.
+std::size_t Utf8Length(unsigned char lead) noexcept {
+  if (lead >= 0xF0 && lead <= 0xF4) return 4;
+  if (lead >= 0xE0 && lead <= 0xEF) return 3;
+  if (lead >= 0xC2 && lead <= 0xDF) return 2;
+  return 1;
+}
+
+// Shift JIS lead bytes that CP932 uses; a refused lead takes its trail with it
+// when the trail is plausible, so one bad character gives one U+FFFD.
+bool IsLead(unsigned char b) noexcept { return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC); }
+bool IsTrail(unsigned char b) noexcept { return b >= 0x40 && b <= 0xFC && b != 0x7F; }
+
+}  // namespace
+
+bool Available() {
+  if (!Decoder().Ok() || !Encoder().Ok()) return false;
+  // "日本" both ways, with a CP932-only character (①, 0x87 0x40).
+  const std::string sjis = "\x93\xfa\x96\x7b\x87\x40";
+  const std::string utf8 = "\xe6\x97\xa5\xe6\x9c\xac\xe2\x91\xa0";
+  const auto back = FromUtf8(utf8);
+  return ToUtf8(sjis) == utf8 && back && *back == sjis;
+}
+
+std::string ToUtf8(std::string_view cp932) {
+  std::string out;
+  out.reserve(cp932.size() * 3 / 2);
+  Converter& c = Decoder();
+  const char* in = cp932.data();
+  std::size_t left = cp932.size();
+  if (!c.Ok()) {
+    // Without iconv only ASCII can be shown faithfully.
+    for (const char ch : cp932) out += static_cast<unsigned char>(ch) < 0x80 ? ch : '?';
+    return out;
+  }
+  while (c.Run(in, left, out) != 0) {
+    out += "\xef\xbf\xbd";
+    const auto b = static_cast<unsigned char>(in[0]);
+    std::size_t skip = 1;
+    if (IsLead(b) && left >= 2 && IsTrail(static_cast<unsigned char>(in[1]))) skip = 2;
+    in += skip;
+    left -= skip;
+  }
+  return out;
+}
+
+std::optional<std::string> FromUtf8(std::string_view utf8) {
+  Converter& c = Encoder();
+  if (!c.Ok()) return std::nullopt;
+  std::string out;
+  out.reserve(utf8.size());
+  const char* in = utf8.data();
+  std::size_t left = utf8.size();
+  if (c.Run(in, left, out) != 0) return std::nullopt;
+  return out;
+}
+
+std::string FromUtf8Lossy(std::string_view utf8) {
+  std::string out;
+  out.reserve(utf8.size());
+  Converter& c = Encoder();
+  const char* in = utf8.data();
+  std::size_t left = utf8.size();
+  if (!c.Ok()) {
+    for (const char ch : utf8) out += static_cast<unsigned char>(ch) < 0x80 ? ch : '?';
+    return out;
+  }
+  while (c.Run(in, left, out) != 0) {
+    out += '?';
+    // Skip the lead and only the continuation bytes that really follow it.
+    const std::size_t want = Utf8Length(static_cast<unsigned char>(in[0]));
+    std::size_t skip = 1;
+    while (skip < want && skip < left && (static_cast<unsigned char>(in[skip]) & 0xC0) == 0x80) ++skip;
+    in += skip;
+    left -= skip;
+  }
+  return out;
+}
+
+std::size_t SjisWidth(std::string_view utf8) { return FromUtf8Lossy(utf8).size(); }
+
+}  // namespace ferrox::cp932

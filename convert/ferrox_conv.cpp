@@ -1,0 +1,184 @@
+// The conversion pass: block loop, progress, cancel and failure handling.
+
+#include "convert/ferrox_conv.h"
+
+// ferrox
+#include "convert/block_converter.h"
+#include "convert/block_io.h"
+#include "convert/conv_mode.h"
+#include "convert/gaiji_table.h"
+#include "convert/keta_soroe.h"
+#include "convert/result_code.h"
+
+// std
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <new>
+#include <vector>
+
+namespace ferrox {
+
+namespace {
+
+constexpr std::size_t kReadChunk = 256 * 1024;
+constexpr std::size_t kFlushAt = 256 * 1024;
+
+int FailureCode() noexcept {
+  return (errno == ENOSPC || errno == EDQUOT) ? result::kDiskFull : result::kFailed;
+}
+
+// Converted bytes one block can give at most: a lone line end doubles, and a
+// gaiji pair may be replaced by a longer string of the table.
+std::size_t ConvertedBound(std::size_t blockBytes, const BlockSettings& settings) {
+  std::size_t perPair = 4;
+  if (settings.policy.mode == GaijiPolicy::Mode::kReplace && settings.policy.table != nullptr) {
+    for (const auto& record : settings.policy.table->Records()) {
+      perPair = std::max(perPair, record.replacement.size());
+    }
+  }
+  return (blockBytes / 2 + 1) * perPair + 8;
+}
+
+class Pass {
+ public:
+  Pass(const ConvOptions& options, ProgressSink& progress, std::int32_t blockSize,
+       std::uint16_t typeFlags, bool text)
+      : options_(options),
+        progress_(progress),
+        blockSize_(static_cast<std::size_t>(blockSize)),
+        text_(text),
+        full_((options.convMode & conv_mode::kFull) != 0),
+        lineSize_(options.lineSize),
+        settings_(BlockSettings::Make(typeFlags, options.convMode, options.gaiji)),
+        convertedMax_(ConvertedBound(blockSize_ + 2, settings_)),
+        outputMax_(lineSize_ > 0 ? 3 * convertedMax_ + 8 : convertedMax_),
+        reader_(kReadChunk, blockSize_),
+        out_(kFlushAt, std::max(outputMax_, blockSize_)) {
+    if (text_ && lineSize_ > 0) converted_.resize(convertedMax_ + 2);
+  }
+
+  int Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
+          std::int64_t dataLength, bool keepHeader, std::uint16_t typeFlags);
+
+ private:
+  bool CopyHeader(std::int64_t length);
+  bool TextBlock(const std::uint8_t* in, std::size_t length, bool last);
+
+  const ConvOptions& options_;
+  ProgressSink& progress_;
+  std::size_t blockSize_;
+  bool text_;
+  bool full_;
+  std::int32_t lineSize_;
+  BlockSettings settings_;
+  std::size_t convertedMax_;
+  std::size_t outputMax_;
+  BlockReader reader_;
+  OutputFile out_;
+  std::vector<std::uint8_t> converted_;  // folding input: converted block + two zeros
+  BufIndex carry_ = 0;
+  std::uint16_t codeState_ = 0;
+  std::int32_t column_ = 0;
+};
+
+bool Pass::CopyHeader(std::int64_t length) {
+  for (std::int64_t at = 0; at < length;) {
+    const auto n = static_cast<std::size_t>(
+        std::min<std::int64_t>(length - at, static_cast<std::int64_t>(blockSize_)));
+    const std::uint8_t* p = reader_.Block(at, n, 0);
+    if (p == nullptr || !out_.Append(p, n)) return false;
+    at += static_cast<std::int64_t>(n);
+  }
+  return true;
+}
+
+bool Pass::TextBlock(const std::uint8_t* in, std::size_t length, bool last) {
+  const auto inLength = static_cast<BufIndex>(length);
+  const bool fold = lineSize_ > 0;
+  std::uint8_t* dst = fold ? converted_.data() : out_.Space(outputMax_);
+  if (dst == nullptr) return false;
+  BufIndex n = full_ ? FerroxConvSub(dst, in, inLength, settings_, carry_, codeState_)
+                     : FerroxConvSubLite(dst, in, inLength, settings_, carry_);
+  if (last) carry_ = 0;
+  if (fold) {
+    converted_[static_cast<std::size_t>(n)] = 0;
+    converted_[static_cast<std::size_t>(n) + 1] = 0;
+    std::uint8_t* folded = out_.Space(outputMax_);
+    if (folded == nullptr) return false;
+    n = KetaSoroe(folded, converted_.data(), n + 2, column_, lineSize_);
+  }
+  out_.Commit(static_cast<std::size_t>(n));
+  return true;
+}
+
+int Pass::Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
+              std::int64_t dataLength, bool keepHeader, std::uint16_t typeFlags) {
+  if (text_) codeState_ = typeFlags & 0x0F00;
+  if (!reader_.Open(inPath, dataStart + dataLength)) return result::kFailed;
+  // Copies of binary data keep the holes of a sparse input.
+  if (!out_.Create(outPath, !text_)) return FailureCode();
+  if (keepHeader && !CopyHeader(dataStart)) return FailureCode();
+
+  std::int64_t readPos = dataStart;
+  std::int64_t remaining = dataLength;
+  while (remaining >= 1) {
+    progress_.ShowProgress(dataLength - remaining, dataLength);
+    progress_.PumpEvents();
+    if (!progress_.ConvBusy()) {
+      out_.Discard();
+      return result::kCancelled;
+    }
+    const auto blockLength = static_cast<std::size_t>(
+        std::min<std::int64_t>(remaining, static_cast<std::int64_t>(blockSize_)));
+    const bool last = static_cast<std::int64_t>(blockLength) == remaining;
+    const std::uint8_t* in = reader_.Block(readPos, blockLength, text_ && last ? 2 : 0);
+    if (in == nullptr) return FailureCode();
+    if (!text_) {
+      if (!out_.Append(in, blockLength)) return FailureCode();
+    } else if (!TextBlock(in, last ? blockLength + 2 : blockLength, last)) {
+      return FailureCode();
+    }
+    const std::int64_t consumed = static_cast<std::int64_t>(blockLength) - carry_;
+    remaining -= consumed;
+    readPos += consumed;
+  }
+
+  if (text_ && (options_.convMode & conv_mode::kAppendEof) != 0) {
+    const std::uint8_t eof = 0x1A;
+    if (!out_.Append(&eof, 1)) return FailureCode();
+  }
+  if (!out_.Finish()) return FailureCode();
+  return result::kDone;
+}
+
+}  // namespace
+
+namespace detail {
+
+int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
+                     std::int64_t dataStart, std::int64_t dataLength, std::uint16_t opFlags,
+                     std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
+                     ProgressSink& progress, std::int32_t blockSize) {
+  if (dataStart < 0 || dataLength < 0 || blockSize < 3 ||
+      dataLength > std::numeric_limits<std::int64_t>::max() - dataStart) {
+    return result::kFailed;
+  }
+  try {
+    Pass pass(options, progress, blockSize, typeFlags, (opFlags & kOpText) != 0);
+    return pass.Run(outPath, inPath, dataStart, dataLength, keepHeader, typeFlags);
+  } catch (const std::bad_alloc&) {
+    return result::kFailed;  // the pass's destructor has removed its output
+  }
+}
+
+}  // namespace detail
+
+int FerroxConv(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
+               std::int64_t dataLength, std::uint16_t opFlags, std::uint16_t typeFlags,
+               bool keepHeader, const ConvOptions& options, ProgressSink& progress) {
+  return detail::FerroxConvBlocks(outPath, inPath, dataStart, dataLength, opFlags, typeFlags,
+                                  keepHeader, options, progress, kConvBlockSize);
+}
+
+}  // namespace ferrox

@@ -1,0 +1,54 @@
+// Line folding of converted text at a fixed width in bytes.
+
+#include "convert/keta_soroe.h"
+
+namespace ferrox {
+
+namespace {
+
+constexpr bool IsSjisLead(std::uint8_t b) noexcept {
+  return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
+}
+
+constexpr bool IsSjisTrail(std::uint8_t b) noexcept { return b >= 0x40 && b <= 0xFC && b != 0x7F; }
+
+inline void Break(std::uint8_t* out, BufIndex& o, std::int32_t& c) noexcept {
+  out[o] = 0x0D;
+  out[o + 1] = 0x0A;
+  o += 2;
+  c = 0;
+}
+
+}  // namespace
+
+BufIndex KetaSoroe(std::uint8_t* out, const std::uint8_t* in, BufIndex length, std::int32_t& column,
+                   std::int32_t lineSize) noexcept {
+  const BufIndex end = length - 3;
+  std::int32_t c = column;
+  BufIndex o = 0;
+  for (BufIndex j = 0; j <= end; ++j) {
+    const std::uint8_t b = in[j];
+    if (b == 0x0D) {
+      out[o] = b;
+      out[o + 1] = in[j + 1];
+      o += 2;
+      ++j;
+      c = 0;
+    } else if (IsSjisLead(b) && IsSjisTrail(in[j + 1])) {
+      if (c + 2 > lineSize) Break(out, o, c);
+      out[o] = b;
+      out[o + 1] = in[j + 1];
+      o += 2;
+      ++j;
+      c += 2;
+    } else {
+      if (c + 1 > lineSize) Break(out, o, c);
+      out[o++] = b;
+      ++c;
+    }
+  }
+  column = c;
+  return o;
+}
+
+}  // namespace ferrox

@@ -1,0 +1,334 @@
+#include "convert/transcoders.h"
+
+#include <array>
+#include <cstring>
+
+#include "analysis/code_ranges.h"
+#include "convert/conv_mode.h"
+#include "convert/gaiji_table.h"
+
+namespace ferrox {
+namespace {
+
+using code_ranges::Lead;
+using Mode = GaijiPolicy::Mode;
+
+// What a run copier does with the byte at its position.
+enum Step : std::uint8_t { kStop, kByte, kLeadByte, kLead88, kSs2, kCr, kLf };
+
+constexpr void Fill(std::array<Step, 256>& t, int lo, int hi, Step s) {
+  for (int b = lo; b <= hi; ++b) t[static_cast<std::size_t>(b)] = s;
+}
+
+constexpr std::array<Step, 256> MakeAsciiSteps() {
+  std::array<Step, 256> t{};
+  Fill(t, 0x20, 0x7E, kByte);
+  t[0x09] = kByte;
+  t[0x0C] = kByte;
+  t[0x0D] = kCr;
+  t[0x0A] = kLf;
+  return t;
+}
+
+constexpr std::array<Step, 256> MakeSjisSteps(bool strict) {
+  std::array<Step, 256> t{};
+  t[0x09] = kByte;
+  t[0x20] = kByte;
+  Fill(t, 0xA0, 0xDF, kByte);
+  t[0x0D] = kCr;
+  t[0x0A] = kLf;
+  if (strict) {
+    Fill(t, 0x81, 0x84, kLeadByte);
+    Fill(t, 0x89, 0x9F, kLeadByte);
+    Fill(t, 0xE0, 0xEA, kLeadByte);
+    t[0x88] = kLead88;
+  } else {
+    Fill(t, 0x81, 0x9F, kLeadByte);
+    Fill(t, 0xE0, 0xFC, kLeadByte);
+  }
+  return t;
+}
+
+constexpr std::array<Step, 256> MakeEucSteps(bool strict) {
+  std::array<Step, 256> t{};
+  t[0x09] = kByte;
+  t[0x20] = kByte;
+  t[0x8E] = kSs2;
+  t[0x0D] = kCr;
+  t[0x0A] = kLf;
+  if (strict) {
+    Fill(t, 0xA1, 0xA8, kLeadByte);
+    Fill(t, 0xB0, 0xF4, kLeadByte);
+  } else {
+    Fill(t, 0xA1, 0xFE, kLeadByte);
+  }
+  return t;
+}
+
+constexpr auto kAsciiSteps = MakeAsciiSteps();
+constexpr auto kSjisStrictSteps = MakeSjisSteps(true);
+constexpr auto kSjisLooseSteps = MakeSjisSteps(false);
+constexpr auto kEucStrictSteps = MakeEucSteps(true);
+constexpr auto kEucLooseSteps = MakeEucSteps(false);
+
+// JIS X 0208 to Shift JIS: odd rows take the trail bytes 0x40..0x9E (skipping
+// 0x7F), even rows 0x9F..0xFC; two rows share one lead byte.
+constexpr std::uint8_t SjisFirst(int j1) noexcept {
+  int t1 = (j1 - 33) / 2 + 129;
+  if (t1 > 159) t1 += 64;
+  return static_cast<std::uint8_t>(t1);
+}
+
+constexpr std::uint8_t SjisSecond(int j1, int j2) noexcept {
+  int t2 = (j1 & 1) ? j2 + 31 : j2 + 125;
+  if (t2 >= 127) ++t2;
+  return static_cast<std::uint8_t>(t2);
+}
+
+// The same as tables over 7-bit bytes, for the copiers' inner loops.
+struct PairTables {
+  std::array<std::uint8_t, 128> first{};
+  std::array<std::array<std::uint8_t, 128>, 2> second{};  // by parity of the first byte
+};
+
+constexpr PairTables MakePairTables() {
+  PairTables t;
+  for (int j = 0; j < 128; ++j) {
+    t.first[static_cast<std::size_t>(j)] = SjisFirst(j);
+    t.second[0][static_cast<std::size_t>(j)] = SjisSecond(0, j);
+    t.second[1][static_cast<std::size_t>(j)] = SjisSecond(1, j);
+  }
+  return t;
+}
+constexpr PairTables kPair = MakePairTables();
+
+// Writes the Shift JIS pair of a JIS or EUC pair (the high bits are ignored).
+inline void JisPair(std::uint8_t j1, std::uint8_t j2, std::uint8_t* s) noexcept {
+  s[0] = kPair.first[j1 & 0x7F];
+  s[1] = kPair.second[j1 & 1][j2 & 0x7F];
+}
+
+// Writes the replacement of the Shift JIS gaiji s1 s2 at q; returns its length.
+std::size_t ReplaceGaiji(const GaijiTable* table, std::uint8_t s1, std::uint8_t s2,
+                         std::uint8_t* q) noexcept {
+  if (table == nullptr) {
+    q[0] = 0x81;  // 〓
+    q[1] = 0xAC;
+    return 2;
+  }
+  return table->GaijiSet(table->GaijiTableSearch(s1, s2), q, 0);
+}
+
+// True when all eight bytes of w are in 0x20..0x7E.
+constexpr bool AllPrintable(std::uint64_t w) noexcept {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+  constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
+  const std::uint64_t below = (w - kOnes * 0x20) & ~w;  // high bit set where a byte < 0x20
+  const std::uint64_t above = (w + kOnes * 0x01) | w;   // high bit set where a byte >= 0x7F
+  return ((below | above) & kHigh) == 0;
+}
+
+// CR, CR LF and LF all become CR LF. Returns the input bytes taken.
+inline BufIndex LineEnd(Step s, const std::uint8_t* p, std::uint8_t*& q) noexcept {
+  q[0] = 0x0D;
+  q[1] = 0x0A;
+  q += 2;
+  return (s == kCr && p[1] == 0x0A) ? 2 : 1;
+}
+
+// Each run below returns the index of the first byte it did not take, and
+// advances q past what it wrote.
+
+template <Mode kMode>
+BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*& q,
+                 const GaijiTable* table) noexcept {
+  const auto& steps = kMode == Mode::kStrict ? kSjisStrictSteps : kSjisLooseSteps;
+  while (k <= end) {
+    const std::uint8_t b = in[k];
+    const Step s = steps[b];
+    if (s == kLeadByte || s == kLead88) {
+      const std::uint8_t c = in[k + 1];
+      if (!code_ranges::IsSjisTrail(c)) return k;
+      if constexpr (kMode == Mode::kStrict) {
+        if (s == kLead88 && c < 0x9E) return k;
+      }
+      if constexpr (kMode == Mode::kReplace) {
+        if (code_ranges::SjisLead(b, c) == Lead::kGaiji) {
+          q += ReplaceGaiji(table, b, c, q);
+          k += 2;
+          continue;
+        }
+      }
+      q[0] = b;
+      q[1] = c;
+      q += 2;
+      k += 2;
+    } else if (s == kByte) {
+      *q++ = b;
+      ++k;
+    } else if (s == kCr || s == kLf) {
+      k += LineEnd(s, in + k, q);
+    } else {
+      return k;
+    }
+  }
+  return k;
+}
+
+template <Mode kMode>
+BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*& q,
+                const GaijiTable* table) noexcept {
+  const auto& steps = kMode == Mode::kStrict ? kEucStrictSteps : kEucLooseSteps;
+  while (k <= end) {
+    const std::uint8_t b = in[k];
+    const Step s = steps[b];
+    if (s == kLeadByte) {
+      const std::uint8_t c = in[k + 1];
+      if (!code_ranges::IsEucByte(c)) return k;
+      JisPair(b, c, q);
+      if constexpr (kMode == Mode::kReplace) {
+        if (code_ranges::EucLead(b) == Lead::kGaiji) {
+          q += ReplaceGaiji(table, q[0], q[1], q);
+          k += 2;
+          continue;
+        }
+      }
+      q += 2;
+      k += 2;
+    } else if (s == kByte) {
+      *q++ = b;
+      ++k;
+    } else if (s == kSs2) {
+      // 0xA0 is taken too, one below the EUC kana range, as the classifier does.
+      const std::uint8_t c = in[k + 1];
+      if (c < 0xA0 || c > 0xDF) return k;
+      *q++ = c;
+      k += 2;
+    } else if (s == kCr || s == kLf) {
+      k += LineEnd(s, in + k, q);
+    } else {
+      return k;
+    }
+  }
+  return k;
+}
+
+template <Mode kMode>
+BufIndex JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*& q,
+                   const GaijiTable* table) noexcept {
+  while (k <= end) {
+    const std::uint8_t b = in[k];
+    const std::uint8_t c = in[k + 1];
+    if (c < 0x21 || c > 0x7E) return k;
+    const Lead lead = code_ranges::JisLead(b);
+    if (lead == Lead::kNone) return k;
+    if constexpr (kMode == Mode::kStrict) {
+      if (lead == Lead::kGaiji) return k;
+    }
+    JisPair(b, c, q);
+    if constexpr (kMode == Mode::kReplace) {
+      if (lead == Lead::kGaiji) {
+        q += ReplaceGaiji(table, q[0], q[1], q);
+        k += 2;
+        continue;
+      }
+    }
+    q += 2;
+    k += 2;
+  }
+  return k;
+}
+
+using RunFn = BufIndex (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*&,
+                           const GaijiTable*) noexcept;
+
+// The mode is chosen once per call; the loop itself never tests it.
+inline void CopyRun(RunFn strict, RunFn pass, RunFn replace, std::uint8_t* out,
+                    const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
+                    BufIndex& consumed, const GaijiPolicy& policy) noexcept {
+  const RunFn run = policy.mode == Mode::kStrict ? strict
+                    : policy.mode == Mode::kPass ? pass
+                                                 : replace;
+  std::uint8_t* q = out + o;
+  const BufIndex stop = run(in, i, end, q, policy.table);
+  consumed = stop - i;
+  o = q - out;
+  i = stop - 1;
+}
+
+}  // namespace
+
+GaijiPolicy GaijiPolicy::FromConvMode(std::uint16_t convMode, const GaijiTable* table) noexcept {
+  GaijiPolicy p;
+  p.table = table;
+  if (!conv_mode::GaijiAsChar(convMode)) {
+    p.mode = Mode::kStrict;
+  } else {
+    p.mode = (convMode & conv_mode::kGaijiTable) != 0 ? Mode::kReplace : Mode::kPass;
+  }
+  return p;
+}
+
+void AsciiCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+               BufIndex end) noexcept {
+  std::uint8_t* q = out + o;
+  BufIndex k = i;
+  while (k <= end) {
+    // Eight printable bytes at a time while the line lasts.
+    while (k + 7 <= end) {
+      std::uint64_t w;
+      std::memcpy(&w, in + k, 8);
+      if (!AllPrintable(w)) break;
+      std::memcpy(q, &w, 8);
+      q += 8;
+      k += 8;
+    }
+    if (k > end) break;
+    const std::uint8_t b = in[k];
+    const Step s = kAsciiSteps[b];
+    if (s == kByte) {
+      *q++ = b;
+      ++k;
+    } else if (s == kStop) {
+      break;
+    } else {
+      k += LineEnd(s, in + k, q);
+    }
+  }
+  o = q - out;
+  i = k - 1;
+}
+
+void SjisCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
+              BufIndex& consumed, const GaijiPolicy& policy) noexcept {
+  CopyRun(SjisRun<Mode::kStrict>, SjisRun<Mode::kPass>, SjisRun<Mode::kReplace>, out, in, o, i,
+          end, consumed, policy);
+}
+
+void EucCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
+             BufIndex& consumed, const GaijiPolicy& policy) noexcept {
+  CopyRun(EucRun<Mode::kStrict>, EucRun<Mode::kPass>, EucRun<Mode::kReplace>, out, in, o, i, end,
+          consumed, policy);
+}
+
+void JisZenCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
+                BufIndex& consumed, const GaijiPolicy& policy) noexcept {
+  CopyRun(JisZenRun<Mode::kStrict>, JisZenRun<Mode::kPass>, JisZenRun<Mode::kReplace>, out, in, o,
+          i, end, consumed, policy);
+}
+
+int JisToSjis(std::uint8_t& s1, std::uint8_t& s2, std::uint8_t j1, std::uint8_t j2) noexcept {
+  s1 = SjisFirst(j1);
+  s2 = SjisSecond(j1, j2);
+  return 2;
+}
+
+int EucToSjis(std::uint8_t& s1, std::uint8_t& s2, std::uint8_t e1, std::uint8_t e2) noexcept {
+  if (e1 == 0x8E) {
+    s1 = e2;
+    return 1;
+  }
+  return JisToSjis(s1, s2, e1 & 0x7F, e2 & 0x7F);
+}
+
+}  // namespace ferrox

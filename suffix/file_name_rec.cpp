@@ -1,0 +1,100 @@
+#include "suffix/file_name_rec.h"
+
+#include "convert/cp932.h"
+#include "suffix/suffix_pattern.h"
+#include "suffix/utf8_chars.h"
+
+namespace ferrox {
+
+namespace {
+
+// Longest name, in Shift JIS bytes, before the extension is added.
+constexpr std::size_t kMaxNameBytes = 255;
+
+// The nine characters that cannot stand in a file name, and the full-width
+// forms that replace them.
+char32_t FullWidthForm(char32_t c) {
+  switch (c) {
+    case U'\\': return U'\uFF3C';
+    case U'/': return U'\uFF0F';
+    case U':': return U'\uFF1A';
+    case U'*': return U'\uFF0A';
+    case U'?': return U'\uFF1F';
+    case U'"': return U'\uFF02';
+    case U'<': return U'\uFF1C';
+    case U'>': return U'\uFF1E';
+    case U'|': return U'\uFF5C';
+    default: return 0;
+  }
+}
+
+// Replaces the forbidden characters. NUL cannot reach a file name on this
+// system at all, so it is dropped.
+std::string Substitute(std::string_view text, const ConversionSettings& settings) {
+  const bool fixedChar = (settings.ConvMode & conv_mode::kFncChar) != 0;
+  std::string out;
+  out.reserve(text.size());
+  for (const char32_t c : utf8::Decode(text)) {
+    if (c == 0) continue;
+    if (const char32_t wide = FullWidthForm(c)) {
+      if (fixedChar) {
+        out += settings.FNCChar;
+      } else {
+        utf8::Append(out, wide);
+      }
+    } else {
+      utf8::Append(out, c);
+    }
+  }
+  return out;
+}
+
+std::string_view TrimSpaces(std::string_view s) {
+  const std::size_t first = s.find_first_not_of(' ');
+  if (first == std::string_view::npos) return {};
+  return s.substr(first, s.find_last_not_of(' ') - first + 1);
+}
+
+bool EndsWithExtension(std::string_view name, std::string_view extension) {
+  if (name.size() < extension.size() + 1) return false;
+  const std::string_view tail = name.substr(name.size() - extension.size() - 1);
+  if (tail.front() != '.') return false;
+  for (std::size_t i = 0; i < extension.size(); ++i) {
+    auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    if (lower(tail[i + 1]) != lower(extension[i])) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int SuffixTableSearch(const SuffixTable& table, std::string_view type, std::string_view creator) {
+  const auto rows = table.Rows();
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const SuffixEntry& row = rows[i];
+    if (!row.Creator.empty() && !SuffixPatternMatch(creator, row.Creator)) continue;
+    if (!row.FileType.empty() && !SuffixPatternMatch(type, row.FileType)) continue;
+    return static_cast<int>(i);
+  }
+  return -1;
+}
+
+std::string FileNameRec(const SuffixTable& table, const ConversionSettings& settings, std::string_view name,
+                        std::string_view type, std::string_view creator) {
+  const std::string name2(TrimSpaces(Substitute(name, settings)));
+  if (name2.empty() || cp932::SjisWidth(name2) > kMaxNameBytes) return {};
+
+  const int row = SuffixTableSearch(table, type, creator);
+  if (row >= 0) {
+    const std::string& extension = table[static_cast<std::size_t>(row)].Extension;
+    if (extension.empty() || EndsWithExtension(name2, extension)) return name2;
+    return name2 + "." + extension;
+  }
+  if ((settings.FileMode & file_mode::kUnknownName) == 0) return name2;
+  // Type and creator become part of the name, so they get the same
+  // substitution as the name itself.
+  return name2 + "(" + std::string(TrimSpaces(Substitute(creator, settings))) + ")." +
+         std::string(TrimSpaces(Substitute(type, settings)));
+}
+
+}  // namespace ferrox
