@@ -28,7 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   buf.push_back(0);
   const BufIndex last = static_cast<BufIndex>(size) - 1;
   for (BufIndex i = 0; i <= last; ++i) {
-    const std::uint16_t t = GetCharType(buf[i], buf[i + 1], buf[i + 2], gaijiAsChar);
+    const std::uint8_t* b = buf.data() + i;
+    const std::uint16_t t = GetCharType(b[0], b[1], b[2], gaijiAsChar);
     if ((t & char_type::kSjisBits) == 0 || (t & char_type::kEucBits) == 0) continue;
     const SjisOrEucResult r = SjisOrEuc(buf.data(), i, last, gaijiAsChar);
     if (r.verdict < 0 || r.verdict > 2) fuzz::Fail("SjisOrEuc verdict out of range");
