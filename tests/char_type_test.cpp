@@ -19,68 +19,46 @@ struct TypeCase {
 
 TEST(GetCharType, ClassifiesEachPosition) {
   const TypeCase cases[] = {
-      {0x41, 0x00, 0x00, kAscii, kAscii},
-      {0x20, 0x00, 0x00, kAscii, kAscii},
-      {0x7E, 0x00, 0x00, kAscii, kAscii},
-      {0x7F, 0x00, 0x00, kNone, kNone},
+      {0x20, 0, 0, kAscii, kAscii},
+      {0x7E, 0, 0, kAscii, kAscii},
+      {0x7F, 0, 0, kNone, kNone},
       {0x1B, 0x24, 0x42, kJisKanjiIn, kJisKanjiIn},
       {0x1B, 0x24, 0x40, kJisKanjiIn, kJisKanjiIn},
-      {0x1B, 0x24, 0x41, kNone, kNone},  // ESC $ A (GB 2312) is not ours
+      {0x1B, 0x24, 0x41, kNone, kNone},  // ESC $ A is no sequence of ours
       {0x1B, 0x28, 0x42, kJisKanjiOut, kJisKanjiOut},
       {0x1B, 0x28, 0x4A, kJisKanjiOut, kJisKanjiOut},
       {0x1B, 0x28, 0x49, kJisKanaIn, kJisKanaIn},
-      {0x1B, 0x29, 0x49, kNone, kNone},
       {0x0E, 0x20, 0x41, kJisKanaIn, kJisKanaIn},
       {0x0E, 0x31, 0x0F, kJisKanaIn, kJisKanaIn},
-      {0x0E, 0x31, 0x1B, kJisKanaIn, kJisKanaIn},
-      {0x0E, 0x5F, 0x5F, kJisKanaIn, kJisKanaIn},
       {0x0E, 0x60, 0x41, kNone, kNone},
-      {0x0E, 0x31, 0x60, kNone, kNone},
       {0x0E, 0x31, 0x0D, kNone, kNone},
-      {0x0F, 0x00, 0x00, kJisKanaOut, kJisKanaOut},
-      {0x0D, 0x0A, 0x00, kCrLf, kCrLf},
+      {0x0F, 0, 0, kJisKanaOut, kJisKanaOut},
+      {0x0D, 0x0A, 0, kCrLf, kCrLf},
       {0x0D, 0x0D, 0x0A, kCr, kCr},
-      {0x0A, 0x0D, 0x00, kLf, kLf},
-      {0x09, 0x00, 0x00, kNeutral, kNeutral},
-      {0x0C, 0x00, 0x00, kNeutral, kNeutral},
-      {0x1A, 0x00, 0x00, kNeutral, kNeutral},
-      {0x00, 0x00, 0x00, kNone, kNone},
-      {0x0B, 0x00, 0x00, kNone, kNone},
-      {0x1C, 0x00, 0x00, kNone, kNone},
-      {0x80, 0x40, 0x00, kNone, kNone},
-      // Half-width katakana; 0xA0 is Shift JIS kana but never an EUC lead.
-      {0xA0, 0xA1, 0x00, kSjisKana, kSjisKana},
-      {0xDF, 0x00, 0x00, kSjisKana, kSjisKana},
-      {0xB1, 0x40, 0x00, kSjisKana, kSjisKana},
-      // Valid as both: kana, and an EUC double-byte character.
-      {0xB0, 0xA1, 0x00, kSjisKana | kEucDouble, kSjisKana | kEucDouble},
-      {0x8E, 0xB1, 0x00, kEucKana | kSjisDouble, kEucKana | kSjisDouble},
-      {0x8E, 0xA0, 0x00, kEucKana | kSjisDouble, kEucKana | kSjisDouble},
-      {0x8E, 0xE0, 0x00, kSjisDouble, kSjisDouble},
-      {0x81, 0x40, 0x00, kSjisDouble, kSjisDouble},
-      {0x81, 0x7F, 0x00, kNone, kNone},
-      {0x81, 0x3F, 0x00, kNone, kNone},
-      {0x81, 0xFD, 0x00, kNone, kNone},
-      {0x9F, 0xFC, 0x00, kSjisDouble, kSjisDouble},
-      {0xE0, 0xA1, 0x00, kSjisDouble | kEucDouble, kSjisDouble | kEucDouble},
-      {0xEA, 0xA4, 0x00, kSjisDouble | kEucDouble, kSjisDouble | kEucDouble},
-      // The Shift JIS gaiji rows and the split of lead 0x88.
-      {0x87, 0x40, 0x00, kNone, kSjisDouble | kSjisGaiji},
-      {0x85, 0x9F, 0x00, kNone, kSjisDouble | kSjisGaiji},
-      {0x88, 0x9D, 0x00, kNone, kSjisDouble | kSjisGaiji},
-      {0x88, 0x9E, 0x00, kSjisDouble, kSjisDouble},
-      {0x88, 0x9F, 0x00, kSjisDouble, kSjisDouble},
-      {0xEB, 0x40, 0x00, kNone, kSjisDouble | kSjisGaiji},
-      {0xFC, 0xFC, 0x00, kNone, kSjisDouble | kSjisGaiji | kEucDouble | kEucGaiji},
-      // The EUC gaiji rows.
-      {0xA8, 0xA1, 0x00, kSjisKana | kEucDouble, kSjisKana | kEucDouble},
-      {0xA9, 0xA1, 0x00, kSjisKana, kSjisKana | kEucDouble | kEucGaiji},
-      {0xAF, 0xFE, 0x00, kSjisKana, kSjisKana | kEucDouble | kEucGaiji},
-      {0xF4, 0xA1, 0x00, kEucDouble, kSjisDouble | kSjisGaiji | kEucDouble},
-      {0xF5, 0xA1, 0x00, kNone, kSjisDouble | kSjisGaiji | kEucDouble | kEucGaiji},
-      {0xFE, 0xFE, 0x00, kNone, kEucDouble | kEucGaiji},
-      {0xFF, 0xA1, 0x00, kNone, kNone},
-      {0xA1, 0xFF, 0x00, kSjisKana, kSjisKana},
+      {0x0A, 0x0D, 0, kLf, kLf},
+      {0x1A, 0, 0, kNeutral, kNeutral},
+      {0x0C, 0, 0, kNeutral, kNeutral},
+      {0x0B, 0, 0, kNone, kNone},
+      {0x80, 0x40, 0, kNone, kNone},
+      // 0xA0 is Shift JIS kana but never an EUC lead.
+      {0xA0, 0xA1, 0, kSjisKana, kSjisKana},
+      {0xB0, 0xA1, 0, kSjisKana | kEucDouble, kSjisKana | kEucDouble},
+      {0x8E, 0xA0, 0, kEucKana | kSjisDouble, kEucKana | kSjisDouble},
+      {0x8E, 0xE0, 0, kSjisDouble, kSjisDouble},
+      {0x81, 0x7F, 0, kNone, kNone},
+      {0x81, 0xFD, 0, kNone, kNone},
+      {0xE0, 0xA1, 0, kSjisDouble | kEucDouble, kSjisDouble | kEucDouble},
+      // The gaiji rows of both codes, and the split of lead 0x88.
+      {0x87, 0x40, 0, kNone, kSjisDouble | kSjisGaiji},
+      {0x88, 0x9D, 0, kNone, kSjisDouble | kSjisGaiji},
+      {0x88, 0x9E, 0, kSjisDouble, kSjisDouble},
+      {0xEB, 0x40, 0, kNone, kSjisDouble | kSjisGaiji},
+      {0xA8, 0xA1, 0, kSjisKana | kEucDouble, kSjisKana | kEucDouble},
+      {0xA9, 0xA1, 0, kSjisKana, kSjisKana | kEucDouble | kEucGaiji},
+      {0xF4, 0xA1, 0, kEucDouble, kSjisDouble | kSjisGaiji | kEucDouble},
+      {0xF5, 0xA1, 0, kNone, kSjisDouble | kSjisGaiji | kEucDouble | kEucGaiji},
+      {0xFE, 0xFE, 0, kNone, kEucDouble | kEucGaiji},
+      {0xFF, 0xA1, 0, kNone, kNone},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << std::hex << "bytes " << int{c.b0} << ' ' << int{c.b1} << ' '
@@ -115,9 +93,7 @@ TEST(AsciiCheck, StopsAtTheFirstNonTextByteAndLeavesPositionBeforeIt) {
       {"lone CR", "a\rb\0\0"s, 0, 2, false, 2, 0, 0x0020},
       {"lone LF then CR LF", "\na\r\n\0\0"s, 0, 3, false, 3, 0, 0x0050},
       {"tab and form feed are text", "\t\fx\x1a\0\0"s, 0, 3, false, 2, 0, 0},
-      {"DEL ends the run", "ab\x7f\0\0"s, 0, 2, false, 1, 0, 0},
       {"rejected first byte moves back one", "x\x82\xa0\0\0"s, 1, 2, false, 0, 0, 0},
-      {"stops after last", "abcdef"s, 1, 3, false, 3, 0, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -150,7 +126,6 @@ TEST(SjisCheck, RunsOfShiftJis) {
   using namespace std::string_literals;
   const ScanCase cases[] = {
       {"kanji, kana, blank, stops at ASCII", "\x93\xfa\xb1 \x96\x7b" "a\0\0"s, 0, 6, false, 5, 6, 0x0002},
-      {"0xA0 is kana", "\xa0\xa0\0\0"s, 0, 1, false, 1, 2, 0x0002},
       {"line ends", "\x82\xa0\r\n\r\n\x82\xa0\n\0\0"s, 0, 8, false, 8, 9, 0x0052},
       {"bad trail: lead not consumed", "\x82\xa0\x82\x7f\0\0"s, 0, 3, false, 1, 2, 0x0002},
       {"first byte rejected", "A\0\0"s, 0, 0, false, -1, 0, 0},
@@ -160,10 +135,8 @@ TEST(SjisCheck, RunsOfShiftJis) {
       {"permissive: 0x88 0x9D is gaiji", "\x88\x9e\x88\x9d\0\0"s, 0, 3, true, 3, 4, 0x1002},
       {"strict: 0xEB stops", "\xeb\x40\0\0"s, 0, 1, false, -1, 0, 0},
       {"permissive: 0xEB is gaiji", "\xeb\x40\0\0"s, 0, 1, true, 1, 2, 0x1002},
-      {"strict: 0x87 0x40 stops", "\x87\x40\0\0"s, 0, 1, false, -1, 0, 0},
       {"0xFD is never a lead", "\xfd\x40\0\0"s, 0, 1, true, -1, 0, 0},
       {"EUC SS3 0x8F with a valid trail is Shift JIS", "\x8f\xa1\0\0"s, 0, 1, false, 1, 2, 0x0002},
-      {"ESC stops", "\xb1\x1b$B"s, 0, 1, false, 0, 1, 0x0002},
   };
   RunScanCases(std::begin(cases), std::end(cases), SjisCheck);
 }
@@ -175,11 +148,9 @@ TEST(EucCheck, RunsOfEuc) {
       {"SS2 with 0xA0 is kana", "\x8e\xa0\0\0"s, 0, 1, false, 1, 2, 0x0008},
       {"SS2 with 0xE0 stops", "\x8e\xe0\0\0"s, 0, 1, false, -1, 0, 0},
       {"SS3 is not accepted", "\xa4\xa2\x8f\xa1\xa1\0\0"s, 0, 4, false, 1, 2, 0x0008},
-      {"bad trail", "\xa4\xa2\xa4\xa0\0\0"s, 0, 3, false, 1, 2, 0x0008},
       {"strict: row 9 stops", "\xa9\xa1\0\0"s, 0, 1, false, -1, 0, 0},
       {"permissive: row 9 is gaiji", "\xa9\xa1\0\0"s, 0, 1, true, 1, 2, 0x4008},
       {"strict: row 84 ok, row 85 stops", "\xf4\xa1\xf5\xa1\0\0"s, 0, 3, false, 1, 2, 0x0008},
-      {"permissive: 0xFE is gaiji", "\xfe\xfe\0\0"s, 0, 1, true, 1, 2, 0x4008},
       {"lone LF and lone CR", "\n\r\xa4\xa2\0\0"s, 0, 3, false, 3, 4, 0x0068},
   };
   RunScanCases(std::begin(cases), std::end(cases), EucCheck);
@@ -193,9 +164,7 @@ TEST(JisZenCheck, PairsUntilTheEscape) {
       {"strict: row 9 stops", "F|)!\0\0"s, 0, 3, false, 1, 2, 0},
       {"permissive: row 9 is gaiji", "F|)!\0\0"s, 0, 3, true, 3, 4, 0x2000},
       {"permissive: row 85 is gaiji", "u!\0\0"s, 0, 1, true, 1, 2, 0x2000},
-      {"strict: row 84 is standard", "t!\0\0"s, 0, 1, false, 1, 2, 0},
       {"second byte out of range", "F \0\0"s, 0, 1, true, -1, 0, 0},
-      {"0x7F is no first byte", "\x7f!\0\0"s, 0, 1, true, -1, 0, 0},
       {"pair at last reads the look-ahead", "F|K\\"s, 0, 2, false, 3, 4, 0},
   };
   RunScanCases(std::begin(cases), std::end(cases), JisZenCheck);
