@@ -258,7 +258,7 @@ int ConvDriver::Ferrox_Click_File() {
     }
   }
 
-  const JobContext context{window_, settings_, gaiji_};
+  const JobContext context{window_, settings_, gaiji_, survey_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
       window_.Message("作業領域(" + GetPathRoot(WorkFolder()) +

@@ -15,6 +15,7 @@
 namespace ferrox {
 
 class ConvWindow;
+class FileSurvey;
 class GaijiTable;
 struct ConversionSettings;
 
@@ -43,6 +44,9 @@ class ConvDriver {
   // boxes. Shows the job's message, if any.
   [[nodiscard]] int Ferrox_Click_File();
 
+  // The survey the window keeps, so the job does not read a surveyed file again.
+  void SetSurvey(FileSurvey* survey) noexcept { survey_ = survey; }
+
   [[nodiscard]] std::uint16_t EntryMode() const noexcept { return entryMode_; }
   void SetEntryMode(std::uint16_t mode) noexcept { entryMode_ = mode; }
 
@@ -57,6 +61,7 @@ class ConvDriver {
   ConvWindow& window_;
   ConversionSettings& settings_;
   const GaijiTable* gaiji_;
+  FileSurvey* survey_ = nullptr;
   std::uint16_t entryMode_ = entry_mode::kOneFile;
   std::string singleIn_;   // the cleaned box texts of a one-pair run
   std::string singleOut_;

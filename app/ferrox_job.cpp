@@ -1,0 +1,275 @@
+#include "app/ferrox_job.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <optional>
+#include <vector>
+
+#include "analysis/file_survey.h"
+#include "analysis/macbinary.h"
+#include "analysis/survey_flags.h"
+#include "app/conv_window.h"
+#include "app/conversion_settings.h"
+#include "app/path_helpers.h"
+#include "convert/ferrox_conv.h"
+#include "convert/result_code.h"
+#include "platform/file_times.h"
+#include "platform/trash.h"
+
+namespace ferrox {
+
+namespace {
+
+// Shows the progress panel for the life of the object.
+class ProgressPanelOn {
+ public:
+  explicit ProgressPanelOn(ConvWindow& window) : window_(window) {
+    window_.ProgressPanel(true);
+    window_.PumpEvents();
+  }
+  ~ProgressPanelOn() { window_.ProgressPanel(false); }
+  ProgressPanelOn(const ProgressPanelOn&) = delete;
+  ProgressPanelOn& operator=(const ProgressPanelOn&) = delete;
+
+ private:
+  ConvWindow& window_;
+};
+
+// Removes the work files it holds unless released.
+class WorkFiles {
+ public:
+  WorkFiles() = default;
+  WorkFiles(const WorkFiles&) = delete;
+  WorkFiles& operator=(const WorkFiles&) = delete;
+  ~WorkFiles() {
+    for (const auto& path : paths_) ::unlink(path.c_str());
+  }
+  void Add(const std::string& path) { paths_.push_back(path); }
+  void Release(const std::string& path) { std::erase(paths_, path); }
+
+ private:
+  std::vector<std::string> paths_;
+};
+
+bool SameDevice(const std::string& a, const std::string& b) {
+  struct stat sa {};
+  struct stat sb {};
+  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev;
+}
+
+bool WriteAll(int fd, const char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t n = ::write(fd, data, size);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    data += n;
+    size -= static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+// Copies `from` into the new file `to` and flushes it to disk.
+bool CopyToNewFile(const std::string& from, const std::string& to) {
+  const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+  if (in < 0) return false;
+  const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (out < 0) {
+    ::close(in);
+    return false;
+  }
+  std::vector<char> buffer(1 << 16);
+  bool ok = true;
+  for (;;) {
+    const ssize_t n = ::read(in, buffer.data(), buffer.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      ok = n == 0;
+      break;
+    }
+    if (!WriteAll(out, buffer.data(), static_cast<std::size_t>(n))) {
+      ok = false;
+      break;
+    }
+  }
+  ok = ::fsync(out) == 0 && ok;
+  ok = ::close(out) == 0 && ok;
+  ::close(in);
+  return ok;
+}
+
+std::int64_t FileSize(const std::string& path) {
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0 ? static_cast<std::int64_t>(st.st_size) : -1;
+}
+
+bool EntryExists(const std::string& path) {
+  struct stat st {};
+  return ::lstat(path.c_str(), &st) == 0;
+}
+
+std::string AsciiUpper(std::string text) {
+  for (char& c : text) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return text;
+}
+
+// Puts the finished new data (`staged`, in the output's folder) at `outPath`,
+// first disposing of an old output as FileMode says. The old output stays at
+// its name until one rename replaces it, except when it goes to the trash.
+bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode) {
+  if (!EntryExists(outPath)) return ::rename(staged.c_str(), outPath.c_str()) == 0;
+
+  if ((fileMode & file_mode::kBackup) != 0) {
+    const std::string backup = GetNameWithoutExtension(outPath) + ".bak";
+    // An output that is itself named .bak cannot keep a backup of itself.
+    if (AsciiUpper(backup) == AsciiUpper(outPath)) return false;
+    if (EntryExists(backup)) {
+      ::chmod(backup.c_str(), 0600);
+      if (::unlink(backup.c_str()) != 0) return false;
+    }
+    // A second name for the old output, then one rename: the output name
+    // never stands empty.
+    if (::link(outPath.c_str(), backup.c_str()) == 0) {
+      return ::rename(staged.c_str(), outPath.c_str()) == 0;
+    }
+    if (::rename(outPath.c_str(), backup.c_str()) != 0) return false;
+    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
+    ::rename(backup.c_str(), outPath.c_str());
+    return false;
+  }
+  if ((fileMode & file_mode::kTrash) != 0) {
+    if (!TrashDelete(outPath).ok) return false;
+    return ::rename(staged.c_str(), outPath.c_str()) == 0;
+  }
+  return ::rename(staged.c_str(), outPath.c_str()) == 0;
+}
+
+}  // namespace
+
+std::string WorkFolder() {
+  std::string folder;
+  for (const char* name : {"TMP", "TMPDIR"}) {
+    const char* value = std::getenv(name);
+    if (value != nullptr && *value != '\0') {
+      folder = value;
+      break;
+    }
+  }
+  if (folder.empty()) folder = "/tmp";
+  if (folder.back() != '/') folder += '/';
+  return folder;
+}
+
+std::string WorkFilePath() {
+  return WorkFolder() + "FRX" + std::to_string(::getpid()) + ".tmp";
+}
+
+int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
+           const JobContext& context) {
+  if (inPath.empty()) return result::kInputEmpty;
+  if (outPath.empty()) return result::kOutputEmpty;
+  if (!EntryExists(inPath)) return result::kInputNotFound;
+  // Decided before anything moves: once the old output is swapped out, the
+  // two names can no longer show that they were one file.
+  const bool sameFile = IsOtherFile(inPath, outPath) == 0;
+  if (sameFile && flags == 0) return result::kDone;
+
+  ConvWindow& window = context.window;
+  const ConversionSettings& settings = context.settings;
+
+  struct stat inStat {};
+  if (::stat(inPath.c_str(), &inStat) != 0) return result::kFailed;
+
+  FileSurvey localSurvey;
+  FileSurvey& survey = context.survey != nullptr ? *context.survey : localSurvey;
+  const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
+  MacBinaryInfo info;
+  std::uint16_t typeWord = 0;
+  const int kind = survey.FileTypeChk(inPath, surveySettings, window, info, typeWord);
+  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
+
+  std::int64_t dataStart = 0;
+  std::int64_t dataLength = inStat.st_size;
+  std::optional<FileTimes> macTimes;
+  bool rewriteHeader = false;
+  if (kind == survey_result::kMacBinary) {
+    dataStart = kMacBinaryHeaderSize;
+    dataLength = info.DataLength;
+    if ((settings.FileMode & file_mode::kMacDates) != 0) {
+      FileTimes times;
+      times.Creation = info.Created;
+      times.LastAccess = info.Modified;
+      times.LastWrite = info.Modified;
+      times.CreationKnown = true;
+      macTimes = times;
+    }
+    rewriteHeader = (flags & kJobMacBinaryCut) == 0;
+  }
+  if ((flags & kJobText) != 0 && typeWord == 0) typeWord = survey::kForcedText;
+
+  const ProgressPanelOn panel(window);
+  if (!window.ConvBusy()) return result::kCancelled;
+
+  const std::string workFile = WorkFilePath();
+  if (EntryExists(workFile)) {
+    ::chmod(workFile.c_str(), 0600);
+    ::unlink(workFile.c_str());
+  }
+  WorkFiles cleanup;
+  const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
+  const int rc = FerroxConv(workFile, inPath, dataStart, dataLength, flags, typeWord, rewriteHeader,
+                            options, window);
+  if (rc != 0) return rc;
+  cleanup.Add(workFile);
+  window.ShowProgress(dataLength, dataLength);
+
+  if (rewriteHeader) {
+    const std::int64_t size = FileSize(workFile);
+    if (size < kMacBinaryHeaderSize) return result::kFailed;
+    if (MBInfPut(workFile, size - kMacBinaryHeaderSize) != 0) return result::kFailed;
+  }
+
+  // The new data must lie in the output's folder before the old output is
+  // touched: a rename never crosses file systems.
+  std::string outFolder = GetParentFolder(outPath);
+  if (outFolder.empty()) outFolder = ".";
+  std::string staged = workFile;
+  if (!SameDevice(WorkFolder(), outFolder)) {
+    staged = (outFolder.back() == '/' ? outFolder : outFolder + "/") + ".FRX" +
+             std::to_string(::getpid()) + ".tmp";
+    if (EntryExists(staged)) ::unlink(staged.c_str());
+    cleanup.Add(staged);
+    if (!CopyToNewFile(workFile, staged)) return result::kFailed;
+    ::unlink(workFile.c_str());
+    cleanup.Release(workFile);
+  }
+
+  // Times and permissions go on before the rename, so the output appears
+  // complete in one step.
+  if (macTimes) {
+    (void)SetFileTimes(staged, *macTimes);
+  } else {
+    const struct timespec times[2] = {inStat.st_atim, inStat.st_mtim};
+    (void)::utimensat(AT_FDCWD, staged.c_str(), times, 0);
+  }
+  if (::chmod(staged.c_str(), inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+    return result::kFailed;
+  }
+
+  if (!PlaceOutput(staged, outPath, settings.FileMode)) return result::kFailed;
+  cleanup.Release(staged);
+
+  if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0) {
+    ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
+  }
+  return result::kDone;
+}
+
+}  // namespace ferrox

@@ -1,0 +1,97 @@
+#include "cli/cli_window.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+#include "analysis/file_survey.h"
+#include "app/conversion_settings.h"
+#include "app/path_helpers.h"
+
+namespace ferrox::cli {
+
+namespace {
+
+volatile std::sig_atomic_t g_interrupted = 0;
+
+extern "C" void OnInterrupt(int) { g_interrupted = 1; }
+
+}  // namespace
+
+CliWindow::CliWindow(const ConversionSettings& settings, FileSurvey& survey,
+                     std::optional<bool> pinText, std::optional<bool> pinCut)
+    : settings_(settings),
+      survey_(survey),
+      pinText_(pinText),
+      pinCut_(pinCut),
+      terminal_(::isatty(STDERR_FILENO) == 1) {}
+
+void CliWindow::CatchInterrupt() {
+  struct sigaction action {};
+  action.sa_handler = OnInterrupt;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESETHAND;  // a second Ctrl-C ends the program
+  ::sigaction(SIGINT, &action, nullptr);
+}
+
+bool CliWindow::Interrupted() { return g_interrupted != 0; }
+
+bool CliWindow::ConvBusy() const { return busy_ && g_interrupted == 0; }
+
+void CliWindow::SetInFileText(const std::string& text) {
+  inText_ = text;
+  ProposeCheckBoxesFor(text);
+}
+
+// As the window does when its input box changes: the check boxes follow the
+// survey of a single file, always, as FileMode bit 2 describes.
+void CliWindow::ProposeCheckBoxesFor(const std::string& text) {
+  if (!pinText_ || !pinCut_) {
+    if (!text.empty() && !HasWildcard(text) && text.front() != '"' && IsFile(text)) {
+      const SurveySettings survey{settings_.ChkSize, settings_.BinRate, settings_.ConvMode};
+      MacBinaryInfo info;
+      std::uint16_t flags = 0;
+      const int kind = survey_.FileTypeChk(text, survey, *this, info, flags);
+      if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
+        boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
+                                   settings_.FileMode | file_mode::kBatch, boxes_);
+      } else {
+        // Unreadable: leave it to the job, which reports it.
+        boxes_ = CheckBoxes{true, true};
+      }
+    }
+  }
+  if (pinText_) boxes_.textCnv = *pinText_;
+  if (pinCut_) boxes_.mbCut = *pinCut_;
+}
+
+void CliWindow::ShowProgress(std::int64_t done, std::int64_t total) {
+  if (!terminal_) return;
+  const int percent = total > 0 ? static_cast<int>(done * 100 / total) : 100;
+  if (percent == lastPercent_) return;
+  lastPercent_ = percent;
+  std::fprintf(stderr, "\r%3d %%", percent);
+  if (filesDone_ > 0) std::fprintf(stderr, "  (%d files done)", filesDone_);
+  std::fflush(stderr);
+  lineShown_ = true;
+}
+
+void CliWindow::ProgressPanel(bool on) {
+  lastPercent_ = -1;
+  if (!on) ++filesDone_;
+}
+
+void CliWindow::ClearProgressLine() {
+  if (!lineShown_) return;
+  std::fputs("\r\033[K", stderr);
+  lineShown_ = false;
+}
+
+void CliWindow::Message(const std::string& text) {
+  ClearProgressLine();
+  std::fprintf(stderr, "%s\n", text.c_str());
+  std::fflush(stderr);
+}
+
+}  // namespace ferrox::cli

@@ -1,0 +1,61 @@
+#pragma once
+// Runs the built `ferrox` program in a child process for end-to-end tests,
+// each in a fresh temporary folder with its own config folder and work folder.
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ferrox::testing {
+
+struct CliResult {
+  int status = -1;  // exit status, or 128 + signal number
+  std::string out;
+  std::string err;
+};
+
+struct CliCall {
+  std::vector<std::string> args;                          // after the program name
+  std::string cwd;                                        // empty = the test's root
+  std::vector<std::pair<std::string, std::string>> env;   // added to (or replacing) the fixture's
+  std::vector<std::string> prefix;                        // a wrapper such as setpriv
+};
+
+// Starts ferrox without waiting; stdout and stderr go to files in `root`.
+struct CliProcess {
+  pid_t pid = -1;
+  std::string outFile;
+  std::string errFile;
+};
+
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  CliResult Run(const CliCall& call);
+  CliResult Run(std::vector<std::string> args) { return Run(CliCall{std::move(args), {}, {}, {}}); }
+  CliProcess Start(const CliCall& call);
+  CliResult Wait(const CliProcess& process);
+
+  // Paths inside the test's root folder.
+  [[nodiscard]] std::string Path(const std::string& relative) const { return root_ + "/" + relative; }
+  void Write(const std::string& relative, const std::string& bytes) const;
+  [[nodiscard]] std::string Read(const std::string& relative) const;
+  [[nodiscard]] bool Exists(const std::string& relative) const;
+  // Names in the work folder (TMP) and any work files left in `folder`.
+  [[nodiscard]] std::vector<std::string> WorkFilesLeft(const std::string& folder = {}) const;
+
+  std::string root_;    // the test's own folder
+  std::string config_;  // FERROX_CONFIG_DIR
+  std::string work_;    // TMP
+};
+
+// CP932 bytes of a UTF-8 text, and EUC-JP / ISO-2022-JP bytes through iconv.
+std::string Sjis(const std::string& utf8);
+std::string Encode(const std::string& utf8, const char* code);
+
+}  // namespace ferrox::testing
