@@ -136,11 +136,17 @@ inline BufIndex LineEnd(Step s, const std::uint8_t* p, std::uint8_t*& q) noexcep
   return (s == kCr && p[1] == 0x0A) ? 2 : 1;
 }
 
-// Each run below returns the index of the first byte it did not take, and
-// advances q past what it wrote.
+// Each run below returns the index of the first byte it did not take and the
+// output position behind what it wrote. The output position is a local value
+// rather than a reference: stores through a byte pointer may alias a pointer in
+// memory, which would make the compiler reload it after every byte.
+struct RunEnd {
+  BufIndex stop;
+  std::uint8_t* q;
+};
 
 template <Mode kMode>
-BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*& q,
+RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
                  const GaijiTable* table) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kSjisStrictSteps : kSjisLooseSteps;
   while (k <= end) {
@@ -148,9 +154,9 @@ BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
     const Step s = steps[b];
     if (s == kLeadByte || s == kLead88) {
       const std::uint8_t c = in[k + 1];
-      if (!code_ranges::IsSjisTrail(c)) return k;
+      if (!code_ranges::IsSjisTrail(c)) return {k, q};
       if constexpr (kMode == Mode::kStrict) {
-        if (s == kLead88 && c < 0x9E) return k;
+        if (s == kLead88 && c < 0x9E) return {k, q};
       }
       if constexpr (kMode == Mode::kReplace) {
         if (code_ranges::SjisLead(b, c) == Lead::kGaiji) {
@@ -169,14 +175,14 @@ BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
     } else if (s == kCr || s == kLf) {
       k += LineEnd(s, in + k, q);
     } else {
-      return k;
+      return {k, q};
     }
   }
-  return k;
+  return {k, q};
 }
 
 template <Mode kMode>
-BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*& q,
+RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
                 const GaijiTable* table) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kEucStrictSteps : kEucLooseSteps;
   while (k <= end) {
@@ -184,7 +190,7 @@ BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*&
     const Step s = steps[b];
     if (s == kLeadByte) {
       const std::uint8_t c = in[k + 1];
-      if (!code_ranges::IsEucByte(c)) return k;
+      if (!code_ranges::IsEucByte(c)) return {k, q};
       JisPair(b, c, q);
       if constexpr (kMode == Mode::kReplace) {
         if (code_ranges::EucLead(b) == Lead::kGaiji) {
@@ -201,29 +207,29 @@ BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*&
     } else if (s == kSs2) {
       // 0xA0 is taken too, one below the EUC kana range, as the classifier does.
       const std::uint8_t c = in[k + 1];
-      if (c < 0xA0 || c > 0xDF) return k;
+      if (c < 0xA0 || c > 0xDF) return {k, q};
       *q++ = c;
       k += 2;
     } else if (s == kCr || s == kLf) {
       k += LineEnd(s, in + k, q);
     } else {
-      return k;
+      return {k, q};
     }
   }
-  return k;
+  return {k, q};
 }
 
 template <Mode kMode>
-BufIndex JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*& q,
+RunEnd JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
                    const GaijiTable* table) noexcept {
   while (k <= end) {
     const std::uint8_t b = in[k];
     const std::uint8_t c = in[k + 1];
-    if (c < 0x21 || c > 0x7E) return k;
+    if (c < 0x21 || c > 0x7E) return {k, q};
     const Lead lead = code_ranges::JisLead(b);
-    if (lead == Lead::kNone) return k;
+    if (lead == Lead::kNone) return {k, q};
     if constexpr (kMode == Mode::kStrict) {
-      if (lead == Lead::kGaiji) return k;
+      if (lead == Lead::kGaiji) return {k, q};
     }
     JisPair(b, c, q);
     if constexpr (kMode == Mode::kReplace) {
@@ -236,10 +242,10 @@ BufIndex JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_
     q += 2;
     k += 2;
   }
-  return k;
+  return {k, q};
 }
 
-using RunFn = BufIndex (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*&,
+using RunFn = RunEnd (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*,
                            const GaijiTable*) noexcept;
 
 // The mode is chosen once per call; the loop itself never tests it.
@@ -249,11 +255,10 @@ inline void CopyRun(RunFn strict, RunFn pass, RunFn replace, std::uint8_t* out,
   const RunFn run = policy.mode == Mode::kStrict ? strict
                     : policy.mode == Mode::kPass ? pass
                                                  : replace;
-  std::uint8_t* q = out + o;
-  const BufIndex stop = run(in, i, end, q, policy.table);
-  consumed = stop - i;
-  o = q - out;
-  i = stop - 1;
+  const RunEnd e = run(in, i, end, out + o, policy.table);
+  consumed = e.stop - i;
+  o = e.q - out;
+  i = e.stop - 1;
 }
 
 }  // namespace
