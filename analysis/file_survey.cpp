@@ -70,7 +70,8 @@ BufIndex AfterSjisOrEuc(const SjisOrEucResult& r, BufIndex i, std::uint16_t& mar
   } else {
     next = std::max(s, e);
   }
-  return next - 1;
+  // A stretch always holds at least one byte; never stand still on it.
+  return std::max(next, i + 1) - 1;
 }
 
 void FinishChunk(ChunkSurveyState& state, BufIndex i, BufIndex last,

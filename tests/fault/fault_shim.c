@@ -1,0 +1,176 @@
+/* A preloaded shim that makes one file-system call fail, for the end-to-end
+ * fault tests. Environment:
+ *   FERROX_FAULT_CALL   write | rename | fsync | open  (which family to fail)
+ *   FERROX_FAULT_NTH    fail the Nth call of that family (1-based); 0 = never
+ *   FERROX_FAULT_ERRNO  ENOSPC (default), EIO, EACCES or EXDEV
+ *   FERROX_FAULT_COUNT  if set, a file to which the call counts are written at exit
+ * Only writes to regular files count, so messages on stderr never fail.
+ * "open" counts opens that create or truncate a file. */
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <sys/sendfile.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+enum family { F_WRITE, F_RENAME, F_FSYNC, F_OPEN, F_COUNT };
+static const char *const family_names[F_COUNT] = {"write", "rename", "fsync", "open"};
+static long counts[F_COUNT];
+static int target = -1;
+static long nth;
+static int fail_errno = ENOSPC;
+static int ready;
+
+static void report(void) {
+  const char *path = getenv("FERROX_FAULT_COUNT");
+  if (!path) return;
+  FILE *f = fopen(path, "w");
+  if (!f) return;
+  for (int i = 0; i < F_COUNT; ++i) fprintf(f, "%s %ld\n", family_names[i], counts[i]);
+  fclose(f);
+}
+
+static void setup(void) {
+  if (ready) return;
+  ready = 1;
+  const char *call = getenv("FERROX_FAULT_CALL");
+  const char *n = getenv("FERROX_FAULT_NTH");
+  const char *e = getenv("FERROX_FAULT_ERRNO");
+  for (int i = 0; call && i < F_COUNT; ++i)
+    if (strcmp(call, family_names[i]) == 0) target = i;
+  nth = n ? atol(n) : 0;
+  if (e && strcmp(e, "EIO") == 0) fail_errno = EIO;
+  if (e && strcmp(e, "EACCES") == 0) fail_errno = EACCES;
+  if (e && strcmp(e, "EXDEV") == 0) fail_errno = EXDEV;
+  if (getenv("FERROX_FAULT_COUNT")) atexit(report);
+}
+
+/* Counts the call; true when this one must fail. */
+static int hit(enum family f) {
+  setup();
+  ++counts[f];
+  return (int)f == target && nth > 0 && counts[f] == nth;
+}
+
+static int is_regular_fd(int fd) {
+  struct stat st;
+  return fd > 2 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+}
+
+#define REAL(name) static __typeof__(&name) real_##name; if (!real_##name) real_##name = (__typeof__(&name))dlsym(RTLD_NEXT, #name)
+
+ssize_t write(int fd, const void *buf, size_t n) {
+  REAL(write);
+  if (is_regular_fd(fd) && hit(F_WRITE)) { errno = fail_errno; return -1; }
+  return real_write(fd, buf, n);
+}
+
+ssize_t pwrite64(int fd, const void *buf, size_t n, off_t off) {
+  REAL(pwrite64);
+  if (is_regular_fd(fd) && hit(F_WRITE)) { errno = fail_errno; return -1; }
+  return real_pwrite64(fd, buf, n, off);
+}
+
+ssize_t pwrite(int fd, const void *buf, size_t n, off_t off) { return pwrite64(fd, buf, n, off); }
+
+ssize_t writev(int fd, const struct iovec *iov, int cnt) {
+  REAL(writev);
+  if (is_regular_fd(fd) && hit(F_WRITE)) { errno = fail_errno; return -1; }
+  return real_writev(fd, iov, cnt);
+}
+
+size_t fwrite(const void *buf, size_t size, size_t n, FILE *stream) {
+  REAL(fwrite);
+  if (size != 0 && n != 0 && is_regular_fd(fileno(stream)) && hit(F_WRITE)) {
+    errno = fail_errno;
+    return 0;
+  }
+  return real_fwrite(buf, size, n, stream);
+}
+
+int rename(const char *a, const char *b) {
+  REAL(rename);
+  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
+  return real_rename(a, b);
+}
+
+int renameat(int da, const char *a, int db, const char *b) {
+  REAL(renameat);
+  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
+  return real_renameat(da, a, db, b);
+}
+
+int renameat2(int da, const char *a, int db, const char *b, unsigned flags) {
+  REAL(renameat2);
+  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
+  return real_renameat2(da, a, db, b, flags);
+}
+
+int link(const char *a, const char *b) {
+  REAL(link);
+  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
+  return real_link(a, b);
+}
+
+int fsync(int fd) {
+  REAL(fsync);
+  if (hit(F_FSYNC)) { errno = fail_errno; return -1; }
+  return real_fsync(fd);
+}
+
+int fdatasync(int fd) {
+  REAL(fdatasync);
+  if (hit(F_FSYNC)) { errno = fail_errno; return -1; }
+  return real_fdatasync(fd);
+}
+
+static int creating(int flags) { return (flags & (O_CREAT | O_TRUNC)) != 0; }
+
+int open64(const char *path, int flags, ...) {
+  REAL(open64);
+  mode_t mode = 0;
+  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  if (creating(flags) && hit(F_OPEN)) { errno = fail_errno; return -1; }
+  return real_open64(path, flags, mode);
+}
+
+int open(const char *path, int flags, ...) {
+  mode_t mode = 0;
+  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  return open64(path, flags, mode);
+}
+
+int openat64(int dir, const char *path, int flags, ...) {
+  REAL(openat64);
+  mode_t mode = 0;
+  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  if (creating(flags) && hit(F_OPEN)) { errno = fail_errno; return -1; }
+  return real_openat64(dir, path, flags, mode);
+}
+
+int openat(int dir, const char *path, int flags, ...) {
+  mode_t mode = 0;
+  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  return openat64(dir, path, flags, mode);
+}
+
+ssize_t copy_file_range(int in, loff_t *oin, int out, loff_t *oout, size_t n, unsigned flags) {
+  REAL(copy_file_range);
+  if (is_regular_fd(out) && hit(F_WRITE)) { errno = fail_errno; return -1; }
+  return real_copy_file_range(in, oin, out, oout, n, flags);
+}
+
+ssize_t sendfile64(int out, int in, off64_t *off, size_t n) {
+  REAL(sendfile64);
+  if (is_regular_fd(out) && hit(F_WRITE)) { errno = fail_errno; return -1; }
+  return real_sendfile64(out, in, off, n);
+}
+
+ssize_t sendfile(int out, int in, off_t *off, size_t n) { return sendfile64(out, in, (off64_t *)off, n); }
