@@ -43,7 +43,7 @@ std::uint16_t EscapeType(std::uint8_t b1, std::uint8_t b2) noexcept {
 
 // The multi-byte bits of a position whose first byte is 0x80 or above.
 template <bool kGaijiAsChar>
-std::uint16_t HighType(std::uint8_t b0, std::uint8_t b1) noexcept {
+[[gnu::always_inline]] inline std::uint16_t HighType(std::uint8_t b0, std::uint8_t b1) noexcept {
   std::uint16_t t = InRange(b0, 0xA0, 0xDF) ? kSjisKana : kNone;
   if (b0 == 0x8E && InRange(b1, 0xA0, 0xDF)) t |= kEucKana;
   if (code_ranges::IsSjisTrail(b1)) {
@@ -60,7 +60,8 @@ std::uint16_t HighType(std::uint8_t b0, std::uint8_t b1) noexcept {
 }
 
 template <bool kGaijiAsChar>
-std::uint16_t CharType(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2) noexcept {
+[[gnu::always_inline]] inline std::uint16_t CharType(std::uint8_t b0, std::uint8_t b1,
+                                                   std::uint8_t b2) noexcept {
   if (b0 >= 0x80) return HighType<kGaijiAsChar>(b0, b1);
   const std::uint16_t t = kLowTable[b0];
   if (t != kLookAhead) return t;
