@@ -2,6 +2,9 @@
 
 #include "convert/block_converter.h"
 
+// std
+#include <cstring>
+
 // ferrox
 #include "analysis/survey_flags.h"
 #include "convert/conv_mode.h"
@@ -51,6 +54,21 @@ inline std::uint16_t TypeAt(const std::uint8_t* p, bool gaijiAsChar) noexcept {
     if (b == 0x0D) return p[1] == 0x0A ? ct::kCrLf : ct::kCr;
   }
   return GetCharType(b, p[1], p[2], gaijiAsChar);
+}
+
+// The first index from i on (at most end + 1) that holds no junk byte below
+// 0x80, the bytes whose type is nothing whatever follows them.
+inline BufIndex SkipJunk(const std::uint8_t* in, BufIndex i, BufIndex end) noexcept {
+  for (;;) {
+    while (i + 7 <= end) {
+      std::uint64_t w;
+      std::memcpy(&w, in + i, 8);
+      if (w != 0) break;
+      i += 8;
+    }
+    if (i > end || in[i] >= 0x80 || kFixed.type[in[i]] != ct::kNone) return i;
+    ++i;
+  }
 }
 
 inline void PutCrLf(std::uint8_t* out, BufIndex& o) noexcept {
@@ -119,6 +137,11 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
 
   while (i <= end) {
     const std::uint8_t b = in[i];
+    if (b < 0x80 && kFixed.type[b] == ct::kNone) {
+      // Junk is dropped in every state; zero padding goes eight bytes at a time.
+      i = SkipJunk(in, i, end);
+      continue;
+    }
     if (s != kJisKanji && s != kJisKana) {
       if (IsPrintable(b)) {
         AsciiCopy(out, in, o, i, end);
@@ -271,8 +294,12 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
       case LiteClass::kLead:
         CopySjisRun(out, in, o, i, end, policy);
         break;
-      case LiteClass::kDrop:
-        break;  // controls, ESC, 0x1A, 0x7F, 0x80, 0xFD .. 0xFF
+      case LiteClass::kDrop:  // controls, ESC, 0x1A, 0x7F, 0x80, 0xFD .. 0xFF
+        if (b == 0) {
+          i = SkipJunk(in, i, end);
+          continue;
+        }
+        break;
     }
     ++i;
   }

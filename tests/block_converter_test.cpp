@@ -58,6 +58,9 @@ TEST(FerroxConvSub, ConvertsByteTable) {
       {"JIS kanji, ESC $ @", "\x1B$@\x30\x21\x21\x21\x1B(J.", "\x88\x9F\x81\x40.", 12, kJisFile},
       {"line end inside JIS dropped", "\x1B$B\x30\x21\r\n\x1B(B\r\n", "\x88\x9F\r\n", 12, kJisFile},
       {"tab inside JIS dropped", "\x1B$B\t\x30\x21\x1B(Bz", "\x88\x9Fz", 12, kJisFile},
+      {"zeros inside JIS dropped", Bytes("\x1B$B\x30\x21", 5) + Bytes(20, '\0') + "\x24\x22\x1B(B",
+       "\x88\x9F\x82\xA0", 12, kJisFile},
+      {"zeros and controls", Bytes(9, '\0') + "\x01" + Bytes(9, '\0') + "a", "a", 12, kSjisFile},
       {"SO kana SI", "\x0E\x31\x0F", "\xB1", 12, kJisFile},
       {"SO blank becomes 0xA0", "\x0E\x20\x41\x0F", "\xA0\xC1", 12, kJisFile},
       {"ESC ( I kana, upper half dropped", "\x1B(I\x31\x60\x5F\x1B(Bx", "\xB1\xDFx", 12, kJisFile},
@@ -97,6 +100,7 @@ TEST(FerroxConvSubLite, ConvertsByteTable) {
       {"gaiji as characters", "\x87\x40", "\x87\x40", 8, kSjisFile},
       {"bytes that never start anything", "\x80\xFD\xFE\xFF\x7F" "a", "a", 8, kSjisFile},
       {"lead without trail dropped", "\x82 a", " a", 8, kSjisFile},
+      {"zeros and controls", Bytes(9, '\0') + "\x01\x1B" + Bytes(9, '\0') + "a", "a", 8, kSjisFile},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
