@@ -124,7 +124,9 @@ std::string AsciiUpper(std::string text) {
 // first disposing of an old output as FileMode says. The old output stays at
 // its name until one rename replaces it, except when it goes to the trash.
 bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode) {
-  if (!EntryExists(outPath)) return ::rename(staged.c_str(), outPath.c_str()) == 0;
+  struct stat old {};
+  if (::lstat(outPath.c_str(), &old) != 0) return ::rename(staged.c_str(), outPath.c_str()) == 0;
+  if (S_ISDIR(old.st_mode)) return false;  // a file never takes the place of a folder
 
   if ((fileMode & file_mode::kBackup) != 0) {
     const std::string backup = GetNameWithoutExtension(outPath) + ".bak";

@@ -210,6 +210,19 @@ TEST_F(CliSafety, InputThatVanishesMidBatch) {
   EXPECT_TRUE(WorkFilesLeft(root_).empty());
 }
 
+TEST_F(CliSafety, AFolderInTheWayOfAnOutputFileStaysAFolder) {
+  Write("in/x.txt", Encode(Lines(3), "EUC-JP"));
+  Write("out/x.txt/keep", "inside");
+  for (const char* fileMode : {"116", "117", "244"}) {
+    const CliResult r = Run({"convert", "--file-mode", fileMode, "in/*.txt", "out"});
+    EXPECT_EQ(r.status, 1) << fileMode;
+    EXPECT_EQ(r.err, "変換出来ませんでした\n") << fileMode;
+    EXPECT_EQ(Read("out/x.txt/keep"), "inside") << fileMode;
+    EXPECT_FALSE(Exists("out/x.bak")) << fileMode;
+  }
+  EXPECT_TRUE(WorkFilesLeft(root_).empty());
+}
+
 TEST_F(CliSafety, InterruptCancelsAndRemovesThePartialOutput) {
   for (int i = 0; i < 300; ++i) Write("in/f" + std::to_string(1000 + i) + ".txt", Encode(Lines(300), "EUC-JP"));
   const CliProcess p = Start(CliCall{{"convert", "in", "out"}, {}, {}, {}});

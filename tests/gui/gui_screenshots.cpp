@@ -1,0 +1,102 @@
+// ferrox-gui-screenshots: opens the real windows of the desktop program one
+// after another on the current display and saves a PNG of each, so a person
+// can look at them (scripts/screenshots.sh runs it under Xvfb).
+
+#include <filesystem>
+#include <fstream>
+
+// ferrox
+#include "app/settings_store.h"
+#include "helpers/macbinary_builder.h"
+#include "ui/about_dialog.h"
+#include "ui/gaiji_dialog.h"
+#include "ui/help_window.h"
+#include "ui/main_window.h"
+#include "ui/report_window.h"
+#include "ui/setup2_dialog.h"
+#include "ui/setup_dialog.h"
+#include "ui/suffix_edit_dialog.h"
+#include "ui/suffix_set_dialog.h"
+
+// Qt
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QScreen>
+#include <QTest>
+#include <QTextStream>
+
+using namespace ferrox;
+using namespace ferrox::ui;
+
+namespace {
+
+QString gFolder;
+
+void Shoot(QWidget& window, const QString& name) {
+  window.show();
+  window.raise();
+  QTest::qWait(400);
+  const QPixmap shot = window.screen()->grabWindow(window.winId());
+  const QString path = gFolder + QLatin1Char('/') + name + QStringLiteral(".png");
+  if (!shot.save(path)) QTextStream(stderr) << "cannot save " << path << "\n";
+  QTextStream(stdout) << path << "\n";
+  window.hide();
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  QApplication app(argc, argv);
+  QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
+  if (argc < 3) {
+    QTextStream(stderr) << "usage: ferrox-gui-screenshots OUTPUT_FOLDER SAMPLE_FOLDER\n";
+    return 2;
+  }
+  gFolder = QString::fromLocal8Bit(argv[1]);
+  QDir().mkpath(gFolder);
+  const std::string samples = argv[2];
+  std::filesystem::create_directories(samples);
+  const std::string text = samples + "/euc_memo.txt";
+  std::ofstream(text, std::ios::binary) << "\xc6\xfc\xcb\xdc\xb8\xec\xa4\xce\xa5\xc6\xa5\xad\xa5\xb9\xa5\xc8\n"
+                                           "second line\r\nthird line\n";
+  const std::string mac = samples + "/download.bin";
+  std::ofstream(mac, std::ios::binary) << testing::MacBinaryHeaderBytes(
+                                              {"\x93\xfa\x96{\x8c\xea Memo", "TEXT", "ttxt", 6, 0,
+                                               3000000000u, 3100000000u})
+                                       << "abc\rd\r" << std::string(122, '\0');
+
+  SettingsStore store;
+  (void)store.Load();
+  MainWindow main(store, {QString::fromStdString(mac)});
+  main.move(40, 40);
+  Shoot(main, QStringLiteral("01_main_window"));
+  main.SetInFileText(text);
+  main.show();
+  main.ProgressPanel(true);
+  main.ShowProgress(42, 100);
+  Shoot(main, QStringLiteral("02_main_window_progress"));
+  main.ProgressPanel(false);
+  main.show();
+
+  SetupDialog setup(store.Settings, &main);
+  Shoot(setup, QStringLiteral("03_options_fomSetup"));
+  Setup2Dialog setup2(store.Settings, &main);
+  Shoot(setup2, QStringLiteral("04_options_fomSetup2"));
+  GaijiDialog gaiji(store.Settings, store.Gaiji, &main);
+  Shoot(gaiji, QStringLiteral("05_gaiji_fomGaiSet"));
+  SuffixSetDialog suffix(store.Settings, store.Suffixes, store.SuffixTableChanged, &main);
+  Shoot(suffix, QStringLiteral("06_suffix_fomSfxSet"));
+  SuffixEditDialog edit(SuffixEditDialog::Mode::Change, store.Suffixes[0], &main);
+  Shoot(edit, QStringLiteral("07_suffix_edit_fomSfxEdit"));
+  main.SetInFileText(mac);
+  const QString report = main.findChild<QLabel*>(QStringLiteral("lblInfo"))->text();
+  ReportWindow reportWindow(report, QString::fromStdString(mac), std::uint16_t{0x0122}, &main);
+  Shoot(reportWindow, QStringLiteral("08_report_fomReport"));
+  AboutDialog about(&main);
+  Shoot(about, QStringLiteral("09_about_fomVersion"));
+  HelpWindow help;
+  help.ShowTopic(HelpFilePath(), help_topic::kMain);
+  Shoot(help, QStringLiteral("10_help"));
+  return 0;
+}

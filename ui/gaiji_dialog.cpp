@@ -1,0 +1,100 @@
+// fomGaiSet: the gaiji settings dialog.
+
+#include "ui/gaiji_dialog.h"
+
+// ferrox
+#include "convert/gaiji_table.h"
+#include "ui/file_dialog.h"
+#include "ui/help_window.h"
+#include "ui/path_box.h"
+
+// Qt
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace ferrox::ui {
+
+GaijiDialog::GaijiDialog(ConversionSettings& settings, GaijiTable& table, QWidget* parent)
+    : QDialog(parent), settings_(settings), table_(table) {
+  setObjectName(QStringLiteral("fomGaiSet"));
+  setWindowTitle(QStringLiteral("外字の変換設定"));
+
+  chkGaijiConv_ = new QCheckBox(QStringLiteral("変換定義ファイルの設定を元に変換する"), this);
+  chkGaijiConv_->setObjectName(QStringLiteral("chkGaijiConv"));
+  auto* label = new QLabel(QStringLiteral("変換定義ファイル："), this);
+  txtGaijiTable_ = new PathBox(PathBox::DropMode::FirstOnly, this);
+  txtGaijiTable_->setObjectName(QStringLiteral("txtGaijiTable"));
+  txtGaijiTable_->setMinimumWidth(360);
+  label->setBuddy(txtGaijiTable_);
+  cmdGaijiTable_ = new QPushButton(QStringLiteral("参照..."), this);
+  cmdGaijiTable_->setObjectName(QStringLiteral("cmdGaijiTable"));
+  cmdGaijiTable_->setAutoDefault(false);
+
+  auto* ok = new QPushButton(QStringLiteral("OK"), this);
+  ok->setObjectName(QStringLiteral("cmdExit"));
+  ok->setDefault(true);
+  auto* cancel = new QPushButton(QStringLiteral("キャンセル"), this);
+  cancel->setObjectName(QStringLiteral("cmdCancel"));
+  cancel->setAutoDefault(false);
+  auto* help = new QPushButton(QStringLiteral("ﾍﾙﾌﾟ(&H)"), this);
+  help->setObjectName(QStringLiteral("cmdHelp"));
+  help->setAutoDefault(false);
+
+  connect(chkGaijiConv_, &QCheckBox::toggled, this, &GaijiDialog::chkGaijiConv_Click);
+  connect(cmdGaijiTable_, &QPushButton::clicked, this, &GaijiDialog::cmdGaijiTable_Click);
+  connect(ok, &QPushButton::clicked, this, [this] { cmdExit_Click(); accept(); });
+  connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+  connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kGaiji); });
+
+  auto* pathRow = new QHBoxLayout;
+  pathRow->addWidget(txtGaijiTable_, 1);
+  pathRow->addWidget(cmdGaijiTable_);
+  auto* buttons = new QHBoxLayout;
+  buttons->addStretch(1);
+  buttons->addWidget(ok);
+  buttons->addWidget(cancel);
+  buttons->addWidget(help);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(chkGaijiConv_);
+  layout->addWidget(label);
+  layout->addLayout(pathRow);
+  layout->addSpacing(8);
+  layout->addLayout(buttons);
+
+  // Form_Load: the check box first, so that its handler sets the enabled state.
+  chkGaijiConv_->setChecked((settings.ConvMode & conv_mode::kGaijiTable) != 0);
+  chkGaijiConv_Click();
+  txtGaijiTable_->SetTextAtEnd(QString::fromStdString(settings.GaijiTable));
+}
+
+void GaijiDialog::chkGaijiConv_Click() {
+  const bool on = chkGaijiConv_->isChecked();
+  txtGaijiTable_->setEnabled(on);
+  cmdGaijiTable_->setEnabled(on);
+}
+
+void GaijiDialog::cmdGaijiTable_Click() {
+  // A quoted path opens without its quotes.
+  QString initial = txtGaijiTable_->text();
+  if (initial.startsWith(QLatin1Char('"'))) {
+    const qsizetype close = initial.indexOf(QLatin1Char('"'), 1);
+    initial = close < 0 ? initial.mid(1) : initial.mid(1, close - 1);
+  }
+  const QStringList chosen = ShowFileDialog(
+      {this, FileDialogMode::Open, QStringLiteral("定義ﾌｧｲﾙの選択"), kFilterTables, initial});
+  if (chosen.isEmpty() || chosen.first().isEmpty()) return;
+  txtGaijiTable_->SetTextAtEnd(chosen.first());
+}
+
+void GaijiDialog::cmdExit_Click() {
+  std::uint16_t mode = settings_.ConvMode & static_cast<std::uint16_t>(~conv_mode::kGaijiTable);
+  if (chkGaijiConv_->isChecked()) mode |= conv_mode::kGaijiTable;
+  settings_.ConvMode = mode;
+  settings_.GaijiTable = txtGaijiTable_->text().toStdString();
+  table_.LoadGaijiTable(settings_.GaijiTable);
+}
+
+}  // namespace ferrox::ui

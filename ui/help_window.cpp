@@ -1,0 +1,86 @@
+// The help window and the search for the help file.
+
+#include "ui/help_window.h"
+
+// ferrox
+#include "ui/message_box.h"
+
+// Qt
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+#include <QTextBrowser>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace ferrox::ui {
+namespace {
+
+const QString kHelpFileName = QStringLiteral("ferrox.html");
+
+QPointer<HelpWindow>& TheHelpWindow() {
+  static QPointer<HelpWindow> window;
+  return window;
+}
+
+}  // namespace
+
+QString HelpFilePath() {
+  QStringList folders;
+  const QString fromEnv = qEnvironmentVariable("FERROX_HELP_DIR");
+  if (!fromEnv.isEmpty()) folders << fromEnv;
+  folders << QCoreApplication::applicationDirPath() + QStringLiteral("/../share/ferrox/help");
+#ifdef FERROX_DATA_DIR
+  folders << QStringLiteral(FERROX_DATA_DIR "/help");
+#endif
+#ifdef FERROX_SOURCE_HELP_DIR
+  folders << QStringLiteral(FERROX_SOURCE_HELP_DIR);
+#endif
+  for (const QString& folder : folders) {
+    const QFileInfo file(QDir(folder), kHelpFileName);
+    if (file.isFile()) return file.absoluteFilePath();
+  }
+  return {};
+}
+
+void ShowHelp(QWidget* owner, const QString& topic) {
+  const QString file = HelpFilePath();
+  if (file.isEmpty()) {
+    ShowMessage({owner, MsgKind::Information, {},
+                 QStringLiteral("ﾍﾙﾌﾟを表示できません。 このﾌﾟﾛｸﾞﾗﾑに関連付けられたﾍﾙﾌﾟが存在しません。"),
+                 QMessageBox::Ok, QMessageBox::Ok});
+    return;
+  }
+  QPointer<HelpWindow>& window = TheHelpWindow();
+  if (!window) {
+    window = new HelpWindow();
+    window->setAttribute(Qt::WA_DeleteOnClose);
+  }
+  window->ShowTopic(file, topic);
+  window->show();
+  window->raise();
+  window->activateWindow();
+}
+
+HelpWindow::HelpWindow(QWidget* parent) : QWidget(parent, Qt::Window), browser_(new QTextBrowser(this)) {
+  setObjectName(QStringLiteral("fomHelp"));
+  setWindowTitle(QStringLiteral("Ferrox ﾍﾙﾌﾟ"));
+  browser_->setObjectName(QStringLiteral("txtHelp"));
+  browser_->setOpenExternalLinks(true);
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->addWidget(browser_);
+  resize(560, 480);
+}
+
+void HelpWindow::ShowTopic(const QString& file, const QString& topic) {
+  QUrl url = QUrl::fromLocalFile(file);
+  url.setFragment(topic);
+  browser_->setSource(url);
+  browser_->scrollToAnchor(topic);
+}
+
+QString HelpWindow::CurrentTopic() const { return browser_->source().fragment(); }
+
+}  // namespace ferrox::ui

@@ -1,0 +1,91 @@
+// Proposals for a new input entry.
+
+#include "ui/input_proposal.h"
+
+// ferrox
+#include "app/entry_list.h"
+#include "app/folder_listing.h"
+#include "app/path_helpers.h"
+#include "suffix/file_name_rec.h"
+
+namespace ferrox::ui {
+namespace {
+
+SurveySettings SurveyOf(const ConversionSettings& s) { return {s.ChkSize, s.BinRate, s.ConvMode}; }
+
+std::string Join(const std::string& folder, const std::string& name) {
+  return folder.ends_with('/') ? folder + name : folder + "/" + name;
+}
+
+bool IsList(const std::string& text) { return TrimLeftBlanks(text).starts_with('"'); }
+
+void AddListing(std::vector<std::string>& out, const std::string& folder, std::string_view pattern) {
+  for (const std::string& file : ListFolder(folder, pattern).files) out.push_back(Join(folder, file));
+}
+
+// The files a single name stands for in the report's several-files list.
+void Expand(std::vector<std::string>& out, const std::string& name, const ConversionSettings& settings) {
+  if (HasWildcard(name)) {
+    const std::string folder = GetParentFolder(name);
+    if (!folder.empty()) AddListing(out, folder, std::string_view(name).substr(name.rfind('/') + 1));
+  } else if (IsFolder(name)) {
+    if ((settings.FileMode & file_mode::kFolderSelect) != 0) AddListing(out, name, {});
+  } else if (IsFile(name)) {
+    out.push_back(name);
+  }
+}
+
+}  // namespace
+
+std::string ProposeOutputFor(const std::string& name, FileSurvey& survey, const ConversionSettings& settings,
+                             const SuffixTable& table, ProgressSink& sink) {
+  if (name.empty()) return {};
+  if (HasWildcard(name)) return GetParentFolder(name);
+  if (IsFolder(name)) return name;
+  if (!IsFile(name)) return {};
+  MacBinaryInfo info;
+  std::uint16_t flags = 0;
+  if (survey.FileTypeChk(name, SurveyOf(settings), sink, info, flags) == survey_result::kMacBinary) {
+    const std::string macName = FileNameRec(table, settings, info.FileName, info.FileType, info.Creator);
+    const std::string folder = GetParentFolder(name);
+    if (!macName.empty() && !folder.empty()) return Join(folder, macName);
+  }
+  return name;
+}
+
+InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey, const ConversionSettings& settings,
+                              const SuffixTable& table, CheckBoxes current, ProgressSink& sink) {
+  InputProposal proposal;
+  if (TrimBlanks(boxText).empty()) return proposal;
+  if (IsList(boxText)) {
+    std::vector<std::string> outputs;
+    for (const std::string& name : CommaToDim(boxText)) {
+      std::string out = ProposeOutputFor(name, survey, settings, table, sink);
+      if (out.empty()) return proposal;  // a name that names nothing: no list to propose
+      outputs.push_back(std::move(out));
+      Expand(proposal.expanded, name, settings);
+    }
+    if (!outputs.empty()) proposal.output = QuotedList(outputs);
+    return proposal;
+  }
+  const std::string name = NormalizeEntry(boxText);
+  std::string out = ProposeOutputFor(name, survey, settings, table, sink);
+  if (!out.empty()) proposal.output = std::move(out);
+  if (HasWildcard(name) || IsFolder(name)) {
+    Expand(proposal.expanded, name, settings);
+    return proposal;
+  }
+  if (IsFile(name)) {
+    MacBinaryInfo info;
+    std::uint16_t flags = 0;
+    const int kind = survey.FileTypeChk(name, SurveyOf(settings), sink, info, flags);
+    if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
+      // A new input is surveyed as a batch would survey it.
+      proposal.boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
+                                         settings.FileMode | file_mode::kBatch, current);
+    }
+  }
+  return proposal;
+}
+
+}  // namespace ferrox::ui

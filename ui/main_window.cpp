@@ -1,0 +1,457 @@
+// fomMain: layout, the ConvWindow side, the proposals for a new input and the
+// first activation (command line and automatic mode).
+
+#include "ui/main_window.h"
+
+// ferrox
+#include "analysis/survey_report.h"
+#include "app/conv_driver.h"
+#include "app/entry_list.h"
+#include "app/path_helpers.h"
+#include "app/settings_store.h"
+#include "suffix/file_name_rec.h"
+#include "ui/about_dialog.h"
+#include "ui/file_dialog.h"
+#include "ui/gaiji_dialog.h"
+#include "ui/help_window.h"
+#include "ui/input_proposal.h"
+#include "ui/message_box.h"
+#include "ui/option_widgets.h"
+#include "ui/path_box.h"
+#include "ui/report_window.h"
+#include "ui/setup2_dialog.h"
+#include "ui/setup_dialog.h"
+#include "ui/suffix_set_dialog.h"
+
+// Qt
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QFrame>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace ferrox::ui {
+namespace {
+
+const QString kInfoCaption = QStringLiteral("ﾌｧｲﾙ情報：");
+const QString kProgressCaption = QStringLiteral("進行状況：");
+
+QString Percent(int percent) { return QStringLiteral(" %1 %").arg(percent); }
+
+// The progress panel: a sunken box with a bar growing from the left. The
+// percent shows twice, dark over the empty part and light inside the bar.
+class ProgressMeta : public QFrame {
+ public:
+  explicit ProgressMeta(QWidget* parent) : QFrame(parent) {
+    setFrameStyle(QFrame::Panel | QFrame::Sunken);
+    setFixedHeight(24);
+    bar = new QFrame(this);
+    bar->setObjectName(QStringLiteral("picCnvSub"));
+    bar->setAutoFillBackground(true);
+    QPalette barPalette = bar->palette();
+    barPalette.setColor(QPalette::Window, barPalette.color(QPalette::Highlight));
+    barPalette.setColor(QPalette::WindowText, barPalette.color(QPalette::HighlightedText));
+    bar->setPalette(barPalette);
+    outer = new QLabel(this);
+    outer->setObjectName(QStringLiteral("lblCnvSub"));
+    outer->setAlignment(Qt::AlignCenter);
+    inner = new QLabel(bar);
+    inner->setObjectName(QStringLiteral("lblCnvSub2"));
+    inner->setAlignment(Qt::AlignCenter);
+    outer->lower();
+  }
+
+  void SetPercent(int value) {
+    percent = value;
+    const QRect area = contentsRect();
+    bar->setGeometry(area.x(), area.y(), area.width() * percent / 100, area.height());
+    outer->setGeometry(area);
+    inner->setGeometry(0, 0, area.width(), area.height());
+    outer->setText(Percent(percent));
+    inner->setText(Percent(percent));
+  }
+
+  QFrame* bar;
+  QLabel* outer;
+  QLabel* inner;
+  int percent = 0;
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override {
+    QFrame::resizeEvent(event);
+    SetPercent(percent);
+  }
+};
+
+}  // namespace
+
+MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* parent)
+    : QWidget(parent), store_(store), arguments_(std::move(arguments)) {
+  setObjectName(QStringLiteral("fomMain"));
+  setWindowTitle(QStringLiteral("Ferrox"));
+  driver_ = std::make_unique<ConvDriver>(*this, store_.Settings, &store_.Gaiji);
+
+  auto* inLabel = new QLabel(QStringLiteral("入力ﾌｧｲﾙ(&I)："), this);
+  txtInFile_ = new PathBox(PathBox::DropMode::List, this);
+  txtInFile_->setObjectName(QStringLiteral("txtInFile"));
+  inLabel->setBuddy(txtInFile_);
+  comInFile_ = MakeButton(this, "comInFile", QStringLiteral("参照..."));
+  auto* outLabel = new QLabel(QStringLiteral("出力ﾌｧｲﾙ(&O)："), this);
+  txtOutFile_ = new PathBox(PathBox::DropMode::List, this);
+  txtOutFile_->setObjectName(QStringLiteral("txtOutFile"));
+  outLabel->setBuddy(txtOutFile_);
+  comOutFile_ = MakeButton(this, "comOutFile", QStringLiteral("参照..."));
+
+  chkMBCut_ = new QCheckBox(QStringLiteral("MacBinaryを外す(&M)"), this);
+  chkMBCut_->setObjectName(QStringLiteral("chkMBCut"));
+  chkMBCut_->setChecked(true);
+  chkTextCnv_ = new QCheckBox(QStringLiteral("テキストを変換する(&T)"), this);
+  chkTextCnv_->setObjectName(QStringLiteral("chkTextCnv"));
+  chkTextCnv_->setChecked(true);
+  cmdInfo_ = MakeButton(this, "cmdInfo", QStringLiteral("調査結果(&R)..."));
+
+  lblInfolbl_ = new QLabel(kInfoCaption, this);
+  lblInfolbl_->setObjectName(QStringLiteral("lblInfolbl"));
+  lblInfo_ = new QLabel(this);
+  lblInfo_->setObjectName(QStringLiteral("lblInfo"));
+  lblInfo_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+  lblInfo_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  lblInfo_->setWordWrap(true);
+  auto* infoArea = new QScrollArea(this);
+  infoArea->setWidget(lblInfo_);
+  infoArea->setWidgetResizable(true);
+  infoArea->setMinimumHeight(170);
+  auto* meta = new ProgressMeta(this);
+  picCnvMeta_ = meta;
+  picCnvMeta_->setObjectName(QStringLiteral("picCnvMeta"));
+  picCnvSub_ = meta->bar;
+  lblCnvSub_ = meta->outer;
+  lblCnvSub2_ = meta->inner;
+  picCnvMeta_->hide();
+
+  comFerrox_ = MakeButton(this, "comFerrox", QStringLiteral("変換(&C)"));
+  comFerrox_->setDefault(true);
+  comVirsion_ = MakeButton(this, "comVirsion", QStringLiteral("設定(&S)..."));
+  cmdHelp_ = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
+  cmdExit_ = MakeButton(this, "cmdExit", QStringLiteral("終了(&X)"));
+
+  auto* paths = new QGridLayout;
+  paths->addWidget(inLabel, 0, 0);
+  paths->addWidget(txtInFile_, 0, 1);
+  paths->addWidget(comInFile_, 0, 2);
+  paths->addWidget(outLabel, 1, 0);
+  paths->addWidget(txtOutFile_, 1, 1);
+  paths->addWidget(comOutFile_, 1, 2);
+  paths->setColumnStretch(1, 1);
+  auto* checks = new QHBoxLayout;
+  checks->addWidget(chkMBCut_);
+  checks->addWidget(chkTextCnv_);
+  checks->addStretch(1);
+  checks->addWidget(cmdInfo_);
+  auto* info = new QGridLayout;
+  info->addWidget(infoArea, 0, 0);
+  info->addWidget(picCnvMeta_, 0, 0, Qt::AlignTop);
+  auto* buttons = new QHBoxLayout;
+  buttons->addWidget(comFerrox_);
+  buttons->addStretch(1);
+  buttons->addWidget(comVirsion_);
+  buttons->addWidget(cmdHelp_);
+  buttons->addWidget(cmdExit_);
+  auto* layout = new QVBoxLayout(this);
+  layout->addLayout(paths);
+  layout->addLayout(checks);
+  layout->addWidget(lblInfolbl_);
+  layout->addLayout(info, 1);
+  layout->addLayout(buttons);
+  resize(560, 380);
+
+  inputTimer_ = new QTimer(this);
+  inputTimer_->setSingleShot(true);
+  inputTimer_->setInterval(350);
+  connect(inputTimer_, &QTimer::timeout, this, &MainWindow::txtInFile_Change);
+  connect(txtInFile_, &QLineEdit::textEdited, inputTimer_, qOverload<>(&QTimer::start));
+  connect(txtInFile_, &PathBox::dropped, this, &MainWindow::txtInFile_Change);
+  connect(comInFile_, &QPushButton::clicked, this, &MainWindow::comInFile_Click);
+  connect(comOutFile_, &QPushButton::clicked, this, &MainWindow::comOutFile_Click);
+  connect(comFerrox_, &QPushButton::clicked, this, &MainWindow::comFerrox_Click);
+  connect(cmdInfo_, &QPushButton::clicked, this, &MainWindow::cmdInfo_Click);
+  connect(comVirsion_, &QPushButton::clicked, this, &MainWindow::comVirsion_Click);
+  connect(cmdHelp_, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kMain); });
+  connect(cmdExit_, &QPushButton::clicked, this, &QWidget::close);
+}
+
+MainWindow::~MainWindow() = default;
+
+// ---- ConvWindow ----------------------------------------------------------
+
+std::string MainWindow::InFileText() const { return txtInFile_->text().toStdString(); }
+
+void MainWindow::SetInFileText(const std::string& text) {
+  txtInFile_->SetTextAtEnd(QString::fromStdString(text));
+  if (convBusy_) {
+    SurveyForBatch();
+  } else {
+    txtInFile_Change();
+  }
+}
+
+std::string MainWindow::OutFileText() const { return txtOutFile_->text().toStdString(); }
+
+void MainWindow::SetOutFileText(const std::string& text) {
+  txtOutFile_->SetTextAtEnd(QString::fromStdString(text));
+}
+
+bool MainWindow::TextCnvChecked() const { return chkTextCnv_->isChecked(); }
+bool MainWindow::MBCutChecked() const { return chkMBCut_->isChecked(); }
+void MainWindow::SetConvBusy(bool busy) { convBusy_ = busy; }
+bool MainWindow::ConvBusy() const { return convBusy_; }
+void MainWindow::Message(const std::string& text) { Exclaim(this, QString::fromStdString(text)); }
+bool MainWindow::Question(const std::string& text) { return AskYesNo(this, QString::fromStdString(text)); }
+void MainWindow::Beep() { QApplication::beep(); }
+
+void MainWindow::AllEnabled(bool enabled) {
+  for (QWidget* control : std::initializer_list<QWidget*>{
+           txtInFile_, txtOutFile_, comInFile_, comOutFile_, chkMBCut_, chkTextCnv_, comFerrox_, cmdInfo_,
+           cmdHelp_, comVirsion_, cmdExit_}) {
+    control->setEnabled(enabled);
+  }
+  if (!enabled) inputTimer_->stop();
+}
+
+void MainWindow::ProgressPanel(bool on) {
+  if (on) {
+    savedMBCutEnabled_ = chkMBCut_->isEnabled();
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    shownPercent_ = -1;
+    ShowProgress(0, 1);
+    picCnvMeta_->show();
+    picCnvMeta_->raise();
+    lblInfo_->parentWidget()->parentWidget()->hide();
+    savedInfoCaption_ = lblInfolbl_->text();
+    lblInfolbl_->setText(kProgressCaption);
+    pumpClock_.invalidate();
+    PumpEvents();
+  } else {
+    chkMBCut_->setEnabled(savedMBCutEnabled_);
+    QApplication::restoreOverrideCursor();
+    picCnvMeta_->hide();
+    lblInfo_->parentWidget()->parentWidget()->show();
+    lblInfolbl_->setText(savedInfoCaption_);
+  }
+}
+
+void MainWindow::PumpEvents() {
+  // Called once per 8192-byte block: pumping every time would cost more than
+  // the conversion itself, so the window is served every few tens of ms.
+  if (pumpClock_.isValid() && pumpClock_.elapsed() < kPumpIntervalMs) return;
+  QCoreApplication::processEvents(QEventLoop::AllEvents);
+  pumpClock_.start();
+}
+
+void MainWindow::ShowProgress(std::int64_t done, std::int64_t total) {
+  const int percent = total > 0 ? static_cast<int>(std::min<std::int64_t>(100, done * 100 / total)) : 100;
+  if (percent == shownPercent_) return;
+  shownPercent_ = percent;
+  static_cast<ProgressMeta*>(picCnvMeta_)->SetPercent(percent);
+}
+
+// ---- proposals ----------------------------------------------------------
+
+void MainWindow::txtInFile_Change() {
+  inputTimer_->stop();
+  const std::string entry = InFileText();
+  const CheckBoxes current{chkTextCnv_->isChecked(), chkMBCut_->isChecked()};
+  const InputProposal proposal =
+      ProposeForInput(entry, survey_, store_.Settings, store_.Suffixes, current, quiet_);
+  if (proposal.output) SetOutFileText(*proposal.output);
+  if (proposal.boxes) {
+    chkTextCnv_->setChecked(proposal.boxes->textCnv);
+    chkMBCut_->setChecked(proposal.boxes->mbCut);
+  }
+  const ConversionSettings& s = store_.Settings;
+  const SuffixTable& table = store_.Suffixes;
+  const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
+    const int row = SuffixTableSearch(table, type, creator);
+    return row < 0 ? nullptr : &table[static_cast<std::size_t>(row)];
+  };
+  const std::string report = InfoTextSet(survey_, NormalizeEntry(entry), proposal.expanded,
+                                         {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
+  lastReport_ = QString::fromStdString(report);
+  QString shown = lastReport_;
+  shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+  lblInfo_->setText(shown.trimmed());
+}
+
+void MainWindow::SurveyForBatch() {
+  // FileMode bit 2 (forced during batches): the check boxes follow each file.
+  const ConversionSettings& s = store_.Settings;
+  if ((s.FileMode & file_mode::kBatch) == 0) return;
+  MacBinaryInfo info;
+  std::uint16_t flags = 0;
+  const int kind = survey_.FileTypeChk(InFileText(), {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, flags);
+  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return;
+  const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary, s.FileMode,
+                                             {chkTextCnv_->isChecked(), chkMBCut_->isChecked()});
+  chkTextCnv_->setChecked(boxes.textCnv);
+  chkMBCut_->setChecked(boxes.mbCut);
+}
+
+// ---- buttons ----------------------------------------------------------
+
+void MainWindow::comFerrox_Click() {
+  inputTimer_->stop();
+  const int result = driver_->Ferrox_Click_Etc(true);
+  switch (result) {
+    case -3:
+      if (chkTextCnv_->isEnabled()) chkTextCnv_->setFocus();
+      break;
+    case -2: txtOutFile_->setFocus(); break;
+    case -1: txtInFile_->setFocus(); break;
+    case 0:
+      Beep();
+      cmdExit_->setFocus();
+      break;
+    case -6: close(); break;  // the user chose to stop: the program ends
+    default: break;
+  }
+}
+
+void MainWindow::cmdInfo_Click() {
+  txtInFile_Change();
+  std::optional<std::uint16_t> flags;
+  const std::string name = NormalizeEntry(InFileText());
+  if (IsFile(name)) {
+    const ConversionSettings& s = store_.Settings;
+    MacBinaryInfo info;
+    std::uint16_t word = 0;
+    const int kind = survey_.FileTypeChk(name, {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, word);
+    if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) flags = word;
+  }
+  ReportWindow report(lastReport_, txtInFile_->text(), flags, this);
+  report.exec();
+}
+
+void MainWindow::comInFile_Click() {
+  const QStringList chosen = ShowFileDialog(
+      {this, FileDialogMode::OpenMany, QStringLiteral("入力ﾌｧｲﾙの選択"), kFilterAll, txtInFile_->text()});
+  if (chosen.isEmpty()) return;
+  txtInFile_->SetTextAtEnd(JoinEntry(chosen));
+  txtInFile_Change();
+}
+
+void MainWindow::comOutFile_Click() {
+  const std::string in = NormalizeEntry(InFileText());
+  const bool folder = HasWildcard(in) || IsFolder(in);
+  const QStringList chosen =
+      ShowFileDialog({this, folder ? FileDialogMode::Folder : FileDialogMode::Save,
+                      folder ? QStringLiteral("出力ﾌｫﾙﾀﾞの選択") : QStringLiteral("出力ﾌｧｲﾙの選択"),
+                      kFilterAll, txtOutFile_->text()});
+  if (!chosen.isEmpty()) txtOutFile_->SetTextAtEnd(chosen.first());
+}
+
+void MainWindow::comVirsion_Click() {
+  SetupDialog setup(store_.Settings, this);
+  setup.openGaiji = [this](QWidget* owner) { OpenGaiji(owner); };
+  setup.openSuffix = [this](QWidget* owner) { OpenSuffix(owner); };
+  setup.openSetup2 = [this](QWidget* owner) { OpenSetup2(owner); };
+  setup.openAbout = [this](QWidget* owner) { OpenAbout(owner); };
+  if (setup.exec() == QDialog::Accepted) txtInFile_Change();
+}
+
+void MainWindow::OpenGaiji(QWidget* owner) {
+  GaijiDialog dialog(store_.Settings, store_.Gaiji, owner);
+  dialog.exec();
+}
+
+void MainWindow::OpenSuffix(QWidget* owner) {
+  SuffixSetDialog dialog(store_.Settings, store_.Suffixes, store_.SuffixTableChanged, owner);
+  dialog.exec();
+}
+
+void MainWindow::OpenSetup2(QWidget* owner) {
+  Setup2Dialog dialog(store_.Settings, owner);
+  dialog.exec();
+}
+
+void MainWindow::OpenAbout(QWidget* owner) {
+  AboutDialog dialog(owner);
+  dialog.exec();
+}
+
+// ---- life cycle ----------------------------------------------------------
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  if (convBusy_) {
+    if (AskYesNo(this, QStringLiteral("変換作業中ですが中断しますか？"))) convBusy_ = false;
+    event->ignore();
+    return;
+  }
+  store_.Settings.Left = x();
+  store_.Settings.Top = y();
+  if (!store_.Save()) {
+    Exclaim(this, QStringLiteral("設定ﾌｧｲﾙ [") + QString::fromStdString(store_.SettingsFile()) +
+                      QStringLiteral("] に保存できませんでした"));
+  }
+  event->accept();
+  emit closed();
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  if (activationPending_) QTimer::singleShot(0, this, &MainWindow::Form_Activate);
+}
+
+QString MainWindow::EntryFromArguments() const {
+  const std::string cwd = CurrentFolder();
+  std::vector<std::string> names;
+  for (const QString& argument : arguments_) {
+    const std::string text = argument.toStdString();
+    if (HasWildcard(text)) {
+      names.push_back(text);
+      continue;
+    }
+    // Folders and files alike become absolute paths without a trailing "/".
+    names.push_back(NormalizeEntry(MakeAbsolute(text, cwd)));
+  }
+  if (names.empty()) return {};
+  if (names.size() == 1) return QString::fromStdString(names.front());
+  return QString::fromStdString(QuotedList(names));
+}
+
+void MainWindow::Form_Activate() {
+  if (!activationPending_) return;
+  const std::uint16_t exec = store_.Settings.ExecMode;
+  const bool automatic = (exec & exec_mode::kAuto) != 0;
+  if (automatic) {
+    convBusy_ = true;
+  } else {
+    activationPending_ = false;
+  }
+  const QString entry = EntryFromArguments();
+  if (!entry.isEmpty()) {
+    txtInFile_->SetTextAtEnd(entry);
+    txtInFile_Change();
+  }
+  txtOutFile_->SetTextAtEnd(txtOutFile_->text());
+  if (automatic) {
+    QCoreApplication::processEvents();
+    const int result = driver_->Ferrox_Click_Etc(false);
+    if (result == 0) Beep();
+    // A run refused before it started leaves the flag set; the window is idle now.
+    convBusy_ = false;
+    activationPending_ = false;
+    if ((exec & exec_mode::kEndAfterAuto) != 0 || result == -6) {
+      close();
+      return;
+    }
+  }
+  activationPending_ = false;
+}
+
+}  // namespace ferrox::ui

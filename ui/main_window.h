@@ -1,0 +1,123 @@
+#pragma once
+// fomMain: the main window. It is the batch driver's window (path boxes, check
+// boxes, messages, progress, event pump, ConvBusy) and the door to every other
+// window.
+
+#include <memory>
+
+// ferrox
+#include "analysis/file_survey.h"
+#include "app/conv_window.h"
+
+// Qt
+#include <QElapsedTimer>
+#include <QStringList>
+#include <QWidget>
+
+class QCheckBox;
+class QFrame;
+class QLabel;
+class QPushButton;
+class QTimer;
+
+namespace ferrox {
+class ConvDriver;
+class SettingsStore;
+}  // namespace ferrox
+
+namespace ferrox::ui {
+
+class PathBox;
+
+class MainWindow : public QWidget, public ConvWindow {
+  Q_OBJECT
+ public:
+  // `arguments`: the command-line names, taken into the input box at the
+  // first activation (and converted at once in automatic mode).
+  MainWindow(SettingsStore& store, QStringList arguments, QWidget* parent = nullptr);
+  ~MainWindow() override;
+
+  // ConvWindow
+  [[nodiscard]] std::string InFileText() const override;
+  void SetInFileText(const std::string& text) override;
+  [[nodiscard]] std::string OutFileText() const override;
+  void SetOutFileText(const std::string& text) override;
+  [[nodiscard]] bool TextCnvChecked() const override;
+  [[nodiscard]] bool MBCutChecked() const override;
+  void SetConvBusy(bool busy) override;
+  void Message(const std::string& text) override;
+  [[nodiscard]] bool Question(const std::string& text) override;
+  void AllEnabled(bool enabled) override;
+  void ProgressPanel(bool on) override;
+  void Beep() override;
+  // ProgressSink
+  void PumpEvents() override;
+  [[nodiscard]] bool ConvBusy() const override;
+  void ShowProgress(std::int64_t done, std::int64_t total) override;
+
+  // The convert button: runs the batch and acts on its result.
+  void comFerrox_Click();
+  // The survey button: the report window of the current input.
+  void cmdInfo_Click();
+  // Surveys the input box and proposes the output and the check boxes.
+  void txtInFile_Change();
+
+  // Shortest time between two event pumps during long work.
+  static constexpr int kPumpIntervalMs = 25;
+
+ signals:
+  // The window accepted a close: the program ends.
+  void closed();
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  void Form_Activate();
+  void comInFile_Click();
+  void comOutFile_Click();
+  void comVirsion_Click();
+  void OpenGaiji(QWidget* owner);
+  void OpenSuffix(QWidget* owner);
+  void OpenSetup2(QWidget* owner);
+  void OpenAbout(QWidget* owner);
+  void SurveyForBatch();
+  [[nodiscard]] QString EntryFromArguments() const;
+
+  SettingsStore& store_;
+  QStringList arguments_;
+  std::unique_ptr<ConvDriver> driver_;
+  FileSurvey survey_;
+  SilentProgress quiet_;  // the proposals' surveys are short; they pump nothing
+  bool convBusy_ = false;
+  bool activationPending_ = true;
+  QElapsedTimer pumpClock_;
+  int shownPercent_ = -1;
+
+  PathBox* txtInFile_;
+  PathBox* txtOutFile_;
+  QPushButton* comInFile_;
+  QPushButton* comOutFile_;
+  QCheckBox* chkMBCut_;
+  QCheckBox* chkTextCnv_;
+  QPushButton* comFerrox_;
+  QPushButton* cmdInfo_;
+  QLabel* lblInfolbl_;
+  QLabel* lblInfo_;
+  QFrame* picCnvMeta_;
+  QFrame* picCnvSub_;
+  QLabel* lblCnvSub_;
+  QLabel* lblCnvSub2_;
+  QPushButton* cmdHelp_;
+  QPushButton* comVirsion_;
+  QPushButton* cmdExit_;
+  QTimer* inputTimer_;
+
+  // Saved by ProgressPanel(true), put back by ProgressPanel(false).
+  bool savedMBCutEnabled_ = true;
+  QString savedInfoCaption_;
+  QString lastReport_;  // the report of the current input, CR LF
+};
+
+}  // namespace ferrox::ui

@@ -1,0 +1,70 @@
+// Drag and drop of local files onto a path box.
+
+#include "ui/path_box.h"
+
+// Qt
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QUrl>
+
+namespace ferrox::ui {
+namespace {
+
+QStringList LocalPaths(const QMimeData* data) {
+  QStringList paths;
+  if (data == nullptr || !data->hasUrls()) return paths;
+  for (const QUrl& url : data->urls()) {
+    if (url.isLocalFile()) paths << url.toLocalFile();
+  }
+  return paths;
+}
+
+}  // namespace
+
+QString JoinEntry(const QStringList& paths) {
+  if (paths.size() == 1) return paths.first();
+  QStringList quoted;
+  for (const QString& path : paths) quoted << QLatin1Char('"') + path + QLatin1Char('"');
+  return quoted.join(QLatin1Char(','));
+}
+
+PathBox::PathBox(DropMode mode, QWidget* parent) : QLineEdit(parent), mode_(mode) {
+  setAcceptDrops(true);
+}
+
+void PathBox::SetTextAtEnd(const QString& text) {
+  setText(text);
+  deselect();
+  setCursorPosition(static_cast<int>(text.size()));
+}
+
+void PathBox::dragEnterEvent(QDragEnterEvent* event) {
+  if (!LocalPaths(event->mimeData()).isEmpty()) {
+    event->acceptProposedAction();
+    return;
+  }
+  QLineEdit::dragEnterEvent(event);
+}
+
+void PathBox::dragMoveEvent(QDragMoveEvent* event) {
+  if (!LocalPaths(event->mimeData()).isEmpty()) {
+    event->acceptProposedAction();
+    return;
+  }
+  QLineEdit::dragMoveEvent(event);
+}
+
+void PathBox::dropEvent(QDropEvent* event) {
+  QStringList paths = LocalPaths(event->mimeData());
+  if (paths.isEmpty()) {
+    QLineEdit::dropEvent(event);
+    return;
+  }
+  if (mode_ == DropMode::FirstOnly) paths = QStringList{paths.first()};
+  SetTextAtEnd(JoinEntry(paths));
+  event->acceptProposedAction();
+  emit dropped();
+}
+
+}  // namespace ferrox::ui

@@ -1,0 +1,19 @@
+#pragma once
+// The desktop program from start to end: the CP932 check, the settings and
+// tables, the main window with the command line, and the event loop.
+
+// Qt
+#include <QStringList>
+
+class QWidget;
+
+namespace ferrox::ui {
+
+// False (after the start-up error box) when iconv cannot convert CP932: the
+// program cannot read or write any of its text files then.
+[[nodiscard]] bool CheckJapaneseRuntime(QWidget* owner);
+
+// Runs the program on an existing QApplication; returns the exit code.
+[[nodiscard]] int RunFerroxGui(const QStringList& arguments);
+
+}  // namespace ferrox::ui
