@@ -16,7 +16,9 @@
 
 // Qt
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
@@ -25,6 +27,8 @@
 #include <QTest>
 #include <QTimer>
 #include <QUrl>
+
+#include <set>
 
 using namespace ferrox;
 using namespace ferrox::ui;
@@ -102,6 +106,31 @@ class ClosingWindow : public MainWindow {
       closeAsked = true;
       QTimer::singleShot(0, this, [this] { close(); });
     }
+  }
+};
+
+// Watches a long run: which percents were shown, and how long a close
+// request waited before the close handler asked its question.
+class ProbeWindow : public MainWindow {
+ public:
+  using MainWindow::MainWindow;
+  std::set<int> percents;
+  QElapsedTimer closeClock;
+  qint64 closeLatencyMs = -1;
+  void ShowProgress(std::int64_t done, std::int64_t total) override {
+    MainWindow::ShowProgress(done, total);
+    const int percent = total > 0 ? static_cast<int>(done * 100 / total) : 100;
+    percents.insert(percent);
+    if (percent >= 50 && !closeClock.isValid()) {
+      closeClock.start();
+      QTimer::singleShot(0, this, [this] { close(); });
+    }
+  }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override {
+    if (ConvBusy() && closeClock.isValid() && closeLatencyMs < 0) closeLatencyMs = closeClock.elapsed();
+    MainWindow::closeEvent(event);
   }
 };
 
@@ -260,6 +289,55 @@ class MainWindowTest : public QObject {
     QCOMPARE(fs::file_size(out), (kBigLineBytes + 1) * kBigLines);  // LF became CR LF
     QCOMPARE(closed.count(), 0);
     QVERIFY(w.isVisible());
+  }
+
+  // Not a timing test: it prints how responsive the window stays during a
+  // long conversion. Runs only when FERROX_GUI_LARGE_MB names a size.
+  void largeFileKeepsTheWindowAnswering() {
+    const int megabytes = qEnvironmentVariableIntValue("FERROX_GUI_LARGE_MB");
+    if (megabytes <= 0) QSKIP("set FERROX_GUI_LARGE_MB to run");
+    Sandbox box;
+    SettingsStore store(box.config);
+    (void)store.Load();
+    const std::string in = box.File("large.txt");
+    const std::string out = box.File("large-out.txt");
+    const std::int64_t lines = std::int64_t{megabytes} * 1024 * 1024 / 64;
+    {
+      std::ofstream f(in, std::ios::binary);
+      const std::string line = std::string(63, 'x') + "\n";
+      for (std::int64_t i = 0; i < lines; ++i) f << line;
+    }
+    test::ScriptedMessages boxes;
+    boxes.answers = {QMessageBox::No};
+    ProbeWindow w(store, {});
+    w.show();
+    w.SetInFileText(in);
+    Box(w, "txtOutFile")->setText(QString::fromStdString(out));
+    // A 5 ms timer stands for the user: the longest gap between two of its
+    // ticks is the longest time the window did not answer.
+    QElapsedTimer clock;
+    qint64 last = 0;
+    qint64 longestGap = 0;
+    QTimer tick;
+    tick.setInterval(5);
+    QObject::connect(&tick, &QTimer::timeout, [&] {
+      const qint64 now = clock.elapsed();
+      longestGap = std::max(longestGap, now - last);
+      last = now;
+    });
+    clock.start();
+    tick.start();
+    w.comFerrox_Click();
+    const qint64 total = clock.elapsed();
+    tick.stop();
+    QCOMPARE(boxes.texts, QStringList{QStringLiteral("変換作業中ですが中断しますか？")});
+    QVERIFY(w.percents.size() > 50);
+    QVERIFY(w.percents.count(100) == 1);
+    QCOMPARE(fs::file_size(out), static_cast<std::uintmax_t>(lines) * 65);
+    qInfo("%d MB converted in %lld ms (%.0f MB/s); longest time without answering: %lld ms; "
+          "close answered after %lld ms; %zu distinct percents shown",
+          megabytes, total, megabytes * 1000.0 / static_cast<double>(std::max<qint64>(total, 1)), longestGap,
+          w.closeLatencyMs, w.percents.size());
   }
 
   void commandLineFillsTheInputBoxOnlyAtTheFirstActivation() {
