@@ -243,11 +243,15 @@ void JisZenCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uin
   }
 }
 
-SjisOrEucResult SjisOrEuc(const std::uint8_t* buf, BufIndex start, BufIndex last,
-                          bool gaijiAsChar) noexcept {
+namespace {
+
+// The mode is a template argument so that the classifier inlines into both
+// readings: they classify every position of the stretch.
+template <bool kGaijiAsChar>
+SjisOrEucResult SjisOrEucScan(const std::uint8_t* buf, BufIndex start, BufIndex last) noexcept {
   constexpr std::uint16_t kEucOnly = kEucKana | kEucDouble | kEucGaiji;
   constexpr std::uint16_t kSjisOnly = kSjisKana | kSjisDouble | kSjisGaiji;
-  auto type = [&](BufIndex p) { return GetCharType(buf[p], buf[p + 1], buf[p + 2], gaijiAsChar); };
+  auto type = [&](BufIndex p) { return CharType<kGaijiAsChar>(buf[p], buf[p + 1], buf[p + 2]); };
   SjisOrEucResult r;
 
   // Shift JIS reading. A stop on a type that only EUC (or nothing) explains
@@ -290,6 +294,13 @@ SjisOrEucResult SjisOrEuc(const std::uint8_t* buf, BufIndex start, BufIndex last
     r.verdict = 2;
   }
   return r;
+}
+
+}  // namespace
+
+SjisOrEucResult SjisOrEuc(const std::uint8_t* buf, BufIndex start, BufIndex last,
+                          bool gaijiAsChar) noexcept {
+  return gaijiAsChar ? SjisOrEucScan<true>(buf, start, last) : SjisOrEucScan<false>(buf, start, last);
 }
 
 }  // namespace ferrox

@@ -6,6 +6,7 @@
 #include "analysis/code_ranges.h"
 #include "convert/conv_mode.h"
 #include "convert/gaiji_table.h"
+#include "convert/pair_scan.h"
 
 namespace ferrox {
 namespace {
@@ -150,6 +151,8 @@ RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q
                  const GaijiTable* table) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kSjisStrictSteps : kSjisLooseSteps;
   while (k <= end) {
+    pair_scan::CopyStandardSjisPairs(in, k, end, q);
+    if (k > end) break;
     const std::uint8_t b = in[k];
     const Step s = steps[b];
     if (s == kLeadByte || s == kLead88) {
@@ -186,6 +189,8 @@ RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
                 const GaijiTable* table) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kEucStrictSteps : kEucLooseSteps;
   while (k <= end) {
+    pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q);
+    if (k > end) break;
     const std::uint8_t b = in[k];
     const Step s = steps[b];
     if (s == kLeadByte) {
@@ -223,6 +228,8 @@ template <Mode kMode>
 RunEnd JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
                    const GaijiTable* table) noexcept {
   while (k <= end) {
+    pair_scan::ConvertStandardPairs<pair_scan::PairCode::kJis>(in, k, end, q);
+    if (k > end) break;
     const std::uint8_t b = in[k];
     const std::uint8_t c = in[k + 1];
     if (c < 0x21 || c > 0x7E) return {k, q};
