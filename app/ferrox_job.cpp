@@ -103,6 +103,15 @@ bool CopyToNewFile(const std::string& from, const std::string& to) {
   return ok;
 }
 
+// Flushes a finished file to the disk, so that the rename that puts it in
+// place can never leave an empty output behind after a system crash.
+bool SyncToDisk(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  const bool ok = ::fsync(fd) == 0;
+  return ::close(fd) == 0 && ok;
+}
+
 std::int64_t FileSize(const std::string& path) {
   struct stat st {};
   return ::stat(path.c_str(), &st) == 0 ? static_cast<std::int64_t>(st.st_size) : -1;
@@ -147,8 +156,11 @@ bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uin
     return false;
   }
   if ((fileMode & file_mode::kTrash) != 0) {
-    if (!TrashDelete(outPath).ok) return false;
-    return ::rename(staged.c_str(), outPath.c_str()) == 0;
+    const TrashResult trashed = TrashDelete(outPath);
+    if (!trashed.ok) return false;
+    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
+    (void)TrashRestore(trashed, outPath);  // the old output back at its name
+    return false;
   }
   return ::rename(staged.c_str(), outPath.c_str()) == 0;
 }
@@ -251,6 +263,8 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
     if (!CopyToNewFile(workFile, staged)) return result::kFailed;
     ::unlink(workFile.c_str());
     cleanup.Release(workFile);
+  } else if (!SyncToDisk(staged)) {  // the copy above is synced already
+    return result::kFailed;
   }
 
   // Times and permissions go on before the rename, so the output appears

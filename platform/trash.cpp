@@ -34,4 +34,15 @@ TrashResult TrashDelete(const std::string& path) {
   return result;
 }
 
+bool TrashRestore(const TrashResult& trashed, const std::string& path) {
+  if (!trashed.ok || trashed.trashPath.empty()) return false;
+  const QString inTrash = QString::fromStdString(trashed.trashPath);
+  if (!QFile::rename(inTrash, QString::fromStdString(path))) return false;
+  // The trash keeps files in "files/" and their descriptions in "info/".
+  const QFileInfo file(inTrash);
+  QFile::remove(file.dir().absolutePath() + QStringLiteral("/../info/") + file.fileName() +
+                QStringLiteral(".trashinfo"));
+  return true;
+}
+
 }  // namespace ferrox

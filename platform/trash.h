@@ -16,4 +16,8 @@ struct TrashResult {
 // stays where it was.
 TrashResult TrashDelete(const std::string& path);
 
+// Undoes a TrashDelete of `path`: moves the file back and drops its
+// .trashinfo. True when the file is at `path` again.
+bool TrashRestore(const TrashResult& trashed, const std::string& path);
+
 }  // namespace ferrox

@@ -1,0 +1,167 @@
+// Fault injection through the real ferrox program: a preloaded shim makes the
+// Nth write, rename, fsync or file creation fail. For every such call of a
+// conversion the input survives; a failure keeps the old output (in place, as
+// the backup or in the trash) and gives one of the job's own messages; a
+// success has the new output; and no work file stays behind. The table of
+// what was tried is printed, one row per failing call.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "helpers/cli_runner.h"
+
+namespace ferrox::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kOld = "OLD OUTPUT\r\n";
+
+struct Scenario {
+  const char* name;
+  const char* fileMode;
+  bool workOnOtherFileSystem;
+  const char* error = "ENOSPC";  // what the failing call reports
+};
+
+// The messages a failed job may give; anything else is a finding.
+bool KnownMessage(const std::string& err) {
+  static const std::array<const char*, 4> known = {
+      "変換出来ませんでした", "の空き容量不足の為、変換できませんでした", "出力ﾌｧｲﾙのﾊﾟｽが不正です",
+      "入力ﾌｧｲﾙ ["};
+  for (const char* m : known)
+    if (err.find(m) != std::string::npos) return true;
+  return false;
+}
+
+class FaultInjection : public CliTest {
+ protected:
+  std::map<std::string, long> CountCalls(const CliCall& call) {
+    CliCall counted = call;
+    const std::string countFile = Path(".counts");
+    counted.env.emplace_back("LD_PRELOAD", FERROX_FAULT_SHIM);
+    counted.env.emplace_back("FERROX_FAULT_COUNT", countFile);
+    const CliResult r = Run(counted);
+    EXPECT_EQ(r.status, 0) << r.err;
+    std::map<std::string, long> counts;
+    std::ifstream in(countFile);
+    std::string family;
+    long n = 0;
+    while (in >> family >> n) counts[family] = n;
+    return counts;
+  }
+
+  std::string TrashedOld(const std::string& dir) const {
+    std::error_code ec;
+    const fs::path trash = fs::path(root_) / ".home/.local/share/Trash/files";
+    for (const auto& entry : fs::directory_iterator(trash, ec)) {
+      std::ifstream in(entry.path(), std::ios::binary);
+      std::stringstream s;
+      s << in.rdbuf();
+      if (s.str() == kOld && entry.path().filename().string().starts_with("out")) {
+        fs::remove(entry.path());
+        fs::remove(trash.parent_path() / "info" / (entry.path().filename().string() + ".trashinfo"));
+        return dir;
+      }
+    }
+    return {};
+  }
+
+  void RunScenario(const Scenario& s) {
+    const std::string input = Encode("変換の途中で失敗しても、何も失われません。\n二行目。\n", "EUC-JP");
+    std::string work = work_;
+    if (s.workOnOtherFileSystem) {
+      work = "/dev/shm/ferrox-fault-" + std::to_string(::getpid());
+      fs::create_directories(work);
+    }
+    auto call = [&](const std::string& dir) {
+      return CliCall{{"convert", "--text", "--file-mode", s.fileMode, Path(dir + "/in.txt"), Path(dir + "/out.txt")},
+                     {}, {{"TMP", work}}, {}};
+    };
+
+    // The first run of a fresh config folder writes the settings store; run
+    // once so that the counted run and the faulty runs make the same calls.
+    Write("clean/in.txt", input);
+    Write("clean/out.txt", kOld);
+    ASSERT_EQ(Run(call("clean")).status, 0);
+    Write("clean/out.txt", kOld);
+    TrashedOld("clean");
+    const std::map<std::string, long> counts = CountCalls(call("clean"));
+    const std::string expected = Read("clean/out.txt");
+    ASSERT_NE(expected, kOld);
+
+    int run = 0;
+    for (const auto& [family, count] : counts) {
+      for (long nth = 1; nth <= count; ++nth) {
+        const std::string dir = "run" + std::to_string(++run);
+        Write(dir + "/in.txt", input);
+        Write(dir + "/out.txt", kOld);
+        CliCall faulty = call(dir);
+        faulty.env.emplace_back("LD_PRELOAD", FERROX_FAULT_SHIM);
+        faulty.env.emplace_back("FERROX_FAULT_CALL", family);
+        faulty.env.emplace_back("FERROX_FAULT_NTH", std::to_string(nth));
+        faulty.env.emplace_back("FERROX_FAULT_ERRNO", s.error);
+        const CliResult r = Run(faulty);
+        const std::string where = std::string(s.name) + " " + family + " #" + std::to_string(nth);
+
+        EXPECT_EQ(Read(dir + "/in.txt"), input) << where << ": the input changed";
+        const bool outIsOld = Exists(dir + "/out.txt") && Read(dir + "/out.txt") == kOld;
+        const bool outIsNew = Exists(dir + "/out.txt") && Read(dir + "/out.txt") == expected;
+        const bool bakIsOld = Exists(dir + "/out.bak") && Read(dir + "/out.bak") == kOld;
+        const bool oldInTrash = !outIsOld && !bakIsOld && !TrashedOld(dir).empty();
+        if (r.status == 0) {
+          // Success: the new output stands, and the old one is where FileMode sends it.
+          EXPECT_TRUE(outIsNew) << where << ": success without the new output";
+          if (s.fileMode == std::string("1")) {
+            EXPECT_TRUE(bakIsOld) << where << ": no backup";
+          }
+          if (s.fileMode == std::string("128")) {
+            EXPECT_TRUE(oldInTrash) << where << ": old output not in the trash";
+          }
+        } else {
+          EXPECT_TRUE(outIsOld || bakIsOld || oldInTrash) << where << ": the old output is lost";
+          EXPECT_TRUE(KnownMessage(r.err)) << where << ": unexpected message: " << r.err;
+        }
+        // Every description in the trash belongs to a file still there.
+        std::error_code ec;
+        for (const auto& info : fs::directory_iterator(fs::path(root_) / ".home/.local/share/Trash/info", ec)) {
+          const std::string name = info.path().stem().string();
+          EXPECT_TRUE(fs::exists(fs::path(root_) / ".home/.local/share/Trash/files" / name))
+              << where << ": orphan " << info.path();
+        }
+        std::vector<std::string> left = WorkFilesLeft(Path(dir));
+        std::erase_if(left, [&](const std::string& p) { return p.find("/.out") != std::string::npos ||
+                                                               p.find("/.err") != std::string::npos ||
+                                                               p.find("/.counts") != std::string::npos; });
+        if (s.workOnOtherFileSystem)
+          for (const auto& entry : fs::directory_iterator(work)) left.push_back(entry.path().string());
+        EXPECT_TRUE(left.empty()) << where << ": work file left: " << left.front();
+
+        std::string message = r.err.substr(0, r.err.find('\n'));
+        std::cout << "| " << s.name << " | " << family << " #" << nth << " | exit " << r.status << " | "
+                  << (message.empty() ? "(none)" : message) << " | "
+                  << (outIsNew ? "new output" : outIsOld ? "old output kept" : "output absent")
+                  << (bakIsOld ? ", old in .bak" : "") << (oldInTrash ? ", old in trash" : "")
+                  << (left.empty() ? ", no work file" : ", WORK FILE LEFT") << " |\n";
+      }
+    }
+    if (s.workOnOtherFileSystem) fs::remove_all(work);
+  }
+};
+
+TEST_F(FaultInjection, ReplaceOldOutput) { RunScenario({"replace", "0", false}); }
+TEST_F(FaultInjection, BackupOldOutput) { RunScenario({"backup", "1", false}); }
+TEST_F(FaultInjection, TrashOldOutput) { RunScenario({"trash", "128", false}); }
+TEST_F(FaultInjection, WorkFolderOnAnotherFileSystem) { RunScenario({"other-fs", "0", true}); }
+TEST_F(FaultInjection, InputOutputErrors) { RunScenario({"backup-EIO", "1", false, "EIO"}); }
+TEST_F(FaultInjection, InputOutputErrorsAcrossFileSystems) { RunScenario({"trash-other-fs-EIO", "128", true, "EIO"}); }
+
+}  // namespace
+}  // namespace ferrox::testing
