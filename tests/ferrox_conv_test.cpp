@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "convert/ferrox_conv.h"
+#include "convert/gaiji_table.h"
 #include "convert/result_code.h"
 
 namespace ferrox {
@@ -236,6 +237,36 @@ TEST(FerroxConv, FoldsAtTheFirstBlockBoundary) {
     const Outcome run = Convert(text, 12, kSjisFile, 10);
     ASSERT_EQ(run.result, 0);
     EXPECT_EQ(run.output, FoldWhole(text, 10));
+  }
+}
+
+TEST(FerroxConv, MakesRoomForLongGaijiReplacements) {
+  // Every two input bytes may grow to a whole replacement, and folding adds
+  // line ends on top: the output of one block has to fit all of it.
+  TempDir dir;
+  const std::string replacement(40, 'R');
+  WriteFile(dir.path() / "GaiTbl.txt", "8740," + replacement + "\r\n");
+  GaijiTable table;
+  ASSERT_EQ(table.LoadGaijiTable((dir.path() / "GaiTbl.txt").string()), 1u);
+  Bytes input;
+  for (int k = 0; k < 10000; ++k) input += "\x87\x40";
+  WriteFile(dir.path() / "in", input);
+  Bytes expected;
+  for (int k = 0; k < 10000; ++k) expected += replacement;
+  for (std::int16_t lineSize : {std::int16_t{0}, std::int16_t{1}, std::int16_t{7}}) {
+    SCOPED_TRACE(lineSize);
+    ConvOptions options;
+    options.convMode = 4 | 8 | 16;
+    options.lineSize = lineSize;
+    options.gaiji = &table;
+    SilentProgress progress;
+    const fs::path out = dir.path() / ("out" + std::to_string(lineSize));
+    ASSERT_EQ(FerroxConv(out.string(), (dir.path() / "in").string(), 0,
+                         static_cast<std::int64_t>(input.size()), kOpText, kSjisFile, false,
+                         options, progress),
+              0);
+    EXPECT_EQ(ReadFile(out), lineSize > 0 ? FoldWhole(expected, static_cast<std::size_t>(lineSize))
+                                          : expected);
   }
 }
 
