@@ -2,7 +2,7 @@
 // Wide fast paths for the run copiers: 16-byte stretches made only of standard
 // double-byte characters, the bulk of Japanese text, are checked and copied
 // (Shift JIS) or converted (EUC, JIS) eight characters at a time. Anything else
-// (ASCII, kana, line ends, gaiji, the half-gaiji Shift JIS lead 0x88) ends the
+// (ASCII, kana, line ends, gaiji) ends the
 // stretch and goes through the copier's byte loop, which alone decides what
 // such bytes become.
 
@@ -32,7 +32,8 @@ inline __m128i InRange(__m128i v, std::uint8_t lo, std::uint8_t hi) noexcept {
 }  // namespace detail
 
 // Copies from in[k] to q the standard Shift JIS characters (lead 0x81..0x84,
-// 0x89..0x9F or 0xE0..0xEA, trail 0x40..0xFC without 0x7F) that follow each
+// 0x89..0x9F or 0xE0..0xEA, or 0x88 before 0x9E..0xFC; trail 0x40..0xFC
+// without 0x7F) that follow each
 // other from k, sixteen bytes at a time while a whole stretch lies at or before
 // `end` (a lead at end + 1 is never taken). Advances k and q past them.
 inline void CopyStandardSjisPairs(const std::uint8_t* in, BufIndex& k, BufIndex end,
@@ -40,9 +41,14 @@ inline void CopyStandardSjisPairs(const std::uint8_t* in, BufIndex& k, BufIndex 
   using detail::InRange;
   while (k + 14 <= end) {
     const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + k));
+    // 0x88 is a standard lead only before a trail of 0x9E and above.
+    const __m128i next = _mm_srli_si128(v, 1);
+    const __m128i lead88 =
+        _mm_and_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8(static_cast<char>(0x88))),
+                      InRange(next, 0x9E, 0xFF));
     const __m128i lead =
         _mm_or_si128(_mm_or_si128(InRange(v, 0x81, 0x84), InRange(v, 0x89, 0x9F)),
-                     InRange(v, 0xE0, 0xEA));
+                     _mm_or_si128(InRange(v, 0xE0, 0xEA), lead88));
     const __m128i trail =
         _mm_andnot_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8(0x7F)), InRange(v, 0x40, 0xFC));
     const unsigned leads = static_cast<unsigned>(_mm_movemask_epi8(lead)) & 0x5555U;

@@ -146,6 +146,7 @@ TEST(PairRuns, GaijiAndRowSeamsInsideLongRuns) {
     pairs.emplace_back(0x30 + k % 3, 0x21 + k);
     if (k % 7 == 3) pairs.emplace_back(0x2D, 0x21 + k);  // row 13: gaiji
     if (k % 5 == 1) pairs.emplace_back(0x75, 0x30);      // row 85: gaiji
+    if (k % 7 == 5) pairs.emplace_back(0x2F, 0x7D);      // Shift JIS 0x88 0x9D: gaiji
   }
   for (const Code& code : kCodes) {
     SCOPED_TRACE(code.name);
@@ -156,6 +157,22 @@ TEST(PairRuns, GaijiAndRowSeamsInsideLongRuns) {
     EXPECT_EQ(pass.out, expected);
     const Result strict = Copy(code, in, 0, static_cast<BufIndex>(in.size()) - 1, GaijiPolicy::Mode::kStrict);
     EXPECT_EQ(strict.consumed, 2 * 2);  // up to the first gaiji, pairs[2]
+  }
+}
+
+TEST(PairRuns, ShiftJisRow88SplitsAt9E) {
+  // 0x88 0x9E still counts as standard; 0x88 0x9D is a gaiji and stops a strict run.
+  for (std::size_t at = 0; at < 20; ++at) {
+    SCOPED_TRACE(at);
+    Bytes in;
+    for (std::size_t k = 0; k < 20; ++k) {
+      in.push_back(0x88);
+      in.push_back(static_cast<std::uint8_t>(k == at ? 0x9D : 0x9E + k % 3));
+    }
+    const Result r = Copy(kCodes[0], in, 0, static_cast<BufIndex>(in.size()) - 1,
+                          GaijiPolicy::Mode::kStrict);
+    EXPECT_EQ(r.consumed, static_cast<BufIndex>(2 * at));
+    EXPECT_EQ(r.out, Bytes(in.begin(), in.begin() + static_cast<std::ptrdiff_t>(2 * at)));
   }
 }
 
