@@ -9,6 +9,10 @@ namespace {
 using namespace char_type;
 using code_ranges::Lead;
 
+// A copy local to this file: the readings of SjisOrEuc then keep its address
+// in a register instead of loading it at every position.
+constexpr auto kLowTable = kLowTypes;
+
 constexpr bool InRange(std::uint8_t b, int lo, int hi) noexcept { return b >= lo && b <= hi; }
 
 std::uint16_t EscapeType(std::uint8_t b1, std::uint8_t b2) noexcept {
@@ -42,7 +46,7 @@ template <bool kGaijiAsChar>
 [[gnu::always_inline]] inline std::uint16_t CharType(std::uint8_t b0, std::uint8_t b1,
                                                    std::uint8_t b2) noexcept {
   if (b0 >= 0x80) return HighType<kGaijiAsChar>(b0, b1);
-  const std::uint16_t t = kLowTypes[b0];
+  const std::uint16_t t = kLowTable[b0];
   if (t != kLookAhead) return t;
   if (b0 == 0x0D) return b1 == 0x0A ? kCrLf : kCr;
   if (b0 == 0x1B) return EscapeType(b1, b2);

@@ -65,6 +65,32 @@ inline void CopyRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufI
   if (consumed == 0) i = start;
 }
 
+// Follows a JIS shift of type t at i: sets the code state (`base` is the one a
+// return to ASCII restores) and moves i to the shift's last byte. False when t
+// is no shift.
+inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std::uint16_t& s,
+                      std::uint16_t base) noexcept {
+  switch (t) {
+    case ct::kJisKanjiIn:
+      s = code_state::kJisKanji;
+      i += 2;
+      return true;
+    case ct::kJisKanjiOut:
+      s = base;
+      i += 2;
+      return true;
+    case ct::kJisKanaIn:
+      if (in[i] == 0x1B) i += 2;  // ESC ( I; a lone SO is one byte
+      s = code_state::kJisKana;
+      return true;
+    case ct::kJisKanaOut:
+      s = base;
+      return true;
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMode,
@@ -118,17 +144,8 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
         PutCrLf(out, o);
       } else if (t == ct::kNeutral) {
         if (b != 0x1A) out[o++] = b;  // every end-of-file byte goes; the pass may add one
-      } else if (t == ct::kJisKanjiIn) {
-        s = kJisKanji;
-        i += 2;
-      } else if (t == ct::kJisKanjiOut) {
-        s = base;
-        i += 2;
-      } else if (t == ct::kJisKanaIn) {
-        if (b == 0x1B) i += 2;
-        s = kJisKana;
-      } else if (t == ct::kJisKanaOut) {
-        s = base;
+      } else if (TakeShift(t, in, i, s, base)) {
+        // a JIS shift sequence
       } else if (t == ct::kNone) {
         // junk byte: dropped
       } else if (t == ct::kEucKana || t == ct::kEucDouble ||
@@ -174,19 +191,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     } else {
       // Inside a JIS sequence everything but the shifts is dropped, line ends
       // included: JIS text returns to ASCII before its line end.
-      const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
-      if (t == ct::kJisKanaOut) {
-        s = base;
-      } else if (t == ct::kJisKanaIn) {
-        if (b == 0x1B) i += 2;
-        s = kJisKana;
-      } else if (t == ct::kJisKanjiIn) {
-        s = kJisKanji;
-        i += 2;
-      } else if (t == ct::kJisKanjiOut) {
-        s = base;
-        i += 2;
-      }
+      TakeShift(TypeAt(in + i, gaijiAsChar), in, i, s, base);
     }
     ++i;
   }
