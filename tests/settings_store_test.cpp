@@ -109,7 +109,7 @@ TEST_F(SettingsStoreTest, StoredTextThatIsNotANumberFallsBack) {
   EXPECT_FALSE(store.Load({5, 6}).firstRun);
   const ConversionSettings& s = store.Settings;
   // FileMode is a signed flag word, plus the upgrade bit; FNCChar is missing: the built-in value.
-  EXPECT_EQ(Fields(s), Fields({10000, 3, 80, 12, 0x8001 | 64, 0, 5, 30, "_", dir_ + "/GaiTbl.txt", 0, 0}));
+  EXPECT_EQ(Fields(s), Fields({10000, 3, 80, 12, 0x8001 | 64, 0, 5, 30, "_", "", dir_ + "/GaiTbl.txt", 0, 0}));
 }
 
 TEST_F(SettingsStoreTest, StaleHelpIndexIsDeletedAfterAVersionChange) {
