@@ -1,40 +1,38 @@
-// The batch driver through a recording window: walk order, forced settings
-// and their restoration, the box texts, and cancellation.
+// The batch driver through a recording window: walk order, the settings it
+// forces for a batch and gives back afterwards, and cancellation.
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
 
 #include "app/conv_driver.h"
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
 #include "convert/result_code.h"
+#include "helpers/scratch_dir.h"
 
 namespace ferrox {
 namespace {
 
 namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+using Modes = std::vector<std::pair<std::uint16_t, std::uint16_t>>;  // FileMode, ExecMode seen by each file
 
 class RecordingWindow final : public ConvWindow {
  public:
-  explicit RecordingWindow(const ConversionSettings& settings) : settings_(settings) {}
-
+  explicit RecordingWindow(const ConversionSettings& settings) : settings_(&settings) {}
   std::string InFileText() const override { return in; }
   void SetInFileText(const std::string& value) override {
     in = value;
-    if (busy) {
-      pairs.push_back(value);
-      modesSeen.push_back({settings_.FileMode, settings_.ExecMode});
-    }
-    if (cancelAfter >= 0 && static_cast<int>(pairs.size()) >= cancelAfter) busy = false;
+    if (!busy) return;
+    pairs.push_back(value);
+    modes.emplace_back(settings_->FileMode, settings_->ExecMode);
+    if (static_cast<int>(pairs.size()) == cancelAfter) busy = false;
   }
   std::string OutFileText() const override { return out; }
   void SetOutFileText(const std::string& value) override { out = value; }
-  bool TextCnvChecked() const override { return text; }
-  bool MBCutChecked() const override { return cut; }
+  bool TextCnvChecked() const override { return false; }
+  bool MBCutChecked() const override { return false; }
   void SetConvBusy(bool b) override { busy = b; }
   bool ConvBusy() const override { return busy; }
   void PumpEvents() override {}
@@ -46,103 +44,76 @@ class RecordingWindow final : public ConvWindow {
   void Beep() override {}
 
   std::string in, out;
-  bool text = false, cut = false, busy = false;
+  bool busy = false;
   int cancelAfter = -1;  // clear ConvBusy once this many files were handed over
-  std::vector<std::string> pairs, messages;
-  std::vector<std::pair<std::uint16_t, std::uint16_t>> modesSeen;
+  Names pairs, messages;
+  Modes modes;
   std::vector<bool> enabled;
 
  private:
-  const ConversionSettings& settings_;
+  const ConversionSettings* settings_;
 };
 
 class ConvDriverTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/ferrox-driver-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    root_ = pattern;
     for (const char* f : {"in/b.txt", "in/a.txt", "in/z/c.txt", "in/m/d.txt", "in/m/n/e.txt"}) {
-      fs::create_directories(fs::path(root_ + "/" + f).parent_path());
-      std::ofstream(root_ + "/" + f) << "abc\r\n";
+      fs::create_directories((dir_.Path() / f).parent_path());
+      dir_.Write(f, "abc\r\n");
     }
     settings_.FileMode = 116;
-    settings_.ExecMode = 0;
   }
-  void TearDown() override { fs::remove_all(root_); }
-  std::vector<std::string> Relative(const std::vector<std::string>& paths) const {
-    std::vector<std::string> out;
-    for (const auto& p : paths) out.push_back(p.substr(root_.size() + 1));
+  // Runs the driver as the convert button does and checks that the user's settings and texts come back.
+  int Run(const std::string& in, const std::string& out, int cancelAfter = -1) {
+    window_.in = in;
+    window_.out = out;
+    window_.cancelAfter = cancelAfter;
+    ConvDriver driver(window_, settings_, nullptr);
+    const int result = driver.Ferrox_Click_Etc(true);
+    EXPECT_EQ(settings_.FileMode, 116);
+    EXPECT_EQ(settings_.ExecMode, 0);
+    EXPECT_EQ(window_.in, in);
+    EXPECT_EQ(window_.out, out);
+    EXPECT_EQ(window_.enabled, (std::vector<bool>{false, true}));
+    EXPECT_FALSE(window_.busy);
+    return result;
+  }
+  Names Relative() const {
+    Names out;
+    for (const auto& p : window_.pairs) out.push_back(p.substr(root_.size() + 1));
     return out;
   }
-  std::string root_;
+  testing::ScratchDir dir_;
+  std::string root_ = dir_.Path().string();
   ConversionSettings settings_;
+  RecordingWindow window_{settings_};
 };
 
-TEST_F(ConvDriverTest, FolderWalkFilesFirstThenSubfoldersForcedModesRestored) {
-  RecordingWindow window(settings_);
-  window.in = " " + root_ + "/in/ ";
-  window.out = root_ + "/out";
-  ConvDriver driver(window, settings_, nullptr);
-  EXPECT_EQ(driver.Ferrox_Click_Etc(true), result::kDone);
-  EXPECT_EQ(Relative(window.pairs),
-            (std::vector<std::string>{"in/a.txt", "in/b.txt", "in/m/d.txt", "in/m/n/e.txt", "in/z/c.txt"}));
-  for (const auto& [fileMode, execMode] : window.modesSeen) {
-    EXPECT_EQ(fileMode, 116 | file_mode::kBatch);
-    EXPECT_EQ(execMode, exec_mode::kAuto | exec_mode::kEndAfterAuto);
-  }
-  EXPECT_EQ(settings_.FileMode, 116);
-  EXPECT_EQ(settings_.ExecMode, 0);
-  EXPECT_EQ(window.in, " " + root_ + "/in/ ");  // the user's texts come back
-  EXPECT_EQ(window.out, root_ + "/out");
-  EXPECT_EQ(window.enabled, (std::vector<bool>{false, true}));
-  EXPECT_FALSE(window.busy);
-  EXPECT_EQ(driver.EntryMode(), entry_mode::kOneFile);
+TEST_F(ConvDriverTest, FolderWalkTakesFilesFirstThenSubfoldersWithBatchModes) {
+  EXPECT_EQ(Run(" " + root_ + "/in/ ", root_ + "/out"), result::kDone);
+  EXPECT_EQ(Relative(), (Names{"in/a.txt", "in/b.txt", "in/m/d.txt", "in/m/n/e.txt", "in/z/c.txt"}));
+  const std::pair<std::uint16_t, std::uint16_t> batch{116 | file_mode::kBatch, exec_mode::kAuto | exec_mode::kEndAfterAuto};
+  EXPECT_EQ(window_.modes, Modes(5, batch));
+  EXPECT_TRUE(window_.messages.empty());
   EXPECT_TRUE(fs::exists(root_ + "/out/m/n/e.txt"));
 }
 
-TEST_F(ConvDriverTest, OneFileForcesNothingAndNeedsACheckBox) {
-  RecordingWindow window(settings_);
-  window.in = root_ + "/in/a.txt";
-  window.out = root_ + "/o.txt";
-  ConvDriver driver(window, settings_, nullptr);
-  EXPECT_EQ(driver.Ferrox_Click_Etc(false), result::kSettingsSide);
-  EXPECT_EQ(window.messages, (std::vector<std::string>{"変換設定がされていません"}));
-  window.messages.clear();
-  window.in = root_ + "/in/a.txt";
-  window.text = true;
-  EXPECT_EQ(driver.Ferrox_Click_Etc(false), result::kDone);
-  EXPECT_TRUE(window.messages.empty());
-  ASSERT_EQ(window.modesSeen.size(), 2u);
-  EXPECT_EQ(window.modesSeen[1].first, 116);
-  EXPECT_EQ(window.modesSeen[1].second, 0);
-}
+TEST_F(ConvDriverTest, OneFileForcesNothingCancelAndErrorsStop) {
+  EXPECT_EQ(Run(root_ + "/in/a.txt", root_ + "/o.txt"), result::kSettingsSide);  // no check box ticked
+  EXPECT_EQ(window_.messages, Names{"変換設定がされていません"});
+  EXPECT_EQ(window_.modes, (Modes{{116, 0}}));
 
-TEST_F(ConvDriverTest, CancelStopsQuietlyAndRestores) {
-  RecordingWindow window(settings_);
-  window.in = root_ + "/in/*.txt";
-  window.out = root_ + "/out";
-  window.cancelAfter = 1;
-  ConvDriver driver(window, settings_, nullptr);
-  EXPECT_EQ(driver.Ferrox_Click_Etc(true), result::kCancelled);
-  EXPECT_TRUE(window.messages.empty());
-  EXPECT_EQ(window.pairs.size(), 1u);
+  window_ = RecordingWindow(settings_);
+  EXPECT_EQ(Run(root_ + "/in/*.txt", root_ + "/out", 1), result::kCancelled);
+  EXPECT_TRUE(window_.messages.empty());
+  EXPECT_EQ(window_.pairs.size(), 1u);
   EXPECT_FALSE(fs::exists(root_ + "/out/a.txt"));
-  EXPECT_EQ(settings_.FileMode, 116);
-  EXPECT_EQ(window.in, root_ + "/in/*.txt");
-}
 
-TEST_F(ConvDriverTest, ErrorsRestoreTheSettingsToo) {
-  RecordingWindow window(settings_);
-  window.in = "\"" + root_ + "/in/a.txt\",\"" + root_ + "/in/none\"";
-  window.out = "\"" + root_ + "/o1\",\"" + root_ + "/o2\"";
-  ConvDriver driver(window, settings_, nullptr);
-  EXPECT_EQ(driver.Ferrox_Click_Etc(true), result::kInputSide);
-  EXPECT_EQ(window.messages, (std::vector<std::string>{"入力ﾌｧｲﾙ [" + root_ + "/in/none] が見つかりません"}));
-  EXPECT_TRUE(window.pairs.empty());
-  EXPECT_EQ(settings_.FileMode, 116);
-  EXPECT_EQ(settings_.ExecMode, 0);
-  EXPECT_FALSE(window.busy);
+  window_ = RecordingWindow(settings_);
+  const std::string in = "\"" + root_ + "/in/a.txt\",\"" + root_ + "/in/none\"";
+  EXPECT_EQ(Run(in, "\"" + root_ + "/o1\",\"" + root_ + "/o2\""), result::kInputSide);
+  EXPECT_EQ(window_.messages, Names{"入力ﾌｧｲﾙ [" + root_ + "/in/none] が見つかりません"});
+  EXPECT_TRUE(window_.pairs.empty());
 }
 
 }  // namespace
