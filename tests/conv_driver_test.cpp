@@ -31,15 +31,16 @@ class RecordingWindow final : public ConvWindow {
   }
   std::string OutFileText() const override { return out; }
   void SetOutFileText(const std::string& value) override { out = value; }
-  bool TextCnvChecked() const override { return false; }
-  bool MBCutChecked() const override { return false; }
   void SetConvBusy(bool b) override { busy = b; }
   bool ConvBusy() const override { return busy; }
+  void Message(const std::string& m) override { messages.push_back(m); }
+  void AllEnabled(bool on) override { enabled.push_back(on); }
+  // Neither check box is ticked; nothing to show or ask.
+  bool TextCnvChecked() const override { return false; }
+  bool MBCutChecked() const override { return false; }
+  bool Question(const std::string&) override { return false; }
   void PumpEvents() override {}
   void ShowProgress(std::int64_t, std::int64_t) override {}
-  void Message(const std::string& m) override { messages.push_back(m); }
-  bool Question(const std::string&) override { return false; }
-  void AllEnabled(bool on) override { enabled.push_back(on); }
   void ProgressPanel(bool) override {}
   void Beep() override {}
 

@@ -7,7 +7,6 @@
 #include "convert/gaiji_table.h"
 #include "gui_test_support.h"
 #include "helpers/scratch_dir.h"
-#include "ui/file_dialog.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/report_window.h"
 #include "ui/setup2_dialog.h"
@@ -137,28 +136,6 @@ class DialogsTest : public QObject {
       QCOMPARE(table.Records().size(), records);
       if (records > 1) QCOMPARE(table.GaijiTableSearch(0x87, 0x41), std::size_t{2});
     }
-  }
-
-  void gaijiChooserOpensAQuotedPathWithoutQuotes() {
-    ConversionSettings s;
-    s.ConvMode = 12 | 16;
-    s.GaijiTable = "\"/a b/GaiTbl.txt\"";
-    GaijiTable table;
-    GaijiDialog dialog(s, table);
-    std::vector<FileDialogRequest> requests;
-    QStringList answer;  // first the chooser is cancelled, then a file is chosen
-    const FileDialogHandler previous = SetFileDialogHandler([&](const FileDialogRequest& r) {
-      requests.push_back(r);
-      return answer;
-    });
-    dialog.cmdGaijiTable_Click();
-    QCOMPARE(requests.at(0).initialPath, QStringLiteral("/a b/GaiTbl.txt"));
-    QCOMPARE(requests.at(0).title, QStringLiteral("定義ﾌｧｲﾙの選択"));
-    QCOMPARE(Find<QLineEdit>(dialog, "txtGaijiTable")->text(), QStringLiteral("\"/a b/GaiTbl.txt\""));
-    answer = {QStringLiteral("/c/MacGaiji.txt")};
-    dialog.cmdGaijiTable_Click();
-    QCOMPARE(Find<QLineEdit>(dialog, "txtGaijiTable")->text(), QStringLiteral("/c/MacGaiji.txt"));
-    SetFileDialogHandler(previous);
   }
 
   void reportIsSavedAsCp932WithCrLf() {
