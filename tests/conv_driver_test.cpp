@@ -71,7 +71,8 @@ TEST(ConvDriver, FolderWalkTakesFilesFirstThenSubfoldersWithBatchModesAndRestore
   Names pairs;
   for (const auto& p : window.pairs) pairs.push_back(p.substr(root.size() + 1));
   EXPECT_EQ(pairs, (Names{"in/a.txt", "in/b.txt", "in/m/d.txt", "in/m/n/e.txt", "in/z/c.txt"}));
-  const std::pair<std::uint16_t, std::uint16_t> batch{116 | file_mode::kBatch, exec_mode::kAuto | exec_mode::kEndAfterAuto};
+  const std::pair<std::uint16_t, std::uint16_t> batch{116 | file_mode::kBatch,
+                                                      exec_mode::kAuto | exec_mode::kEndAfterAuto};
   EXPECT_EQ(window.modes, Modes(5, batch));
   EXPECT_TRUE(window.messages.empty());
   EXPECT_TRUE(fs::exists(root + "/out/m/n/e.txt"));

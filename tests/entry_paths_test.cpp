@@ -68,7 +68,9 @@ TEST(Wildcard, Matches) {
       {"a?c", "a日c", true},      {"*", ".hidden", true},       {"*a*b", "xxaxxb", true}, {"*a*b", "xxaxxbx", false},
       {"?", "", false},           {"日本*", "日本語.txt", true}, {"**.md", "x.md", true}, {"[ab]", "a", false},
   };
-  for (const auto& [pattern, name, match] : cases) EXPECT_EQ(WildcardMatch(pattern, name), match) << pattern << " ~ " << name;
+  for (const auto& [pattern, name, match] : cases) {
+    EXPECT_EQ(WildcardMatch(pattern, name), match) << pattern << " ~ " << name;
+  }
   EXPECT_TRUE(HasWildcard("/a/?"));
   EXPECT_FALSE(HasWildcard("/a/b"));
 }

@@ -41,9 +41,11 @@ class DialogsTest : public QObject {
       s.ConvMode = 12 | 2 | 16;  // bits 2 and 16 belong to other dialogs
       s.FileMode = 117;          // 1, 4, 16, 32, 64
       SetupDialog dialog(s);
-      QVERIFY(Find<QCheckBox>(dialog, "chkJisEuc")->isChecked() && Find<QCheckBox>(dialog, "chkGaijiChar")->isChecked());
-      QVERIFY(!Find<QCheckBox>(dialog, "chkEof")->isChecked() && !Find<QCheckBox>(dialog, "chkDeleteInput")->isChecked());
-      QVERIFY(Find<QRadioButton>(dialog, "optBackup")->isChecked() && Find<QCheckBox>(dialog, "chkFolder")->isChecked());
+      for (const char* name : {"chkJisEuc", "chkGaijiChar", "chkFolder"}) {
+        QVERIFY(Find<QCheckBox>(dialog, name)->isChecked());
+      }
+      for (const char* name : {"chkEof", "chkDeleteInput"}) QVERIFY(!Find<QCheckBox>(dialog, name)->isChecked());
+      QVERIFY(Find<QRadioButton>(dialog, "optBackup")->isChecked());
       Find<QCheckBox>(dialog, "chkJisEuc")->setChecked(false);
       Find<QCheckBox>(dialog, "chkEof")->setChecked(true);
       Find<QSpinBox>(dialog, "txtLineSize")->setValue(72);
@@ -70,7 +72,9 @@ class DialogsTest : public QObject {
     };
     dialog.openSetup2 = [&](QWidget*) { opened << "setup2"; };
     dialog.openAbout = [&](QWidget*) { opened << "about"; };
-    for (const char* name : {"cmdGaiji", "cmdSuffix", "cmdSetup2", "cmdVersion"}) Find<QPushButton>(dialog, name)->click();
+    for (const char* name : {"cmdGaiji", "cmdSuffix", "cmdSetup2", "cmdVersion"}) {
+      Find<QPushButton>(dialog, name)->click();
+    }
     QCOMPARE(opened, (QStringList{"gaiji", "suffix", "setup2", "about"}));
     dialog.cmdExit_Click();  // the editor cleared bit 64; this dialog's OK must not put it back
     QCOMPARE(s.FileMode & 64, 0);

@@ -103,7 +103,8 @@ class MainWindowTest : public QObject {
     Sandbox box;
     const std::string euc = box.File("euc.txt"), mac = box.File("download.bin");
     Write(euc, kEucText);
-    Write(mac, testing::MacBinaryHeaderBytes({"Read Me", "TEXT", "ttxt", 4, 0, 0, 0}) + "abc\r" + std::string(124, '\0'));
+    Write(mac, testing::MacBinaryHeaderBytes({"Read Me", "TEXT", "ttxt", 4, 0, 0, 0}) + "abc\r" +
+                   std::string(124, '\0'));
     MainWindow w(box.store, {});
     w.show();
     Check(w, "chkTextCnv")->setChecked(false);
