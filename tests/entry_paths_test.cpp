@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 
@@ -61,8 +60,6 @@ TEST(PathHelpers, SplitPathsWithoutTouchingFiles) {
       {"  /a/b  ", "/a/b"},    {"/a/b///", "/a/b"}, {"/", "/"},     {"\"/a b/c\"", "/a b/c"},
       {"\"/x\",\"/y\"", "/x"}, {"  ", ""},          {"./f", "./f"}, {"/a/../b", "/a/../b"}};
   for (const auto& [in, out] : entries) EXPECT_EQ(NormalizeEntry(in), out) << in;
-  EXPECT_EQ(MakeAbsolute("../y", "/w/"), "/w/../y");
-  EXPECT_EQ(MakeAbsolute("/abs", "/w"), "/abs");
 }
 
 TEST(Wildcard, Matches) {
@@ -71,7 +68,9 @@ TEST(Wildcard, Matches) {
       {"a?c", "a日c", true},      {"*", ".hidden", true},       {"*a*b", "xxaxxb", true}, {"*a*b", "xxaxxbx", false},
       {"?", "", false},           {"日本*", "日本語.txt", true}, {"**.md", "x.md", true}, {"[ab]", "a", false},
   };
-  for (const auto& [pattern, name, match] : cases) EXPECT_EQ(WildcardMatch(pattern, name), match) << pattern << " ~ " << name;
+  for (const auto& [pattern, name, match] : cases) {
+    EXPECT_EQ(WildcardMatch(pattern, name), match) << pattern << " ~ " << name;
+  }
   EXPECT_TRUE(HasWildcard("/a/?"));
   EXPECT_FALSE(HasWildcard("/a/b"));
 }
@@ -101,23 +100,17 @@ TEST_F(TempTree, FileAndFolderTestsFollowLinks) {
 }
 
 TEST_F(TempTree, IsOtherFileKnowsEverySpellingOfOneFile) {
+  // Links, "..", "./" and ASCII case through the command line: cli_safety_test.
   fs::create_directory(At("dir"));
   Touch("dir/file");
   Touch("dir/other");
-  fs::create_symlink(At("dir/file"), At("link"));
   fs::create_hard_link(At("dir/file"), At("hard"));
-  const std::string file = At("dir/file");
-  for (const char* same : {"dir/../dir/file", "dir/./file", "link", "hard", "DIR/FILE", "/dir/file"}) {
-    EXPECT_EQ(IsOtherFile(file, At(same)), 0) << same;
+  for (const char* same : {"dir/./file", "hard", "DIR/FILE", "/dir/file"}) {
+    EXPECT_EQ(IsOtherFile(At("dir/file"), At(same)), 0) << same;
   }
-  EXPECT_NE(IsOtherFile(file, At("dir/other")), 0);
-  EXPECT_NE(IsOtherFile(file, At("dir/missing")), 0);
+  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/other")), 0);
+  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/missing")), 0);
   EXPECT_NE(IsOtherFile(At("ａ"), At("Ａ")), 0);  // only ASCII case is folded
-  const std::string cwd = CurrentFolder();
-  ASSERT_EQ(::chdir(At("dir").c_str()), 0);
-  EXPECT_EQ(IsOtherFile(file, "./file"), 0);
-  EXPECT_EQ(IsOtherFile(file, "file"), 0);
-  ASSERT_EQ(::chdir(cwd.c_str()), 0);
 }
 
 TEST_F(TempTree, ListFolderSortsAndSkipsWhatCannotBeWalked) {

@@ -23,7 +23,8 @@ class ScratchDir {
     for (auto it = std::filesystem::recursive_directory_iterator(path_, ec);
          it != std::filesystem::recursive_directory_iterator(); it.increment(ec)) {
       if (it->is_directory(ec) && !it->is_symlink(ec)) {
-        std::filesystem::permissions(it->path(), std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ec);
+        std::filesystem::permissions(it->path(), std::filesystem::perms::owner_all,
+                                     std::filesystem::perm_options::add, ec);
       }
     }
     std::filesystem::remove_all(path_, ec);
@@ -35,7 +36,7 @@ class ScratchDir {
   // Writes `bytes` to `name` inside the folder (its folders must exist) and returns the full path.
   std::filesystem::path Write(const std::string& name, std::string_view bytes) const {
     const auto p = path_ / name;
-    std::ofstream(p, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(p, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     return p;
   }
 
