@@ -71,8 +71,10 @@ void AppendAttributes(ReportText& out, std::uint16_t attr) {
   if (attr == 0) {
     return;
   }
+  constexpr std::uint16_t kNotNormal =
+      file_attr::kReadOnly | file_attr::kHidden | file_attr::kSystem | file_attr::kFolder;
   std::string text = "属性    :";
-  if ((attr & 23) == 0) {
+  if ((attr & kNotNormal) == 0) {
     text += "通常ファイル ";
   }
   if ((attr & file_attr::kReadOnly) != 0) {

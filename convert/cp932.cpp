@@ -65,10 +65,14 @@ std::size_t Utf8Length(unsigned char lead) noexcept {
   return 1;
 }
 
-// Shift JIS lead bytes that CP932 uses; a refused lead takes its trail with it
-// when the trail is plausible, so one bad character gives one U+FFFD.
-bool IsLead(unsigned char b) noexcept { return code_ranges::IsSjisLead(b); }
-bool IsTrail(unsigned char b) noexcept { return code_ranges::IsSjisTrail(b); }
+// Without iconv only ASCII can be shown faithfully; every other byte is a '?'.
+std::string AsciiOnly(std::string_view text) {
+  std::string out(text);
+  for (char& ch : out) {
+    if (static_cast<unsigned char>(ch) >= 0x80) ch = '?';
+  }
+  return out;
+}
 
 }  // namespace
 
@@ -82,21 +86,21 @@ bool Available() {
 }
 
 std::string ToUtf8(std::string_view cp932) {
+  Converter& c = Decoder();
+  if (!c.Ok()) return AsciiOnly(cp932);
   std::string out;
   out.reserve(cp932.size() * 3 / 2);
-  Converter& c = Decoder();
   const char* in = cp932.data();
   std::size_t left = cp932.size();
-  if (!c.Ok()) {
-    // Without iconv only ASCII can be shown faithfully.
-    for (const char ch : cp932) out += static_cast<unsigned char>(ch) < 0x80 ? ch : '?';
-    return out;
-  }
   while (c.Run(in, left, out) != 0) {
     out += "\xef\xbf\xbd";
-    const auto b = static_cast<unsigned char>(in[0]);
+    // A refused lead takes its trail with it when the trail is plausible, so
+    // one bad character gives one U+FFFD.
     std::size_t skip = 1;
-    if (IsLead(b) && left >= 2 && IsTrail(static_cast<unsigned char>(in[1]))) skip = 2;
+    if (left >= 2 && code_ranges::IsSjisLead(static_cast<std::uint8_t>(in[0])) &&
+        code_ranges::IsSjisTrail(static_cast<std::uint8_t>(in[1]))) {
+      skip = 2;
+    }
     in += skip;
     left -= skip;
   }
@@ -115,15 +119,12 @@ std::optional<std::string> FromUtf8(std::string_view utf8) {
 }
 
 std::string FromUtf8Lossy(std::string_view utf8) {
+  Converter& c = Encoder();
+  if (!c.Ok()) return AsciiOnly(utf8);
   std::string out;
   out.reserve(utf8.size());
-  Converter& c = Encoder();
   const char* in = utf8.data();
   std::size_t left = utf8.size();
-  if (!c.Ok()) {
-    for (const char ch : utf8) out += static_cast<unsigned char>(ch) < 0x80 ? ch : '?';
-    return out;
-  }
   while (c.Run(in, left, out) != 0) {
     out += '?';
     // Skip the lead and only the continuation bytes that really follow it.

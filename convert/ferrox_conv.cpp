@@ -3,6 +3,7 @@
 #include "convert/ferrox_conv.h"
 
 // ferrox
+#include "analysis/survey_flags.h"
 #include "convert/block_converter.h"
 #include "convert/block_io.h"
 #include "convert/conv_mode.h"
@@ -114,7 +115,7 @@ bool Pass::TextBlock(const std::uint8_t* in, std::size_t length, bool last) {
 
 int Pass::Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
               std::int64_t dataLength, bool keepHeader, std::uint16_t typeFlags) {
-  if (text_) codeState_ = typeFlags & 0x0F00;
+  if (text_) codeState_ = typeFlags & survey::kMarkMask;
   if (!reader_.Open(inPath, dataStart + dataLength)) return result::kFailed;
   // Copies of binary data keep the holes of a sparse input.
   if (!out_.Create(outPath, !text_)) return FailureCode();
