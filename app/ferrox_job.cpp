@@ -252,8 +252,8 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
 
   // The new data must lie in the output's folder before the old output is
   // touched: a rename never crosses file systems.
-  std::string outFolder = GetParentFolder(outPath);
-  if (outFolder.empty()) outFolder = ".";
+  const std::string parent = GetParentFolder(outPath);
+  const std::string outFolder = parent.empty() ? std::string(".") : parent;
   std::string staged = workFile;
   if (!SameDevice(WorkFolder(), outFolder)) {
     staged = (outFolder.back() == '/' ? outFolder : outFolder + "/") + ".FRX" +

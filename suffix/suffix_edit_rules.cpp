@@ -59,8 +59,10 @@ std::string LeftFormat(std::string_view text, std::size_t width) {
 }
 
 std::string SuffixListLine(const SuffixEntry& row) {
-  return " " + LeftFormat(row.Extension, 8) + " " + LeftFormat(row.FileType, 8) + " " +
-         LeftFormat(row.Creator, 8) + " " + row.Description;
+  std::string line = " ";
+  line += LeftFormat(row.Extension, 8) + " " + LeftFormat(row.FileType, 8) + " " +
+          LeftFormat(row.Creator, 8) + " " + row.Description;
+  return line;
 }
 
 SuffixEditResult ValidateSuffixEdit(const std::string& extension, const std::string& type,
