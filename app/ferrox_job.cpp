@@ -16,6 +16,7 @@
 #include "app/conversion_settings.h"
 #include "app/path_helpers.h"
 #include "convert/ferrox_conv.h"
+#include "convert/output_file.h"
 #include "convert/result_code.h"
 #include "platform/file_times.h"
 #include "platform/trash.h"
@@ -59,19 +60,6 @@ bool SameDevice(const std::string& a, const std::string& b) {
   struct stat sa {};
   struct stat sb {};
   return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev;
-}
-
-bool WriteAll(int fd, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t n = ::write(fd, data, size);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    data += n;
-    size -= static_cast<std::size_t>(n);
-  }
-  return true;
 }
 
 // Copies `from` into the new file `to` and flushes it to disk.

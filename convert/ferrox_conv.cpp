@@ -5,10 +5,11 @@
 // ferrox
 #include "analysis/survey_flags.h"
 #include "convert/block_converter.h"
-#include "convert/block_io.h"
+#include "convert/block_reader.h"
 #include "convert/conv_mode.h"
 #include "convert/gaiji_table.h"
 #include "convert/keta_soroe.h"
+#include "convert/output_file.h"
 #include "convert/result_code.h"
 
 // std

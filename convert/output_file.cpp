@@ -1,0 +1,127 @@
+// Self-removing output file of the conversion pass.
+
+#include "convert/output_file.h"
+
+// system
+#include <fcntl.h>
+#include <unistd.h>
+
+// std
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace ferrox {
+
+bool WriteAll(int fd, const void* data, std::size_t size) {
+  const auto* p = static_cast<const std::uint8_t*>(data);
+  while (size > 0) {
+    const ssize_t n = ::write(fd, p, size);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    p += n;
+    size -= static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+OutputFile::OutputFile(std::size_t flushAt, std::size_t largestBlock)
+    : flushAt_(flushAt), buf_(flushAt + largestBlock) {}
+
+OutputFile::~OutputFile() { Discard(); }
+
+bool OutputFile::Create(const std::string& path, bool sparse) {
+  path_ = path;
+  sparse_ = sparse;
+  fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  created_ = fd_ >= 0;
+  return created_;
+}
+
+std::uint8_t* OutputFile::Space(std::size_t size) {
+  if (used_ + size > buf_.size() && !Flush()) return nullptr;
+  return buf_.data() + used_;
+}
+
+bool OutputFile::Append(const std::uint8_t* data, std::size_t size) {
+  std::uint8_t* p = Space(size);
+  if (p == nullptr) return false;
+  std::memcpy(p, data, size);
+  used_ += size;
+  if (used_ >= flushAt_) return Flush();
+  return true;
+}
+
+bool OutputFile::Write(const std::uint8_t* data, std::size_t size) {
+  if (!WriteAll(fd_, data, size)) return false;
+  size_ += static_cast<std::int64_t>(size);
+  holeAtEnd_ = false;
+  return true;
+}
+
+namespace {
+
+constexpr std::size_t kHolePiece = 64 * 1024;
+
+bool AllZero(const std::uint8_t* p, std::size_t n) noexcept {
+  std::uint64_t acc = 0;
+  std::size_t k = 0;
+  for (; k + 8 <= n; k += 8) {
+    std::uint64_t w;
+    std::memcpy(&w, p + k, 8);
+    acc |= w;
+    if (acc != 0) return false;
+  }
+  for (; k < n; ++k) acc |= p[k];
+  return acc == 0;
+}
+
+}  // namespace
+
+bool OutputFile::Flush() {
+  const std::uint8_t* p = buf_.data();
+  std::size_t n = used_;
+  used_ = 0;
+  if (!sparse_) return Write(p, n);
+  // Whole zero pieces are skipped, leaving holes; Finish sets the length.
+  while (n > 0) {
+    const std::size_t piece = std::min(n, kHolePiece);
+    if (piece == kHolePiece && AllZero(p, piece)) {
+      if (::lseek(fd_, static_cast<off_t>(piece), SEEK_CUR) < 0) return false;
+      size_ += static_cast<std::int64_t>(piece);
+      holeAtEnd_ = true;
+    } else if (!Write(p, piece)) {
+      return false;
+    }
+    p += piece;
+    n -= piece;
+  }
+  return true;
+}
+
+bool OutputFile::Finish() {
+  if (!Flush()) return false;
+  if (holeAtEnd_ && ::ftruncate(fd_, static_cast<off_t>(size_)) != 0) return false;
+  const int fd = fd_;
+  fd_ = -1;
+  if (::close(fd) != 0) return false;  // a late write error (full disk) shows here
+  created_ = false;                    // the file is the caller's now
+  return true;
+}
+
+void OutputFile::Discard() noexcept {
+  const int saved = errno;
+  if (fd_ >= 0) {
+    ::close(fd_);
+    fd_ = -1;
+  }
+  if (created_) {
+    ::unlink(path_.c_str());
+    created_ = false;
+  }
+  errno = saved;
+}
+
+}  // namespace ferrox
