@@ -19,14 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr std::int64_t kSize = 5LL << 30;
 
-std::string ReadAt(const fs::path& path, std::int64_t offset, std::size_t n) {
-  std::ifstream f(path, std::ios::binary);
-  f.seekg(offset);
-  std::string s(n, '\0');
-  f.read(s.data(), static_cast<std::streamsize>(n));
-  return s;
-}
-
 TEST(FerroxConvLarge, SparseFiveGiBFileCopiesAndConverts) {
   const testing::ScratchDir dir;
   const fs::path in = dir.Write("in", "head");
@@ -36,11 +28,17 @@ TEST(FerroxConvLarge, SparseFiveGiBFileCopiesAndConverts) {
   SilentProgress progress;
 
   const fs::path copy = dir.Path() / "copy";
+  const auto readAt = [&](std::int64_t offset) {
+    std::ifstream f(copy, std::ios::binary);
+    std::string s(4, '\0');
+    f.seekg(offset).read(s.data(), 4);
+    return s;
+  };
   ASSERT_EQ(FerroxConv(copy, in, 0, kSize, 0, 0, false, options, progress), 0);
   ASSERT_EQ(static_cast<std::int64_t>(fs::file_size(copy)), kSize);
-  EXPECT_EQ(ReadAt(copy, 0, 4), "head");
-  EXPECT_EQ(ReadAt(copy, kSize - 4, 4), "tail");
-  EXPECT_EQ(ReadAt(copy, (4LL << 30) + 7, 4), std::string(4, '\0'));
+  EXPECT_EQ(readAt(0), "head");
+  EXPECT_EQ(readAt(kSize - 4), "tail");
+  EXPECT_EQ(readAt((4LL << 30) + 7), std::string(4, '\0'));
   fs::remove(copy);
 
   // The zeros are dropped as junk by both converters.

@@ -51,6 +51,7 @@ Bytes ConvertLast(const Bytes& in, std::uint16_t convMode, std::uint16_t typeFla
 TEST(FerroxConvSub, ConvertsByteTable) {
   struct { const char* name; Bytes in, expected; std::uint16_t convMode, typeFlags; } const rows[] = {
       {"lone CRs", "A\r\rB", "A\r\n\r\nB", 12, kSjisFile},
+      {"CR at the end of the file", "A\r", "A\r\n", 12, kSjisFile},
       {"tab and form feed kept", "\t\x0C", "\t\x0C", 12, kSjisFile},
       {"junk dropped", Bytes("a\x00\x01\x7F\x80\x1C", 6) + "b", "ab", 12, kSjisFile},
       {"tab inside JIS dropped", "\x1B$B\t\x30\x21\x1B(Bz", "\x88\x9Fz", 12, kJisFile},
@@ -140,6 +141,7 @@ const std::vector<Unit> kSjisUnits = {
     {"\x82\xA0\x82\xA2", "\x82\xA0\x82\xA2"},         {"\x88\x9F\x8E\xF0", "\x88\x9F\x8E\xF0"},
     {"\x81\x42", "\x81\x42"}, {"\t", "\t"},           {"\x1A", ""},         {Bytes(1, '\0'), ""},
     {"\x87\x40", "\x87\x40"}, {"\xB1\xB2", "\xB1\xB2"}, {Bytes(19, '\0'), ""},
+    {"0123456789abcdef", "0123456789abcdef"}, {"\x7F", ""}, {"\xFF", ""}, {"\x1F", ""},  // 8 bytes at a time
 };
 const std::vector<Unit> kJisUnits = {
     {"abc ", "abc "}, {"\n", "\r\n"}, {"\r\n", "\r\n"},
