@@ -11,7 +11,7 @@ out=$(realpath -m "${1:-$build/screenshots}")
 for p in xvfb fonts-ipafont-gothic; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || "$root/scripts/install-deps.sh"
 done
-[ -x "$build/tests/gui/ferrox-gui-screenshots" ] || cmake --build "$build" --target ferrox-gui-screenshots
+[ -x "$build/ui/ferrox-gui-screenshots" ] || cmake --build "$build" --target ferrox-gui-screenshots
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -28,5 +28,5 @@ for _ in $(seq 50); do [ -e "/tmp/.X11-unix/X$display" ] && break; sleep 0.1; do
 
 DISPLAY=":$display" QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR="$scratch/runtime" \
   FERROX_CONFIG_DIR="$scratch/config" FERROX_HELP_DIR="$root/help" LANG=ja_JP.UTF-8 \
-  QT_FONT_DPI=96 "$build/tests/gui/ferrox-gui-screenshots" "$out" "$scratch/samples"
+  QT_FONT_DPI=96 "$build/ui/ferrox-gui-screenshots" "$out" "$scratch/samples"
 echo "screenshots in $out"

@@ -2,64 +2,42 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
 
 #include "app/entry_list.h"
 #include "app/folder_listing.h"
 #include "app/path_helpers.h"
+#include "helpers/scratch_dir.h"
 
 namespace ferrox {
 namespace {
 
+namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
-struct SplitCase {
-  const char* text;
-  Names names;
-};
-
 TEST(CommaToDim, SplitsAsTheBoxesAreRead) {
-  const SplitCase cases[] = {
-      {"", {}},
+  const std::pair<const char*, Names> cases[] = {
       {"   \t ", {}},
-      {"/a/b.txt", {"/a/b.txt"}},
       {"  /a/b c.txt  ", {"/a/b c.txt"}},
-      {"\"/a/x\", \"/a/y\"", {"/a/x", "/a/y"}},
-      {"\"/a/x\",\"/a/y\",\"/a/z\"", {"/a/x", "/a/y", "/a/z"}},
-      {"\"/a/x,y\",\"/b\"", {"/a/x,y", "/b"}},          // a quoted name may hold commas
-      {"\"/a/no end", {"/a/no end"}},                     // no closing quote: runs to the end
-      {"\"/a/x\" \"/a/y\"", {"/a/x"}},                    // no comma: the rest is ignored
-      {"\"/a/x\",", {"/a/x"}},                            // trailing comma adds nothing
-      {"a , b", {"a", "b"}},                              // unquoted names are trimmed
-      {"a,,b", {"a", "", "b"}},                           // an empty name between commas stays
-      {", a", {"", "a"}},
+      {"\"/a/x\",\"/a/y\", \"/a/z\"", {"/a/x", "/a/y", "/a/z"}},
+      {"\"/a/x,y\",\"/b\"", {"/a/x,y", "/b"}},  // a quoted name may hold commas
+      {"\"/a/no end", {"/a/no end"}},           // no closing quote: runs to the end
+      {"\"/a/x\" \"/a/y\"", {"/a/x"}},          // no comma: the rest is ignored
+      {"\"/a/x\",", {"/a/x"}},                  // a trailing comma adds nothing
+      {"a , b", {"a", "b"}},                    // unquoted names are trimmed
+      {"a,,b", {"a", "", "b"}},                 // an empty name between commas stays
       {"\"\"", {""}},
       {"\"/日本/ｶﾅ.txt\" , \"/b\"", {"/日本/ｶﾅ.txt", "/b"}},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(CommaToDim(c.text), c.names) << "text: [" << c.text << "]";
-  }
-}
-
-TEST(CommaToDim, QuotedListReadsBack) {
+  for (const auto& [text, names] : cases) EXPECT_EQ(CommaToDim(text), names) << "[" << text << "]";
   const Names names = {"/a/x y", "/a/b,c", "/日本語"};
   EXPECT_EQ(CommaToDim(QuotedList(names)), names);
 }
 
-struct PathCase {
-  const char* path;
-  const char* root;
-  const char* parent;
-  const char* withoutExtension;
-};
-
 TEST(PathHelpers, SplitPathsWithoutTouchingFiles) {
-  const PathCase cases[] = {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+      // path, root, parent, without extension
       {"/a/b/c.txt", "/", "/a/b", "/a/b/c"},
       {"/a/x.d/f", "/", "/a/x.d", "/a/x.d/f"},  // a dot in the folder only
       {"/f.tar.gz", "/", "/", "/f.tar"},
@@ -68,135 +46,86 @@ TEST(PathHelpers, SplitPathsWithoutTouchingFiles) {
       {"/a/.profile", "/", "/a", "/a/.profile"},  // a hidden name has no extension
       {"/a/.cfg.old", "/", "/a", "/a/.cfg"},
       {"/a/b.", "/", "/a", "/a/b"},
-      {"c.txt", "", "", "c"},  // relative: no root, no parent
-      {"d/*.txt", "", "", "d/*"},
-      {"", "", "", ""},
+      {"d/*.txt", "", "", "d/*"},  // relative: no root, no parent
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(GetPathRoot(c.path), c.root) << c.path;
-    EXPECT_EQ(GetParentFolder(c.path), c.parent) << c.path;
-    EXPECT_EQ(GetNameWithoutExtension(c.path), c.withoutExtension) << c.path;
+  for (const auto& [path, root, parent, stem] : cases) {
+    EXPECT_EQ(GetPathRoot(path), root) << path;
+    EXPECT_EQ(GetParentFolder(path), parent) << path;
+    EXPECT_EQ(GetNameWithoutExtension(path), stem) << path;
   }
-}
-
-TEST(PathHelpers, AddPathSeparatorAndNormalizeEntry) {
-  const std::pair<const char*, const char*> separators[] = {
-      {"/a/b", "/a/b/"}, {"/a/b/", "/a/b/"}, {"   ", ""}, {"", ""}, {" /a ", "/a/"}, {"/", "/"}};
+  const std::pair<const char*, const char*> separators[] = {{"/a/b", "/a/b/"}, {"/a/b/", "/a/b/"}, {"   ", ""},
+                                                            {" /a ", "/a/"}, {"/", "/"}};
   for (const auto& [in, out] : separators) EXPECT_EQ(AddPathSeparator(in), out) << in;
-
   const std::pair<const char*, const char*> entries[] = {
-      {"  /a/b  ", "/a/b"},  {"/a/b///", "/a/b"}, {"/", "/"},     {"\"/a b/c\"", "/a b/c"},
+      {"  /a/b  ", "/a/b"},    {"/a/b///", "/a/b"}, {"/", "/"},     {"\"/a b/c\"", "/a b/c"},
       {"\"/x\",\"/y\"", "/x"}, {"  ", ""},          {"./f", "./f"}, {"/a/../b", "/a/../b"}};
   for (const auto& [in, out] : entries) EXPECT_EQ(NormalizeEntry(in), out) << in;
+}
 
-  EXPECT_TRUE(HasWildcard("/a/*.txt"));
+TEST(Wildcard, Matches) {
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"*.txt", "a.TXT", true},   {"*.txt", "a.txt.gz", false}, {"*.*", "noext", true}, {"a?c", "ac", false},
+      {"a?c", "a日c", true},      {"*", ".hidden", true},       {"*a*b", "xxaxxb", true}, {"*a*b", "xxaxxbx", false},
+      {"?", "", false},           {"日本*", "日本語.txt", true}, {"**.md", "x.md", true}, {"[ab]", "a", false},
+  };
+  for (const auto& [pattern, name, match] : cases) {
+    EXPECT_EQ(WildcardMatch(pattern, name), match) << pattern << " ~ " << name;
+  }
   EXPECT_TRUE(HasWildcard("/a/?"));
   EXPECT_FALSE(HasWildcard("/a/b"));
-  EXPECT_EQ(MakeAbsolute("x/y", "/w"), "/w/x/y");
-  EXPECT_EQ(MakeAbsolute("../y", "/w/"), "/w/../y");
-  EXPECT_EQ(MakeAbsolute("/abs", "/w"), "/abs");
 }
 
 class TempTree : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/ferrox-paths-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    root_ = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(root_); }
-  void Touch(const std::string& relative) const { std::ofstream(root_ + "/" + relative) << "x"; }
-  std::string root_;
+  void Touch(const std::string& relative) const { dir_.Write(relative, "x"); }
+  std::string At(const std::string& relative) const { return root_ + "/" + relative; }
+  testing::ScratchDir dir_;
+  std::string root_ = dir_.Path().string();
 };
 
-TEST_F(TempTree, FileAndFolderTests) {
+TEST_F(TempTree, FileAndFolderTestsFollowLinks) {
   Touch("f");
-  std::filesystem::create_directory(root_ + "/d");
-  std::filesystem::create_symlink(root_ + "/f", root_ + "/lf");
-  std::filesystem::create_symlink(root_ + "/d", root_ + "/ld");
-  std::filesystem::create_symlink(root_ + "/missing", root_ + "/dangling");
-  struct Case {
-    const char* name;
-    bool exists, folder, file;
-  };
-  const Case cases[] = {{"f", true, false, true},    {"d", true, true, false},
-                        {"lf", true, false, true},   {"ld", true, true, false},
-                        {"none", false, false, false}, {"dangling", false, false, false}};
-  for (const auto& c : cases) {
-    const std::string path = root_ + "/" + c.name;
-    EXPECT_EQ(FileExists(path), c.exists) << c.name;
-    EXPECT_EQ(IsFolder(path), c.folder) << c.name;
-    EXPECT_EQ(IsFile(path), c.file) << c.name;
+  fs::create_directory(At("d"));
+  fs::create_symlink(At("f"), At("lf"));
+  fs::create_symlink(At("d"), At("ld"));
+  fs::create_symlink(At("missing"), At("dangling"));
+  const std::tuple<const char*, bool, bool, bool> cases[] = {  // exists, folder, file
+      {"f", true, false, true}, {"d", true, true, false},     {"lf", true, false, true},
+      {"ld", true, true, false}, {"none", false, false, false}, {"dangling", false, false, false}};
+  for (const auto& [name, exists, folder, file] : cases) {
+    EXPECT_EQ(FileExists(At(name)), exists) << name;
+    EXPECT_EQ(IsFolder(At(name)), folder) << name;
+    EXPECT_EQ(IsFile(At(name)), file) << name;
   }
-}
-
-TEST_F(TempTree, MakeFolderCreatesEveryLevel) {
-  EXPECT_TRUE(MakeFolder(root_ + "/a/b/c"));
-  EXPECT_TRUE(IsFolder(root_ + "/a/b/c"));
-  EXPECT_TRUE(MakeFolder(root_ + "/a/b/c"));  // already there
-  EXPECT_TRUE(MakeFolder(root_ + "/a/b/c/"));
-  Touch("file");
-  EXPECT_FALSE(MakeFolder(root_ + "/file/sub"));  // a file in the way
-  EXPECT_FALSE(MakeFolder(root_ + "/file"));
 }
 
 TEST_F(TempTree, IsOtherFileKnowsEverySpellingOfOneFile) {
-  std::filesystem::create_directory(root_ + "/dir");
+  // Links, "..", "./" and ASCII case through the command line: cli_safety_test.
+  fs::create_directory(At("dir"));
   Touch("dir/file");
   Touch("dir/other");
-  std::filesystem::create_symlink(root_ + "/dir/file", root_ + "/link");
-  std::filesystem::create_hard_link(root_ + "/dir/file", root_ + "/hard");
-  const std::string file = root_ + "/dir/file";
-  const std::string same[] = {root_ + "/dir/../dir/file", root_ + "/dir/./file", root_ + "/link",
-                              root_ + "/hard", root_ + "/DIR/FILE", root_ + "//dir/file"};
-  for (const auto& spelling : same) EXPECT_EQ(IsOtherFile(file, spelling), 0) << spelling;
-  EXPECT_NE(IsOtherFile(file, root_ + "/dir/other"), 0);
-  EXPECT_NE(IsOtherFile(file, root_ + "/dir/missing"), 0);
-  // Full-width letters are not folded: only ASCII case is.
-  EXPECT_NE(IsOtherFile(root_ + "/ａ", root_ + "/Ａ"), 0);
-  EXPECT_EQ(IsOtherFile(root_ + "/Ab.TXT", root_ + "/aB.txt"), 0);
-
-  const std::string cwd = CurrentFolder();
-  ASSERT_EQ(::chdir((root_ + "/dir").c_str()), 0);
-  EXPECT_EQ(IsOtherFile(file, "./file"), 0);
-  EXPECT_EQ(IsOtherFile(file, "file"), 0);
-  ASSERT_EQ(::chdir(cwd.c_str()), 0);
-}
-
-TEST(Wildcard, Matches) {
-  struct Case {
-    const char* pattern;
-    const char* name;
-    bool match;
-  };
-  const Case cases[] = {
-      {"*.txt", "a.txt", true},     {"*.txt", "a.TXT", true},   {"*.txt", "a.txt.gz", false},
-      {"*.*", "noext", true},       {"a?c", "abc", true},       {"a?c", "ac", false},
-      {"a?c", "a日c", true},        {"*", ".hidden", true},     {"*a*b", "xxaxxb", true},
-      {"*a*b", "xxaxxbx", false},   {"?", "", false},           {"日本*", "日本語.txt", true},
-      {"**.md", "x.md", true},      {"x", "X", true},           {"[ab]", "a", false},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(WildcardMatch(c.pattern, c.name), c.match) << c.pattern << " ~ " << c.name;
+  fs::create_hard_link(At("dir/file"), At("hard"));
+  for (const char* same : {"dir/./file", "hard", "DIR/FILE", "/dir/file"}) {
+    EXPECT_EQ(IsOtherFile(At("dir/file"), At(same)), 0) << same;
   }
+  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/other")), 0);
+  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/missing")), 0);
+  EXPECT_NE(IsOtherFile(At("ａ"), At("Ａ")), 0);  // only ASCII case is folded
 }
 
 TEST_F(TempTree, ListFolderSortsAndSkipsWhatCannotBeWalked) {
   for (const char* name : {"b.txt", "a.txt", ".h.txt", "c.bin"}) Touch(name);
-  std::filesystem::create_directory(root_ + "/sub.txt");
-  std::filesystem::create_symlink(root_ + "/a.txt", root_ + "/la.txt");
-  std::filesystem::create_symlink(root_ + "/sub.txt", root_ + "/lsub.txt");
-  ASSERT_EQ(::mkfifo((root_ + "/pipe.txt").c_str(), 0600), 0);
-
+  fs::create_directory(At("sub.txt"));
+  fs::create_symlink(At("a.txt"), At("la.txt"));
+  fs::create_symlink(At("sub.txt"), At("lsub.txt"));  // a linked folder is not walked
+  ASSERT_EQ(::mkfifo(At("pipe.txt").c_str(), 0600), 0);
   const FolderListing all = ListFolder(root_);
   EXPECT_EQ(all.files, (Names{".h.txt", "a.txt", "b.txt", "c.bin", "la.txt"}));
   EXPECT_EQ(all.folders, (Names{"sub.txt"}));
-
   const FolderListing txt = ListFolder(root_, "*.txt");
   EXPECT_EQ(txt.files, (Names{".h.txt", "a.txt", "b.txt", "la.txt"}));
   EXPECT_EQ(txt.folders, (Names{"sub.txt"}));
-
-  EXPECT_TRUE(ListFolder(root_ + "/none").files.empty());
+  EXPECT_TRUE(ListFolder(At("none")).files.empty());
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
 #pragma once
-// Test doubles for the GUI tests: a message handler that records every box
-// and answers from a script, so no modal box ever blocks a test.
+// Records every message box of a GUI test and answers it from a script, so
+// no modal box ever blocks a test.
 
 #include <deque>
 
-// ferrox
-#include "ui/message_box.h"
-
-// Qt
 #include <QStringList>
+
+#include "ui/message_box.h"
 
 namespace ferrox::ui::test {
 
@@ -28,9 +26,9 @@ class ScriptedMessages {
   ScriptedMessages(const ScriptedMessages&) = delete;
   ScriptedMessages& operator=(const ScriptedMessages&) = delete;
 
-  QStringList texts;                                // every box's text, in order
+  QStringList texts;  // every box's text, in order
   std::vector<MsgKind> kinds;
-  std::deque<QMessageBox::StandardButton> answers;  // next answers; empty = the default button
+  std::deque<QMessageBox::StandardButton> answers;  // the next answers; none left = the default button
 
  private:
   MessageHandler previous_;

@@ -2,57 +2,36 @@
 
 #include <fcntl.h>
 #include <iconv.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace ferrox::testing {
 
 namespace fs = std::filesystem;
 
 void CliTest::SetUp() {
-  char pattern[] = "/tmp/ferrox-cli-XXXXXX";
-  ASSERT_NE(::mkdtemp(pattern), nullptr);
-  root_ = pattern;
-  ::chmod(root_.c_str(), 0777);  // tests that drop privileges work in here too
-  config_ = root_ + "/.config";
-  work_ = root_ + "/.work";
-  fs::create_directory(config_);
-  fs::create_directory(work_);
-  fs::permissions(config_, fs::perms::all);
-  fs::permissions(work_, fs::perms::all);
-}
-
-void CliTest::TearDown() {
-  std::error_code ec;
-  // Folders a test made read-only must be writable again to be removed.
-  for (auto it = fs::recursive_directory_iterator(root_, ec); it != fs::recursive_directory_iterator();
-       it.increment(ec)) {
-    if (it->is_directory(ec) && !it->is_symlink(ec)) fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
+  for (const std::string& dir : {root_, config_, work_}) {
+    fs::create_directories(dir);
+    fs::permissions(dir, fs::perms::all);  // tests that drop privileges work in here too
   }
-  fs::remove_all(root_, ec);
 }
 
 CliProcess CliTest::Start(const CliCall& call) {
   static int serial = 0;
-  CliProcess process;
-  process.outFile = root_ + "/.out" + std::to_string(++serial);
-  process.errFile = root_ + "/.err" + std::to_string(serial);
+  ++serial;
+  CliProcess process{-1, root_ + "/.out" + std::to_string(serial), root_ + "/.err" + std::to_string(serial)};
   std::vector<std::string> argv = call.prefix;
   argv.emplace_back(FERROX_CLI_PATH);
   argv.insert(argv.end(), call.args.begin(), call.args.end());
   std::vector<std::pair<std::string, std::string>> env = {
       {"FERROX_CONFIG_DIR", config_}, {"TMP", work_}, {"HOME", root_ + "/.home"},
       {"XDG_DATA_HOME", root_ + "/.home/.local/share"}, {"TZ", "UTC"}, {"LC_ALL", "C.UTF-8"}};
-  for (const auto& [name, value] : call.env) {
-    std::erase_if(env, [&](const auto& e) { return e.first == name; });
-    env.emplace_back(name, value);
-  }
+  env.insert(env.end(), call.env.begin(), call.env.end());  // later settings win
   const std::string cwd = call.cwd.empty() ? root_ : call.cwd;
 
   process.pid = ::fork();
@@ -77,37 +56,20 @@ CliProcess CliTest::Start(const CliCall& call) {
 }
 
 CliResult CliTest::Wait(const CliProcess& process) {
-  CliResult result;
   int status = 0;
   while (::waitpid(process.pid, &status, 0) < 0 && errno == EINTR) {
   }
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  std::ifstream out(process.outFile, std::ios::binary);
-  std::ifstream err(process.errFile, std::ios::binary);
-  std::stringstream o;
-  std::stringstream e;
-  o << out.rdbuf();
-  e << err.rdbuf();
-  result.out = o.str();
-  result.err = e.str();
+  CliResult result{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), ReadAll(process.outFile),
+                   ReadAll(process.errFile)};
   fs::remove(process.outFile);
   fs::remove(process.errFile);
   return result;
 }
 
-CliResult CliTest::Run(const CliCall& call) { return Wait(Start(call)); }
-
 void CliTest::Write(const std::string& relative, const std::string& bytes) const {
   const fs::path path = Path(relative);
   fs::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string CliTest::Read(const std::string& relative) const {
-  std::ifstream in(Path(relative), std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
 }
 
 bool CliTest::Exists(const std::string& relative) const {
@@ -119,11 +81,10 @@ std::vector<std::string> CliTest::WorkFilesLeft(const std::string& folder) const
   std::vector<std::string> left;
   std::error_code ec;
   for (const auto& entry : fs::directory_iterator(work_, ec)) left.push_back(entry.path().string());
-  if (!folder.empty()) {
-    for (const auto& entry : fs::recursive_directory_iterator(folder, ec)) {
-      const std::string name = entry.path().filename().string();
-      if (name.starts_with("FRX") || name.starts_with(".FRX")) left.push_back(entry.path().string());
-    }
+  if (folder.empty()) return left;
+  for (const auto& entry : fs::recursive_directory_iterator(folder, ec)) {
+    const std::string name = entry.path().filename().string();
+    if (name.starts_with("FRX") || name.starts_with(".FRX")) left.push_back(entry.path().string());
   }
   return left;
 }

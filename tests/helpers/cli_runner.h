@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "helpers/scratch_dir.h"
+
 namespace ferrox::testing {
 
 struct CliResult {
@@ -18,13 +20,13 @@ struct CliResult {
 };
 
 struct CliCall {
-  std::vector<std::string> args;                          // after the program name
-  std::string cwd;                                        // empty = the test's root
-  std::vector<std::pair<std::string, std::string>> env;   // added to (or replacing) the fixture's
-  std::vector<std::string> prefix;                        // a wrapper such as setpriv
+  std::vector<std::string> args;                         // after the program name
+  std::string cwd;                                       // empty = the test's root
+  std::vector<std::pair<std::string, std::string>> env;  // added to (or replacing) the fixture's
+  std::vector<std::string> prefix;                       // a wrapper such as setpriv
 };
 
-// Starts ferrox without waiting; stdout and stderr go to files in `root`.
+// A started ferrox; stdout and stderr go to files in the test's root.
 struct CliProcess {
   pid_t pid = -1;
   std::string outFile;
@@ -34,9 +36,8 @@ struct CliProcess {
 class CliTest : public ::testing::Test {
  protected:
   void SetUp() override;
-  void TearDown() override;
 
-  CliResult Run(const CliCall& call);
+  CliResult Run(const CliCall& call) { return Wait(Start(call)); }
   CliResult Run(std::vector<std::string> args) { return Run(CliCall{std::move(args), {}, {}, {}}); }
   CliProcess Start(const CliCall& call);
   CliResult Wait(const CliProcess& process);
@@ -44,14 +45,15 @@ class CliTest : public ::testing::Test {
   // Paths inside the test's root folder.
   [[nodiscard]] std::string Path(const std::string& relative) const { return root_ + "/" + relative; }
   void Write(const std::string& relative, const std::string& bytes) const;
-  [[nodiscard]] std::string Read(const std::string& relative) const;
+  [[nodiscard]] std::string Read(const std::string& relative) const { return ReadAll(Path(relative)); }
   [[nodiscard]] bool Exists(const std::string& relative) const;
   // Names in the work folder (TMP) and any work files left in `folder`.
   [[nodiscard]] std::vector<std::string> WorkFilesLeft(const std::string& folder = {}) const;
 
-  std::string root_;    // the test's own folder
-  std::string config_;  // FERROX_CONFIG_DIR
-  std::string work_;    // TMP
+  ScratchDir scratch_;
+  std::string root_ = scratch_.Path().string();  // the test's own folder
+  std::string config_ = root_ + "/.config";      // FERROX_CONFIG_DIR
+  std::string work_ = root_ + "/.work";          // TMP
 };
 
 // CP932 bytes of a UTF-8 text, and EUC-JP / ISO-2022-JP bytes through iconv.

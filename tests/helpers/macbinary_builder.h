@@ -1,10 +1,10 @@
 #pragma once
 // Builds 128-byte MacBinary headers for tests, field by field.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace ferrox::testing {
 
@@ -19,9 +19,24 @@ struct MacBinaryFields {
 };
 
 // A header with the version byte 0 and the fields at their offsets.
-[[nodiscard]] std::array<std::uint8_t, 128> MacBinaryHeader(const MacBinaryFields& f);
+[[nodiscard]] inline std::array<std::uint8_t, 128> MacBinaryHeader(const MacBinaryFields& f) {
+  std::array<std::uint8_t, 128> h{};
+  h[1] = static_cast<std::uint8_t>(f.name.size());
+  std::copy_n(f.name.begin(), std::min<std::size_t>(f.name.size(), 63), h.begin() + 2);
+  std::copy_n(f.type.begin(), std::min<std::size_t>(f.type.size(), 4), h.begin() + 65);
+  std::copy_n(f.creator.begin(), std::min<std::size_t>(f.creator.size(), 4), h.begin() + 69);
+  const std::pair<std::size_t, std::uint32_t> numbers[] = {
+      {83, f.dataLength}, {87, f.resourceLength}, {91, f.created}, {95, f.modified}};
+  for (const auto& [at, v] : numbers) {
+    for (std::size_t i = 0; i < 4; ++i) h[at + i] = static_cast<std::uint8_t>(v >> (24 - 8 * i));
+  }
+  return h;
+}
 
 // The header as a string of 128 bytes, to be followed by forks.
-[[nodiscard]] std::string MacBinaryHeaderBytes(const MacBinaryFields& f);
+[[nodiscard]] inline std::string MacBinaryHeaderBytes(const MacBinaryFields& f) {
+  const auto h = MacBinaryHeader(f);
+  return {reinterpret_cast<const char*>(h.data()), h.size()};
+}
 
 }  // namespace ferrox::testing

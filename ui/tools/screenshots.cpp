@@ -7,7 +7,6 @@
 
 // ferrox
 #include "app/settings_store.h"
-#include "helpers/macbinary_builder.h"
 #include "ui/about_dialog.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/help_window.h"
@@ -21,10 +20,11 @@
 // Qt
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QLabel>
 #include <QScreen>
-#include <QTest>
 #include <QTextStream>
+#include <QTimer>
 
 using namespace ferrox;
 using namespace ferrox::ui;
@@ -36,7 +36,9 @@ QString gFolder;
 void Shoot(QWidget& window, const QString& name) {
   window.show();
   window.raise();
-  QTest::qWait(400);
+  QEventLoop settle;  // lets the window paint before the picture is taken
+  QTimer::singleShot(400, &settle, &QEventLoop::quit);
+  settle.exec();
   const QPixmap shot = window.screen()->grabWindow(window.winId());
   const QString path = gFolder + QLatin1Char('/') + name + QStringLiteral(".png");
   if (!shot.save(path)) QTextStream(stderr) << "cannot save " << path << "\n";
@@ -61,10 +63,16 @@ int main(int argc, char* argv[]) {
   std::ofstream(text, std::ios::binary) << "\xc6\xfc\xcb\xdc\xb8\xec\xa4\xce\xa5\xc6\xa5\xad\xa5\xb9\xa5\xc8\n"
                                            "second line\r\nthird line\n";
   const std::string mac = samples + "/download.bin";
-  std::ofstream(mac, std::ios::binary) << testing::MacBinaryHeaderBytes(
-                                              {"\x93\xfa\x96{\x8c\xea Memo", "TEXT", "ttxt", 6, 0,
-                                               3000000000u, 3100000000u})
-                                       << "abc\rd\r" << std::string(122, '\0');
+  // A MacBinary file: name "日本語 Memo", TEXT/ttxt, a 6-byte data fork and two dates.
+  std::string header(128, '\0');
+  const std::string name = "\x93\xfa\x96{\x8c\xea Memo";
+  header[1] = static_cast<char>(name.size());
+  header.replace(2, name.size(), name);
+  header.replace(65, 8, "TEXTttxt");
+  header[86] = 6;
+  const std::uint32_t dates[] = {3000000000u, 3100000000u};  // created, modified; big-endian at 91 and 95
+  for (std::size_t i = 0; i < 8; ++i) header[91 + i] = static_cast<char>(dates[i / 4] >> (24 - 8 * (i % 4)));
+  std::ofstream(mac, std::ios::binary) << header << "abc\rd\r" << std::string(122, '\0');
 
   SettingsStore store;
   (void)store.Load();
