@@ -1,7 +1,5 @@
 #include "analysis/char_type.h"
 
-#include <array>
-
 #include "analysis/code_ranges.h"
 #include "analysis/survey_flags.h"
 
@@ -11,24 +9,9 @@ namespace {
 using namespace char_type;
 using code_ranges::Lead;
 
-// Type of a byte below 0x80 that needs no look-ahead; kLookAhead marks the
-// bytes (ESC, SO, CR) whose type depends on the bytes after them.
-constexpr std::uint16_t kLookAhead = 0xFFFF;
-
-constexpr std::array<std::uint16_t, 128> MakeLowTable() {
-  std::array<std::uint16_t, 128> t{};
-  for (int b = 0x20; b <= 0x7E; ++b) t[static_cast<std::size_t>(b)] = kAscii;
-  t[0x09] = kNeutral;
-  t[0x0C] = kNeutral;
-  t[0x1A] = kNeutral;
-  t[0x0A] = kLf;
-  t[0x0F] = kJisKanaOut;
-  t[0x0D] = kLookAhead;
-  t[0x0E] = kLookAhead;
-  t[0x1B] = kLookAhead;
-  return t;
-}
-constexpr auto kLowTable = MakeLowTable();
+// A copy local to this file: the readings of SjisOrEuc then keep its address
+// in a register instead of loading it at every position.
+constexpr auto kLowTable = kLowTypes;
 
 constexpr bool InRange(std::uint8_t b, int lo, int hi) noexcept { return b >= lo && b <= hi; }
 
@@ -98,70 +81,20 @@ inline BufIndex SpaceOrLineEnd(const std::uint8_t* p, std::uint16_t& flags) noex
   }
 }
 
-template <bool kGaijiAsChar>
-void SjisScan(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
-              BufIndex& count) noexcept {
-  const BufIndex start = pos;
-  BufIndex i = pos;
-  std::uint16_t seen = 0;
-  while (i <= last) {
-    const std::uint8_t b = buf[i];
-    if (InRange(b, 0xA0, 0xDF)) {
-      seen |= survey::kSjis;
-      ++i;
-      continue;
-    }
-    if (b >= 0x81) {
-      const std::uint8_t c = buf[i + 1];
-      if (!code_ranges::IsSjisTrail(c)) break;
-      const Lead lead = code_ranges::SjisLead(b, c);
-      if (lead == Lead::kStandard) {
-        seen |= survey::kSjis;
-      } else if (kGaijiAsChar && lead == Lead::kGaiji) {
-        seen |= survey::kSjis | survey::kSjisGaiji;
-      } else {
-        break;
-      }
-      i += 2;
-      continue;
-    }
-    const BufIndex n = SpaceOrLineEnd(buf + i, seen);
-    if (n == 0) break;
-    i += n;
-  }
-  flags |= seen;
-  count = i - start;
-  pos = i - 1;
-}
+// What a text scanner takes at p: adds what it saw to `seen` and returns the
+// bytes taken, 0 when p holds nothing of its kind.
+using ScanStep = BufIndex (*)(const std::uint8_t* p, std::uint16_t& seen) noexcept;
 
-template <bool kGaijiAsChar>
-void EucScan(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
+// The run loop the text scanners share. The step is a template argument so
+// that it inlines into the loop.
+template <ScanStep kStep>
+void ScanRun(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
              BufIndex& count) noexcept {
   const BufIndex start = pos;
   BufIndex i = pos;
   std::uint16_t seen = 0;
   while (i <= last) {
-    const std::uint8_t b = buf[i];
-    if (b >= 0x80) {
-      const std::uint8_t c = buf[i + 1];
-      if (b == 0x8E) {
-        if (!InRange(c, 0xA0, 0xDF)) break;
-        seen |= survey::kEuc;
-      } else {
-        if (!code_ranges::IsEucByte(c)) break;
-        const Lead lead = code_ranges::EucLead(b);
-        if (lead == Lead::kStandard) {
-          seen |= survey::kEuc;
-        } else if (kGaijiAsChar && lead == Lead::kGaiji) {
-          seen |= survey::kEuc | survey::kEucGaiji;
-        } else {
-          break;
-        }
-      }
-      i += 2;
-      continue;
-    }
-    const BufIndex n = SpaceOrLineEnd(buf + i, seen);
+    const BufIndex n = kStep(buf + i, seen);
     if (n == 0) break;
     i += n;
   }
@@ -170,26 +103,74 @@ void EucScan(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_
   pos = i - 1;
 }
 
+BufIndex AsciiStep(const std::uint8_t* p, std::uint16_t& seen) noexcept {
+  return InRange(p[0], 0x21, 0x7E) ? 1 : SpaceOrLineEnd(p, seen);
+}
+
 template <bool kGaijiAsChar>
-void JisZenScan(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
-                BufIndex& count) noexcept {
-  const BufIndex start = pos;
-  BufIndex i = pos;
-  std::uint16_t seen = 0;
-  while (i <= last) {
-    const std::uint8_t b = buf[i];
-    if (!InRange(buf[i + 1], 0x21, 0x7E)) break;
-    const Lead lead = code_ranges::JisLead(b);
-    if (lead == Lead::kGaiji && kGaijiAsChar) {
-      seen |= survey::kJisGaiji;
-    } else if (lead != Lead::kStandard) {
-      break;
-    }
-    i += 2;
+BufIndex SjisStep(const std::uint8_t* p, std::uint16_t& seen) noexcept {
+  const std::uint8_t b = p[0];
+  if (InRange(b, 0xA0, 0xDF)) {
+    seen |= survey::kSjis;
+    return 1;
   }
-  flags |= seen;
-  count = i - start;
-  pos = i - 1;
+  if (b < 0x81) return SpaceOrLineEnd(p, seen);
+  const std::uint8_t c = p[1];
+  if (!code_ranges::IsSjisTrail(c)) return 0;
+  const Lead lead = code_ranges::SjisLead(b, c);
+  if (lead == Lead::kStandard) {
+    seen |= survey::kSjis;
+  } else if (kGaijiAsChar && lead == Lead::kGaiji) {
+    seen |= survey::kSjis | survey::kSjisGaiji;
+  } else {
+    return 0;
+  }
+  return 2;
+}
+
+template <bool kGaijiAsChar>
+BufIndex EucStep(const std::uint8_t* p, std::uint16_t& seen) noexcept {
+  const std::uint8_t b = p[0];
+  if (b < 0x80) return SpaceOrLineEnd(p, seen);
+  const std::uint8_t c = p[1];
+  if (b == 0x8E) {
+    if (!InRange(c, 0xA0, 0xDF)) return 0;
+    seen |= survey::kEuc;
+    return 2;
+  }
+  if (!code_ranges::IsEucByte(c)) return 0;
+  const Lead lead = code_ranges::EucLead(b);
+  if (lead == Lead::kStandard) {
+    seen |= survey::kEuc;
+  } else if (kGaijiAsChar && lead == Lead::kGaiji) {
+    seen |= survey::kEuc | survey::kEucGaiji;
+  } else {
+    return 0;
+  }
+  return 2;
+}
+
+template <bool kGaijiAsChar>
+BufIndex JisZenStep(const std::uint8_t* p, std::uint16_t& seen) noexcept {
+  if (!InRange(p[1], 0x21, 0x7E)) return 0;
+  const Lead lead = code_ranges::JisLead(p[0]);
+  if (lead == Lead::kGaiji && kGaijiAsChar) {
+    seen |= survey::kJisGaiji;
+  } else if (lead != Lead::kStandard) {
+    return 0;
+  }
+  return 2;
+}
+
+// One loop per mode, so that the mode is never tested inside it.
+template <ScanStep kStrict, ScanStep kPermissive>
+void ScanRunInMode(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
+                   BufIndex& count, bool gaijiAsChar) noexcept {
+  if (gaijiAsChar) {
+    ScanRun<kPermissive>(buf, pos, last, flags, count);
+  } else {
+    ScanRun<kStrict>(buf, pos, last, flags, count);
+  }
 }
 
 }  // namespace
@@ -201,47 +182,23 @@ std::uint16_t GetCharType(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2,
 
 void AsciiCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last,
                 std::uint16_t& flags) noexcept {
-  BufIndex i = pos;
-  std::uint16_t seen = 0;
-  while (i <= last) {
-    const std::uint8_t b = buf[i];
-    if (InRange(b, 0x21, 0x7E)) {
-      ++i;
-      continue;
-    }
-    const BufIndex n = SpaceOrLineEnd(buf + i, seen);
-    if (n == 0) break;
-    i += n;
-  }
-  flags |= seen;
-  pos = i - 1;
+  BufIndex count = 0;
+  ScanRun<AsciiStep>(buf, pos, last, flags, count);
 }
 
 void SjisCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
                BufIndex& count, bool gaijiAsChar) noexcept {
-  if (gaijiAsChar) {
-    SjisScan<true>(buf, pos, last, flags, count);
-  } else {
-    SjisScan<false>(buf, pos, last, flags, count);
-  }
+  ScanRunInMode<SjisStep<false>, SjisStep<true>>(buf, pos, last, flags, count, gaijiAsChar);
 }
 
 void EucCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
               BufIndex& count, bool gaijiAsChar) noexcept {
-  if (gaijiAsChar) {
-    EucScan<true>(buf, pos, last, flags, count);
-  } else {
-    EucScan<false>(buf, pos, last, flags, count);
-  }
+  ScanRunInMode<EucStep<false>, EucStep<true>>(buf, pos, last, flags, count, gaijiAsChar);
 }
 
 void JisZenCheck(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
                  BufIndex& count, bool gaijiAsChar) noexcept {
-  if (gaijiAsChar) {
-    JisZenScan<true>(buf, pos, last, flags, count);
-  } else {
-    JisZenScan<false>(buf, pos, last, flags, count);
-  }
+  ScanRunInMode<JisZenStep<false>, JisZenStep<true>>(buf, pos, last, flags, count, gaijiAsChar);
 }
 
 namespace {

@@ -7,6 +7,7 @@
 // `gaijiAsChar` is ConvMode bit 8: false = strict (gaiji rows are not text),
 // true = permissive (accepted and flagged as gaiji).
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -31,6 +32,28 @@ inline constexpr std::uint16_t kSjisGaiji = 0x2000;    // added to kSjisDouble
 inline constexpr std::uint16_t kEucGaiji = 0x4000;     // added to kEucDouble
 inline constexpr std::uint16_t kSjisBits = kSjisKana | kSjisDouble;
 inline constexpr std::uint16_t kEucBits = kEucKana | kEucDouble;
+
+// The type of each byte below 0x80 on its own. kLookAhead marks the bytes
+// whose type depends on the bytes after them: CR, SO and ESC.
+inline constexpr std::uint16_t kLookAhead = 0xFFFF;
+
+namespace detail {
+constexpr std::array<std::uint16_t, 128> MakeLowTypes() {
+  std::array<std::uint16_t, 128> t{};
+  for (int b = 0x20; b <= 0x7E; ++b) t[static_cast<std::size_t>(b)] = kAscii;
+  t[0x09] = kNeutral;
+  t[0x0C] = kNeutral;
+  t[0x1A] = kNeutral;
+  t[0x0A] = kLf;
+  t[0x0F] = kJisKanaOut;
+  t[0x0D] = kLookAhead;
+  t[0x0E] = kLookAhead;
+  t[0x1B] = kLookAhead;
+  return t;
+}
+}  // namespace detail
+
+inline constexpr auto kLowTypes = detail::MakeLowTypes();
 }  // namespace char_type
 
 // Index into a block buffer. Signed: a scanner that rejects its first byte

@@ -39,6 +39,11 @@ inline constexpr auto kEucLeads = MakeEucLeads();
 
 }  // namespace detail
 
+// Any Shift JIS lead byte, standard or gaiji.
+[[nodiscard]] constexpr bool IsSjisLead(std::uint8_t b) noexcept {
+  return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
+}
+
 [[nodiscard]] constexpr bool IsSjisTrail(std::uint8_t b) noexcept {
   return b >= 0x40 && b <= 0xFC && b != 0x7F;
 }

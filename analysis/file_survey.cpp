@@ -74,8 +74,21 @@ BufIndex AfterSjisOrEuc(const SjisOrEucResult& r, BufIndex i, std::uint16_t& mar
   return std::max(next, i + 1) - 1;
 }
 
-void FinishChunk(ChunkSurveyState& state, BufIndex i, BufIndex last,
-                 std::uint16_t mark) noexcept {
+// The loop both chunk surveyors share. `examine` looks at position i with the
+// first-code mark so far, moves i to the last byte it took and returns false
+// when the range turned out binary. Positions up to the chunk's last index
+// minus 2 are examined; the rest is carried into the next chunk.
+template <typename Examine>
+void SurveyChunk(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
+                 Examine examine) noexcept {
+  const std::uint8_t* b = chunk.data();
+  const auto last = static_cast<BufIndex>(chunk.size()) - 1;
+  const BufIndex stop = last - 2;
+  std::uint16_t mark = state.Flags & survey::kMarkMask;
+  BufIndex i = 0;
+  for (; i <= stop; ++i) {
+    if (!examine(b, i, stop, mark)) return;
+  }
   state.Carry = static_cast<std::size_t>(last - i + 1);
   if ((state.Flags & survey::kMarkMask) == 0) {
     state.Flags |= mark;
@@ -103,13 +116,9 @@ std::int64_t BinaryAllowance(std::int64_t length, std::int16_t binRate) noexcept
 
 void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
                     bool gaijiAsChar) noexcept {
-  const std::uint8_t* b = chunk.data();
-  const auto last = static_cast<BufIndex>(chunk.size()) - 1;
-  const BufIndex stop = last - 2;
-  std::uint16_t mark = state.Flags & survey::kMarkMask;
   std::uint16_t& flags = state.Flags;
-  BufIndex i = 0;
-  for (; i <= stop; ++i) {
+  SurveyChunk(chunk, state, [&](const std::uint8_t* b, BufIndex& i, BufIndex stop,
+                                std::uint16_t& mark) {
     const std::uint16_t type = GetCharType(b[i], b[i + 1], b[i + 2], gaijiAsChar);
     BufIndex count = 0;
     if (type == ct::kAscii) {
@@ -153,26 +162,22 @@ void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state
       Mark(mark, survey::kMarkSjis);
     } else if ((type & ct::kSjisBits) != 0 && (type & ct::kEucBits) != 0) {
       i = AfterSjisOrEuc(SjisOrEuc(b, i, stop, gaijiAsChar), i, mark, flags);
-    } else if (!TolerateBinary(state)) {
-      return;
+    } else {
+      return TolerateBinary(state);
     }
-  }
-  FinishChunk(state, i, last, mark);
+    return true;
+  });
 }
 
 void TextBinaryChk3Lite(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
                         bool gaijiAsChar) noexcept {
-  const std::uint8_t* b = chunk.data();
-  const auto last = static_cast<BufIndex>(chunk.size()) - 1;
-  const BufIndex stop = last - 2;
-  std::uint16_t mark = state.Flags & survey::kMarkMask;
   std::uint16_t& flags = state.Flags;
-  BufIndex i = 0;
-  for (; i <= stop; ++i) {
+  SurveyChunk(chunk, state, [&](const std::uint8_t* b, BufIndex& i, BufIndex /*stop*/,
+                                std::uint16_t& mark) {
     const std::uint8_t c = b[i];
     bool gaiji = false;
     if ((c >= 0x20 && c <= 0x7E) || c == 0x09 || c == 0x0C) {
-      continue;
+      return true;
     }
     if (c >= 0xA0 && c <= 0xDF) {
       flags |= survey::kSjis;
@@ -193,11 +198,11 @@ void TextBinaryChk3Lite(std::span<const std::uint8_t> chunk, ChunkSurveyState& s
       }
       Mark(mark, survey::kMarkSjis);
       ++i;
-    } else if (!TolerateBinary(state)) {
-      return;
+    } else {
+      return TolerateBinary(state);
     }
-  }
-  FinishChunk(state, i, last, mark);
+    return true;
+  });
 }
 
 bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::int64_t length,

@@ -31,7 +31,8 @@ void CliWindow::CatchInterrupt() {
   struct sigaction action {};
   action.sa_handler = OnInterrupt;
   sigemptyset(&action.sa_mask);
-  action.sa_flags = SA_RESETHAND;  // a second Ctrl-C ends the program
+  // SA_RESETHAND is an unsigned constant; sa_flags is an int.
+  action.sa_flags = static_cast<int>(SA_RESETHAND);  // a second Ctrl-C ends the program
   ::sigaction(SIGINT, &action, nullptr);
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 // ferrox
+#include "analysis/code_ranges.h"
 #include "analysis/survey_flags.h"
 #include "convert/conv_mode.h"
 
@@ -17,40 +18,13 @@ namespace ct = char_type;
 
 constexpr bool IsPrintable(std::uint8_t b) noexcept { return b >= 0x20 && b <= 0x7E; }
 
-constexpr bool IsSjisLead(std::uint8_t b) noexcept {
-  return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
-}
-
-// Types of the bytes below 0x80 whose type does not depend on the bytes after
-// them; kAsk marks those that need the classifier (or, for CR, one look-ahead).
-constexpr std::uint16_t kAsk = 0xFFFF;
-
-struct FixedTypes {
-  std::uint16_t type[128];
-};
-
-constexpr FixedTypes MakeFixedTypes() noexcept {
-  FixedTypes t{};
-  for (int b = 0; b < 128; ++b) t.type[b] = ct::kNone;
-  for (int b = 0x20; b <= 0x7E; ++b) t.type[b] = ct::kAscii;
-  t.type[0x09] = ct::kNeutral;
-  t.type[0x0C] = ct::kNeutral;
-  t.type[0x1A] = ct::kNeutral;
-  t.type[0x0A] = ct::kLf;
-  t.type[0x0F] = ct::kJisKanaOut;
-  t.type[0x0D] = kAsk;  // CR or CR LF
-  t.type[0x0E] = kAsk;  // SO: kana-in only before kana
-  t.type[0x1B] = kAsk;  // ESC: one of the escape sequences or nothing
-  return t;
-}
-
-constexpr FixedTypes kFixed = MakeFixedTypes();
-
+// GetCharType without the call for the bytes below 0x80 that need at most
+// one byte of look-ahead.
 inline std::uint16_t TypeAt(const std::uint8_t* p, bool gaijiAsChar) noexcept {
   const std::uint8_t b = p[0];
   if (b < 0x80) {
-    const std::uint16_t t = kFixed.type[b];
-    if (t != kAsk) return t;
+    const std::uint16_t t = ct::kLowTypes[b];
+    if (t != ct::kLookAhead) return t;
     if (b == 0x0D) return p[1] == 0x0A ? ct::kCrLf : ct::kCr;
   }
   return GetCharType(b, p[1], p[2], gaijiAsChar);
@@ -66,7 +40,7 @@ inline BufIndex SkipJunk(const std::uint8_t* in, BufIndex i, BufIndex end) noexc
       if (w != 0) break;
       i += 8;
     }
-    if (i > end || in[i] >= 0x80 || kFixed.type[in[i]] != ct::kNone) return i;
+    if (i > end || in[i] >= 0x80 || ct::kLowTypes[in[i]] != ct::kNone) return i;
     ++i;
   }
 }
@@ -77,30 +51,44 @@ inline void PutCrLf(std::uint8_t* out, BufIndex& o) noexcept {
   o += 2;
 }
 
+using RunCopier = void (*)(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                           BufIndex end, BufIndex& consumed, const GaijiPolicy& policy) noexcept;
+
 // A run copier that refuses its first byte leaves i one before it; the byte is
 // then dropped so that the converter always moves on.
-inline void CopySjisRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
-                        BufIndex end, const GaijiPolicy& policy) noexcept {
+template <RunCopier kCopy>
+inline void CopyRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                    BufIndex end, const GaijiPolicy& policy) noexcept {
   const BufIndex start = i;
   BufIndex consumed = 0;
-  SjisCopy(out, in, o, i, end, consumed, policy);
+  kCopy(out, in, o, i, end, consumed, policy);
   if (consumed == 0) i = start;
 }
 
-inline void CopyEucRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
-                       BufIndex end, const GaijiPolicy& policy) noexcept {
-  const BufIndex start = i;
-  BufIndex consumed = 0;
-  EucCopy(out, in, o, i, end, consumed, policy);
-  if (consumed == 0) i = start;
-}
-
-inline void CopyJisKanjiRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
-                            BufIndex end, const GaijiPolicy& policy) noexcept {
-  const BufIndex start = i;
-  BufIndex consumed = 0;
-  JisZenCopy(out, in, o, i, end, consumed, policy);
-  if (consumed == 0) i = start;
+// Follows a JIS shift of type t at i: sets the code state (`base` is the one a
+// return to ASCII restores) and moves i to the shift's last byte. False when t
+// is no shift.
+inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std::uint16_t& s,
+                      std::uint16_t base) noexcept {
+  switch (t) {
+    case ct::kJisKanjiIn:
+      s = code_state::kJisKanji;
+      i += 2;
+      return true;
+    case ct::kJisKanjiOut:
+      s = base;
+      i += 2;
+      return true;
+    case ct::kJisKanaIn:
+      if (in[i] == 0x1B) i += 2;  // ESC ( I; a lone SO is one byte
+      s = code_state::kJisKana;
+      return true;
+    case ct::kJisKanaOut:
+      s = base;
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
@@ -137,7 +125,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
 
   while (i <= end) {
     const std::uint8_t b = in[i];
-    if (b < 0x80 && kFixed.type[b] == ct::kNone) {
+    if (b < 0x80 && ct::kLowTypes[b] == ct::kNone) {
       // Junk is dropped in every state; zero padding goes eight bytes at a time.
       i = SkipJunk(in, i, end);
       continue;
@@ -156,27 +144,18 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
         PutCrLf(out, o);
       } else if (t == ct::kNeutral) {
         if (b != 0x1A) out[o++] = b;  // every end-of-file byte goes; the pass may add one
-      } else if (t == ct::kJisKanjiIn) {
-        s = kJisKanji;
-        i += 2;
-      } else if (t == ct::kJisKanjiOut) {
-        s = base;
-        i += 2;
-      } else if (t == ct::kJisKanaIn) {
-        if (b == 0x1B) i += 2;
-        s = kJisKana;
-      } else if (t == ct::kJisKanaOut) {
-        s = base;
+      } else if (TakeShift(t, in, i, s, base)) {
+        // a JIS shift sequence
       } else if (t == ct::kNone) {
         // junk byte: dropped
       } else if (t == ct::kEucKana || t == ct::kEucDouble ||
                  t == (ct::kEucDouble | ct::kEucGaiji)) {
-        CopyEucRun(out, in, o, i, end, policy);
+        CopyRun<EucCopy>(out, in, o, i, end, policy);
         s = kEuc;
       } else if ((t & ct::kSjisBits) == 0) {
         // an EUC gaiji reading that fits nothing else: dropped
       } else if ((t & ct::kEucBits) == 0) {
-        CopySjisRun(out, in, o, i, end, policy);
+        CopyRun<SjisCopy>(out, in, o, i, end, policy);
         s = kSjis;
       } else {
         int verdict = SjisOrEuc(in, i, end, gaijiAsChar).verdict;
@@ -191,10 +170,10 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
           }
         }
         if (verdict == 1) {
-          CopySjisRun(out, in, o, i, end, policy);
+          CopyRun<SjisCopy>(out, in, o, i, end, policy);
           s = kSjis;
         } else {
-          CopyEucRun(out, in, o, i, end, policy);
+          CopyRun<EucCopy>(out, in, o, i, end, policy);
           s = kEuc;
         }
       }
@@ -208,23 +187,11 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
       } while (i <= end && IsPrintable(in[i]));
       continue;
     } else if (IsPrintable(b)) {  // inside a JIS kanji sequence
-      CopyJisKanjiRun(out, in, o, i, end, policy);
+      CopyRun<JisZenCopy>(out, in, o, i, end, policy);
     } else {
       // Inside a JIS sequence everything but the shifts is dropped, line ends
       // included: JIS text returns to ASCII before its line end.
-      const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
-      if (t == ct::kJisKanaOut) {
-        s = base;
-      } else if (t == ct::kJisKanaIn) {
-        if (b == 0x1B) i += 2;
-        s = kJisKana;
-      } else if (t == ct::kJisKanjiIn) {
-        s = kJisKanji;
-        i += 2;
-      } else if (t == ct::kJisKanjiOut) {
-        s = base;
-        i += 2;
-      }
+      TakeShift(TypeAt(in + i, gaijiAsChar), in, i, s, base);
     }
     ++i;
   }
@@ -255,7 +222,7 @@ constexpr LiteTable MakeLiteTable() noexcept {
       c = LiteClass::kCr;
     } else if (u == 0x0A) {
       c = LiteClass::kLf;
-    } else if (IsSjisLead(u)) {
+    } else if (code_ranges::IsSjisLead(u)) {
       c = LiteClass::kLead;
     }
     t.cls[b] = c;
@@ -292,7 +259,7 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
         PutCrLf(out, o);
         break;
       case LiteClass::kLead:
-        CopySjisRun(out, in, o, i, end, policy);
+        CopyRun<SjisCopy>(out, in, o, i, end, policy);
         break;
       case LiteClass::kDrop:  // controls, ESC, 0x1A, 0x7F, 0x80, 0xFD .. 0xFF
         if (b == 0) {

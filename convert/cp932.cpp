@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "analysis/code_ranges.h"
+
 namespace ferrox::cp932 {
 namespace {
 
@@ -65,8 +67,8 @@ std::size_t Utf8Length(unsigned char lead) noexcept {
 
 // Shift JIS lead bytes that CP932 uses; a refused lead takes its trail with it
 // when the trail is plausible, so one bad character gives one U+FFFD.
-bool IsLead(unsigned char b) noexcept { return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC); }
-bool IsTrail(unsigned char b) noexcept { return b >= 0x40 && b <= 0xFC && b != 0x7F; }
+bool IsLead(unsigned char b) noexcept { return code_ranges::IsSjisLead(b); }
+bool IsTrail(unsigned char b) noexcept { return code_ranges::IsSjisTrail(b); }
 
 }  // namespace
 

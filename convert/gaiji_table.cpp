@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+#include "analysis/code_ranges.h"
 #include "convert/transcoders.h"
 
 namespace ferrox {
@@ -35,15 +36,13 @@ std::string_view TrimBlanks(std::string_view s) noexcept {
   return s;
 }
 
-bool IsSjisLead(unsigned char b) noexcept { return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC); }
-
 // Finds `sep` at a character boundary, so that a separator such as "\" never
 // matches the trail byte of a double-byte character.
 std::size_t FindSeparator(std::string_view line, std::string_view sep, std::size_t from) noexcept {
   std::size_t p = from;
   while (p + sep.size() <= line.size()) {
     if (line.compare(p, sep.size(), sep) == 0) return p;
-    p += IsSjisLead(static_cast<unsigned char>(line[p])) ? 2 : 1;
+    p += code_ranges::IsSjisLead(static_cast<std::uint8_t>(line[p])) ? 2 : 1;
   }
   return std::string_view::npos;
 }

@@ -2,15 +2,11 @@
 
 #include "convert/keta_soroe.h"
 
+#include "analysis/code_ranges.h"
+
 namespace ferrox {
 
 namespace {
-
-constexpr bool IsSjisLead(std::uint8_t b) noexcept {
-  return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
-}
-
-constexpr bool IsSjisTrail(std::uint8_t b) noexcept { return b >= 0x40 && b <= 0xFC && b != 0x7F; }
 
 inline void Break(std::uint8_t* out, BufIndex& o, std::int32_t& c) noexcept {
   out[o] = 0x0D;
@@ -34,7 +30,7 @@ BufIndex KetaSoroe(std::uint8_t* out, const std::uint8_t* in, BufIndex length, s
       o += 2;
       ++j;
       c = 0;
-    } else if (IsSjisLead(b) && IsSjisTrail(in[j + 1])) {
+    } else if (code_ranges::IsSjisLead(b) && code_ranges::IsSjisTrail(in[j + 1])) {
       if (c + 2 > lineSize) Break(out, o, c);
       out[o] = b;
       out[o + 1] = in[j + 1];

@@ -1,5 +1,6 @@
 #include "suffix/suffix_edit_rules.h"
 
+#include "analysis/code_ranges.h"
 #include "convert/cp932.h"
 #include "suffix/utf8_chars.h"
 
@@ -12,8 +13,6 @@ std::string Trim(std::string_view s) {
   if (first == std::string_view::npos) return {};
   return std::string(s.substr(first, s.find_last_not_of(' ') - first + 1));
 }
-
-bool IsSjisLead(unsigned char b) { return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC); }
 
 // A type or creator box: printable ASCII and at most four pattern characters.
 bool IsTypePattern(const std::string& text) { return IsAlpha(text) && SuffixPatternLength(Trim(text)) < 5; }
@@ -51,7 +50,7 @@ std::string LeftFormat(std::string_view text, std::size_t width) {
   // Whole characters up to byte width-1; the last column holds the cut mark.
   std::size_t i = 0;
   for (;;) {
-    const std::size_t len = IsSjisLead(static_cast<unsigned char>(bytes[i])) ? 2 : 1;
+    const std::size_t len = code_ranges::IsSjisLead(static_cast<std::uint8_t>(bytes[i])) ? 2 : 1;
     if (i + len > width - 1) break;
     i += len;
   }

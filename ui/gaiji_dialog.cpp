@@ -4,6 +4,7 @@
 
 // ferrox
 #include "convert/gaiji_table.h"
+#include "ui/dialog_buttons.h"
 #include "ui/file_dialog.h"
 #include "ui/help_window.h"
 #include "ui/path_box.h"
@@ -33,36 +34,21 @@ GaijiDialog::GaijiDialog(ConversionSettings& settings, GaijiTable& table, QWidge
   cmdGaijiTable_->setObjectName(QStringLiteral("cmdGaijiTable"));
   cmdGaijiTable_->setAutoDefault(false);
 
-  auto* ok = new QPushButton(QStringLiteral("OK"), this);
-  ok->setObjectName(QStringLiteral("cmdExit"));
-  ok->setDefault(true);
-  auto* cancel = new QPushButton(QStringLiteral("キャンセル"), this);
-  cancel->setObjectName(QStringLiteral("cmdCancel"));
-  cancel->setAutoDefault(false);
-  auto* help = new QPushButton(QStringLiteral("ﾍﾙﾌﾟ(&H)"), this);
-  help->setObjectName(QStringLiteral("cmdHelp"));
-  help->setAutoDefault(false);
+  const DialogButtons buttons = MakeDialogButtons(this, help_topic::kGaiji);
 
   connect(chkGaijiConv_, &QCheckBox::toggled, this, &GaijiDialog::chkGaijiConv_Click);
   connect(cmdGaijiTable_, &QPushButton::clicked, this, &GaijiDialog::cmdGaijiTable_Click);
-  connect(ok, &QPushButton::clicked, this, [this] { cmdExit_Click(); accept(); });
-  connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-  connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kGaiji); });
+  connect(buttons.ok, &QPushButton::clicked, this, [this] { cmdExit_Click(); accept(); });
 
   auto* pathRow = new QHBoxLayout;
   pathRow->addWidget(txtGaijiTable_, 1);
   pathRow->addWidget(cmdGaijiTable_);
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch(1);
-  buttons->addWidget(ok);
-  buttons->addWidget(cancel);
-  buttons->addWidget(help);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(chkGaijiConv_);
   layout->addWidget(label);
   layout->addLayout(pathRow);
   layout->addSpacing(8);
-  layout->addLayout(buttons);
+  layout->addLayout(ButtonRow(buttons));
 
   // Form_Load: the check box first, so that its handler sets the enabled state.
   chkGaijiConv_->setChecked((settings.ConvMode & conv_mode::kGaijiTable) != 0);

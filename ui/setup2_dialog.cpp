@@ -5,6 +5,7 @@
 #include <limits>
 
 // ferrox
+#include "ui/dialog_buttons.h"
 #include "ui/help_window.h"
 #include "ui/message_box.h"
 #include "ui/option_widgets.h"
@@ -13,7 +14,6 @@
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
@@ -65,27 +65,16 @@ Setup2Dialog::Setup2Dialog(ConversionSettings& settings, QWidget* parent)
   startLayout->addWidget(chkAuto_);
   startLayout->addWidget(chkAutoEnd_);
 
-  auto* ok = new QPushButton(QStringLiteral("OK"), this);
-  ok->setObjectName(QStringLiteral("cmdExit"));
-  ok->setDefault(true);
-  auto* cancel = MakeButton(this, "cmdCancel", QStringLiteral("キャンセル"));
-  auto* help = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
-  connect(ok, &QPushButton::clicked, this, [this] {
+  const DialogButtons buttons = MakeDialogButtons(this, help_topic::kSetup2);
+  connect(buttons.ok, &QPushButton::clicked, this, [this] {
     if (cmdExit_Click()) accept();
   });
-  connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-  connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kSetup2); });
 
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch(1);
-  buttons->addWidget(ok);
-  buttons->addWidget(cancel);
-  buttons->addWidget(help);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(survey);
   layout->addWidget(naming);
   layout->addWidget(start);
-  layout->addLayout(buttons);
+  layout->addLayout(ButtonRow(buttons));
   layout->setSizeConstraint(QLayout::SetFixedSize);
 }
 

@@ -5,6 +5,7 @@
 #include <limits>
 
 // ferrox
+#include "ui/dialog_buttons.h"
 #include "ui/help_window.h"
 #include "ui/option_widgets.h"
 
@@ -83,11 +84,7 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
 
   auto* setup2 = MakeButton(this, "cmdSetup2", QStringLiteral("詳細設定(&D)..."));
   auto* about = MakeButton(this, "cmdVersion", QStringLiteral("バージョン情報(&V)..."));
-  auto* ok = new QPushButton(QStringLiteral("OK"), this);
-  ok->setObjectName(QStringLiteral("cmdExit"));
-  ok->setDefault(true);
-  auto* cancel = MakeButton(this, "cmdCancel", QStringLiteral("キャンセル"));
-  auto* help = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
+  const DialogButtons buttons = MakeDialogButtons(this, help_topic::kSetup);
 
   connect(gaiji, &QPushButton::clicked, this, [this] { if (openGaiji) openGaiji(this); });
   connect(suffix, &QPushButton::clicked, this, [this] {
@@ -98,25 +95,19 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   });
   connect(setup2, &QPushButton::clicked, this, [this] { if (openSetup2) openSetup2(this); });
   connect(about, &QPushButton::clicked, this, [this] { if (openAbout) openAbout(this); });
-  connect(ok, &QPushButton::clicked, this, [this] {
+  connect(buttons.ok, &QPushButton::clicked, this, [this] {
     cmdExit_Click();
     accept();
   });
-  connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-  connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kSetup); });
 
-  auto* buttons = new QHBoxLayout;
-  buttons->addWidget(setup2);
-  buttons->addWidget(about);
-  buttons->addStretch(1);
-  buttons->addWidget(ok);
-  buttons->addWidget(cancel);
-  buttons->addWidget(help);
+  QHBoxLayout* buttonRow = ButtonRow(buttons);
+  buttonRow->insertWidget(0, setup2);
+  buttonRow->insertWidget(1, about);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(text);
   layout->addWidget(existing);
   layout->addWidget(files);
-  layout->addLayout(buttons);
+  layout->addLayout(buttonRow);
   layout->setSizeConstraint(QLayout::SetFixedSize);
 }
 

@@ -4,12 +4,12 @@
 
 // ferrox
 #include "suffix/suffix_edit_rules.h"
+#include "ui/dialog_buttons.h"
 #include "ui/help_window.h"
 #include "ui/message_box.h"
 
 // Qt
 #include <QFormLayout>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -38,32 +38,17 @@ SuffixEditDialog::SuffixEditDialog(Mode mode, const SuffixEntry& row, QWidget* p
   txtDescription_ = MakeBox(this, "txtDescription", row.Description, 0);
   txtDescription_->setMinimumWidth(280);
 
-  auto* ok = new QPushButton(QStringLiteral("OK"), this);
-  ok->setObjectName(QStringLiteral("cmdExit"));
-  ok->setDefault(true);
-  auto* cancel = new QPushButton(QStringLiteral("キャンセル"), this);
-  cancel->setObjectName(QStringLiteral("cmdCancel"));
-  cancel->setAutoDefault(false);
-  auto* help = new QPushButton(QStringLiteral("ﾍﾙﾌﾟ(&H)"), this);
-  help->setObjectName(QStringLiteral("cmdHelp"));
-  help->setAutoDefault(false);
-  connect(ok, &QPushButton::clicked, this, &SuffixEditDialog::cmdExit_Click);
-  connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-  connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kSuffixEdit); });
+  const DialogButtons buttons = MakeDialogButtons(this, help_topic::kSuffixEdit);
+  connect(buttons.ok, &QPushButton::clicked, this, &SuffixEditDialog::cmdExit_Click);
 
   auto* form = new QFormLayout;
   form->addRow(QStringLiteral("拡張子："), txtSuffix_);
   form->addRow(QStringLiteral("タイプ："), txtType_);
   form->addRow(QStringLiteral("クリエーター："), txtCreater_);
   form->addRow(QStringLiteral("説明："), txtDescription_);
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch(1);
-  buttons->addWidget(ok);
-  buttons->addWidget(cancel);
-  buttons->addWidget(help);
   auto* layout = new QVBoxLayout(this);
   layout->addLayout(form);
-  layout->addLayout(buttons);
+  layout->addLayout(ButtonRow(buttons));
   layout->setSizeConstraint(QLayout::SetFixedSize);
 }
 
