@@ -1,3 +1,5 @@
+// CP932 text through iconv: decoding, encoding and widths in Shift JIS bytes.
+
 #include "convert/cp932.h"
 
 #include <gtest/gtest.h>
@@ -8,12 +10,9 @@
 namespace ferrox {
 namespace {
 
-TEST(Cp932, IconvConvertsCp932OnThisMachine) { EXPECT_TRUE(cp932::Available()); }
-
 TEST(Cp932, DecodesToUtf8) {
-  struct Case {
-    std::string cp932, utf8;
-  } const cases[] = {
+  ASSERT_TRUE(cp932::Available());
+  const std::pair<std::string, std::string> cases[] = {
       {"", ""},
       {"\x93\xfa\x96\x7b\x8c\xea", "日本語"},
       {"\xb1\xb2", "ｱｲ"},                   // half-width katakana
@@ -23,12 +22,10 @@ TEST(Cp932, DecodesToUtf8) {
       {"a\xff" "b", "a\xef\xbf\xbd" "b"},    // a stray byte
       {"ab\x82", "ab\xef\xbf\xbd"},          // a cut-off lead at the end
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(cp932::ToUtf8(c.cp932), c.utf8) << c.utf8;
-  }
+  for (const auto& [cp932, utf8] : cases) EXPECT_EQ(cp932::ToUtf8(cp932), utf8) << utf8;
 }
 
-TEST(Cp932, EncodesFromUtf8) {
+TEST(Cp932, EncodesFromUtf8AndCountsShiftJisBytes) {
   EXPECT_EQ(cp932::FromUtf8("日本語\r\n"), std::optional<std::string>("\x93\xfa\x96\x7b\x8c\xea\r\n"));
   EXPECT_EQ(cp932::FromUtf8("①"), std::optional<std::string>("\x87\x40"));
   EXPECT_EQ(cp932::FromUtf8(""), std::optional<std::string>(""));
@@ -36,14 +33,9 @@ TEST(Cp932, EncodesFromUtf8) {
   EXPECT_EQ(cp932::FromUtf8("a\xc3"), std::nullopt);   // broken UTF-8
   EXPECT_EQ(cp932::FromUtf8Lossy("a😀b€c"), "a?b?c");
   EXPECT_EQ(cp932::FromUtf8Lossy("x\xe3\x41y"), "x?Ay");  // a cut sequence does not eat 'A'
-}
-
-TEST(Cp932, WidthCountsShiftJisBytes) {
   EXPECT_EQ(cp932::SjisWidth(""), 0u);
-  EXPECT_EQ(cp932::SjisWidth("abc"), 3u);
-  EXPECT_EQ(cp932::SjisWidth("日本"), 4u);
-  EXPECT_EQ(cp932::SjisWidth("ｱｲｳ"), 3u);       // half-width kana are one byte
-  EXPECT_EQ(cp932::SjisWidth("A😀"), 2u);       // no CP932 form: written as "?"
+  EXPECT_EQ(cp932::SjisWidth("abc日本ｱｲｳ"), 10u);  // half-width kana are one byte
+  EXPECT_EQ(cp932::SjisWidth("A😀"), 2u);         // no CP932 form: written as "?"
 }
 
 }  // namespace

@@ -1,96 +1,127 @@
-// The conversion pass on files: block boundaries, header, end-of-file byte,
-// cancel and full disk.
+// The conversion pass: the block converters and the folding on byte tables,
+// then whole files: block boundaries, header, end-of-file byte, progress,
+// cancel, failure and a full disk.
+
+#include "convert/ferrox_conv.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/mount.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "convert/ferrox_conv.h"
+#include "convert/block_converter.h"
 #include "convert/gaiji_table.h"
 #include "convert/result_code.h"
+#include "helpers/scratch_dir.h"
 
 namespace ferrox {
 namespace {
 
 namespace fs = std::filesystem;
 using Bytes = std::string;
+using testing::ReadAll;
+using testing::ScratchDir;
 
 constexpr std::uint16_t kSjisFile = 0x0112;  // Shift JIS, CR LF, Shift JIS mark
-constexpr std::uint16_t kJisFile = 0x0314;   // JIS and Shift JIS, JIS kanji mark
+constexpr std::uint16_t kJisFile = 0x0314;   // JIS with Shift JIS mark: base state Shift JIS
 constexpr std::uint16_t kEucFile = 0x0848;   // EUC, LF, EUC mark
 
-class TempDir {
- public:
-  TempDir() {
-    static int counter = 0;
-    path_ = fs::temp_directory_path() /
-            ("ferrox-conv-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-    fs::create_directories(path_);
-  }
-  ~TempDir() {
-    std::error_code ec;
-    fs::remove_all(path_, ec);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  [[nodiscard]] const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
-void WriteFile(const fs::path& path, const Bytes& data) {
-  std::ofstream f(path, std::ios::binary);
-  f.write(data.data(), static_cast<std::streamsize>(data.size()));
+// Converts `in` as the last block of a file (two zero bytes appended) with the
+// full converter when convMode has bit 4, else with the light one.
+Bytes ConvertLast(const Bytes& in, std::uint16_t convMode, std::uint16_t typeFlags) {
+  const Bytes block = in + Bytes(2, '\0');
+  std::vector<std::uint8_t> out(3 * block.size() + 1);
+  const auto* p = reinterpret_cast<const std::uint8_t*>(block.data());
+  const auto length = static_cast<BufIndex>(block.size());
+  const BlockSettings settings = BlockSettings::Make(typeFlags, convMode, nullptr);
+  BufIndex carry = -1;
+  std::uint16_t state = typeFlags & 0x0F00;
+  const BufIndex n = (convMode & 4) != 0 ? FerroxConvSub(out.data(), p, length, settings, carry, state)
+                                         : FerroxConvSubLite(out.data(), p, length, settings, carry);
+  EXPECT_GE(carry, 0);
+  EXPECT_LE(carry, 2);
+  return Bytes(out.begin(), out.begin() + n);
 }
 
-Bytes ReadFile(const fs::path& path) {
-  std::ifstream f(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
+TEST(FerroxConvSub, ConvertsByteTable) {
+  struct { const char* name; Bytes in, expected; std::uint16_t convMode, typeFlags; } const rows[] = {
+      {"lone CRs", "A\r\rB", "A\r\n\r\nB", 12, kSjisFile},
+      {"CR at the end of the file", "A\r", "A\r\n", 12, kSjisFile},
+      {"tab and form feed kept", "\t\x0C", "\t\x0C", 12, kSjisFile},
+      {"junk dropped", Bytes("a\x00\x01\x7F\x80\x1C", 6) + "b", "ab", 12, kSjisFile},
+      {"tab inside JIS dropped", "\x1B$B\t\x30\x21\x1B(Bz", "\x88\x9Fz", 12, kJisFile},
+      {"zeros and controls", Bytes(9, '\0') + "\x01" + Bytes(9, '\0') + "a", "a", 12, kSjisFile},
+      {"SO blank becomes 0xA0", "\x0E\x20\x41\x0F", "\xA0\xC1", 12, kJisFile},
+      {"ESC ( I kana, upper half dropped", "\x1B(I\x31\x60\x5F\x1B(Bx", "\xB1\xDFx", 12, kJisFile},
+      {"SO without kana is junk", "\x0E\x60z", "\x60z", 12, kJisFile},
+      {"SI returns to the EUC base state", "\x0E\x31\x0F\xA4\xA2", "\xB1\x82\xA0", 12, kEucFile},
+      {"unknown escape is junk", "\x1B$Zq", "$Zq", 12, kJisFile},
+      {"EUC SS2 kana", "\x8E\xB1\x8E\xA0", "\xB1\xA0", 12, kEucFile},
+      {"EUC line ends", "\xA4\xA2\n\xA4\xA2\r", "\x82\xA0\r\n\x82\xA0\r\n", 12, kEucFile},
+      {"undecided run follows Shift JIS state", "\xA4\xA2", "\xA4\xA2", 12, kSjisFile},
+      {"undecided run follows EUC state", "\xA4\xA2", "\x82\xA0", 12, kEucFile},
+      {"undecided run without state: base EUC", "\xA4\xA2", "\x82\xA0", 12, 0x0008},
+      {"undecided run without state: base Shift JIS", "\xA4\xA2", "\xA4\xA2", 12, 0x0002},
+      {"strict: gaiji lead dropped, trail stays", "\x87\x40", "@", 4, kSjisFile},
+      {"a table without gaiji as characters is strict", "\x87\x40", "@", 4 | 16, kSjisFile},
+      {"replaced gaiji without a table become 〓", "\x87\x40\xEB\x40", "\x81\xAC\x81\xAC", 4 | 8 | 16, kSjisFile},
+      {"lead byte meets end of file", "a\x82", "a", 12, kSjisFile},
+      {"light: escape not recognised", "\x1B$B\x30\x21", "$B0!", 8, kSjisFile},
+      {"light: SO and SI dropped", "\x0E\x31\x0F", "1", 8, kSjisFile},
+      {"light strict: gaiji loses its lead byte", "\x87\x40", "@", 0, kSjisFile},
+      {"light: bytes that never start anything", "\x80\xFD\xFE\xFF\x7F" "a", "a", 8, kSjisFile},
+      {"light: lead without trail dropped", "\x82 a", " a", 8, kSjisFile},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(ConvertLast(row.in, row.convMode, row.typeFlags), row.expected);
+  }
 }
 
-struct Outcome {
-  int result = 0;
-  Bytes output;
-  bool exists = false;
-};
+// Folding the whole expected text at once is what block-wise folding must give.
+// The text is well formed: its line ends are CR LF and every lead has its trail.
+Bytes FoldWhole(const Bytes& text, std::size_t lineSize) {
+  Bytes out;
+  std::size_t c = 0;
+  for (std::size_t j = 0; j < text.size();) {
+    const auto b = static_cast<std::uint8_t>(text[j]);
+    const std::size_t width = b == 0x0D || (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC) ? 2 : 1;
+    if (b == 0x0D || c + width > lineSize) {
+      out += "\r\n";
+      c = 0;
+    }
+    if (b != 0x0D) {
+      out += text.substr(j, width);
+      c += width;
+    }
+    j += width;
+  }
+  return out;
+}
 
-// Converts `input` with the given block size and returns what the pass wrote.
+struct Outcome { int result = 0; Bytes output; };
+
+// Converts `input` as text in blocks of `blockSize` bytes.
 Outcome Convert(const Bytes& input, std::uint16_t convMode, std::uint16_t typeFlags,
-            std::int16_t lineSize = 0, std::int32_t blockSize = kConvBlockSize,
-            std::uint16_t opFlags = kOpText) {
-  TempDir dir;
-  const fs::path in = dir.path() / "in";
-  const fs::path out = dir.path() / "out";
-  WriteFile(in, input);
+                std::int16_t lineSize = 0, std::int32_t blockSize = kConvBlockSize) {
+  const ScratchDir dir;
+  const fs::path in = dir.Write("in", input), out = dir.Path() / "out";
   ConvOptions options;
   options.convMode = convMode;
   options.lineSize = lineSize;
   SilentProgress progress;
-  Outcome run;
-  run.result = detail::FerroxConvBlocks(out.string(), in.string(), 0,
-                                        static_cast<std::int64_t>(input.size()), opFlags,
-                                        typeFlags, false, options, progress, blockSize);
-  run.exists = fs::exists(out);
-  if (run.exists) run.output = ReadFile(out);
-  return run;
+  const int result = detail::FerroxConvBlocks(out, in, 0, static_cast<std::int64_t>(input.size()), kOpText,
+                                              typeFlags, false, options, progress, blockSize);
+  return {result, fs::exists(out) ? ReadAll(out) : "<no output>"};
 }
 
 // A piece of input and what it becomes, the same wherever it stands.
-struct Unit {
-  Bytes in;
-  Bytes out;
-};
+struct Unit { Bytes in, out; };
 
 // Text made of units in random order, with its expected conversion.
 std::pair<Bytes, Bytes> Compose(const std::vector<Unit>& units, std::size_t count, unsigned seed) {
@@ -106,259 +137,163 @@ std::pair<Bytes, Bytes> Compose(const std::vector<Unit>& units, std::size_t coun
 }
 
 const std::vector<Unit> kSjisUnits = {
-    {"Ferrox ", "Ferrox "},       {"\r\n", "\r\n"},           {"\n", "\r\n"},
-    {"\rx", "\r\nx"},             {"\x82\xA0\x82\xA2", "\x82\xA0\x82\xA2"},
-    {"\x88\x9F\x8E\xF0", "\x88\x9F\x8E\xF0"},                  {"\x81\x42", "\x81\x42"},
-    {"\t", "\t"},                 {"\x1A", ""},               {Bytes(1, '\0'), ""},
-    {"\x87\x40", "\x87\x40"},     {"\xB1\xB2", "\xB1\xB2"},   {Bytes(19, '\0'), ""},
+    {"Ferrox ", "Ferrox "}, {"\r\n", "\r\n"},         {"\n", "\r\n"},       {"\rx", "\r\nx"},
+    {"\x82\xA0\x82\xA2", "\x82\xA0\x82\xA2"},         {"\x88\x9F\x8E\xF0", "\x88\x9F\x8E\xF0"},
+    {"\x81\x42", "\x81\x42"}, {"\t", "\t"},           {"\x1A", ""},         {Bytes(1, '\0'), ""},
+    {"\x87\x40", "\x87\x40"}, {"\xB1\xB2", "\xB1\xB2"}, {Bytes(19, '\0'), ""},
+    {"0123456789abcdef", "0123456789abcdef"}, {"\x7F", ""}, {"\xFF", ""}, {"\x1F", ""},  // 8 bytes at a time
 };
-
 const std::vector<Unit> kJisUnits = {
-    {"abc ", "abc "},
-    {"\n", "\r\n"},
-    {"\r\n", "\r\n"},
-    {"\x1B$B\x30\x21\x24\x22\x1B(B", "\x88\x9F\x82\xA0"},
-    {"\x1B$@\x21\x21\x1B(J", "\x81\x40"},
-    {"\x0E\x31\x32\x0F", "\xB1\xB2"},
-    {"\x1B(I\x31\x5F\x1B(B", "\xB1\xDF"},
+    {"abc ", "abc "}, {"\n", "\r\n"}, {"\r\n", "\r\n"},
+    {"\x1B$B\x30\x21\x24\x22\x1B(B", "\x88\x9F\x82\xA0"}, {"\x1B$@\x21\x21\x1B(J", "\x81\x40"},
+    {"\x0E\x31\x32\x0F", "\xB1\xB2"}, {"\x1B(I\x31\x5F\x1B(B", "\xB1\xDF"},
     {"\x1B$B\x30\x21\r\n\x1B(B", "\x88\x9F"},
     {Bytes("\x1B$B\x30\x21", 5) + Bytes(12, '\0') + "\x24\x22\x1B(B", "\x88\x9F\x82\xA0"},
 };
-
 const std::vector<Unit> kEucUnits = {
-    {"xyz", "xyz"},
-    {"\n", "\r\n"},
-    {"\xA4\xA2\xA4\xA4", "\x82\xA0\x82\xA2"},
-    {"\xB0\xA1", "\x88\x9F"},
-    {"\x8E\xB1", "\xB1"},
-    {" ", " "},
+    {"xyz", "xyz"}, {"\n", "\r\n"}, {"\xA4\xA2\xA4\xA4", "\x82\xA0\x82\xA2"}, {"\xB0\xA1", "\x88\x9F"},
+    {"\x8E\xB1", "\xB1"}, {" ", " "},
 };
+const std::vector<Unit> kFoldUnits = {
+    {"abcdefg", "abcdefg"}, {"\x82\xA0", "\x82\xA0"}, {"\n", "\r\n"}, {"\t\xB1\xB2", "\t\xB1\xB2"}};
 
 TEST(FerroxConv, OutputDoesNotDependOnBlockBoundaries) {
-  struct Case {
-    const char* name;
-    const std::vector<Unit>* units;
-    std::uint16_t convMode;
-    std::uint16_t typeFlags;
+  struct { const char* name; const std::vector<Unit>* units; std::uint16_t convMode, typeFlags;
+           std::int16_t lineSize; } const cases[] = {
+      {"Shift JIS, full converter", &kSjisUnits, 12, kSjisFile, 0},
+      {"Shift JIS, light converter", &kSjisUnits, 8, kSjisFile, 0},
+      {"JIS", &kJisUnits, 12, kJisFile, 0}, {"EUC", &kEucUnits, 12, kEucFile, 0},
+      {"folded at 9", &kFoldUnits, 12, kSjisFile, 9},
   };
-  const Case cases[] = {
-      {"Shift JIS, full converter", &kSjisUnits, 12, kSjisFile},
-      {"Shift JIS, light converter", &kSjisUnits, 8, kSjisFile},
-      {"JIS", &kJisUnits, 12, kJisFile},
-      {"EUC", &kEucUnits, 12, kEucFile},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    const auto [input, expected] = Compose(*c.units, 3000, 7);
+  for (const auto& c : cases) {
+    auto [input, expected] = Compose(*c.units, 3000, 7);
+    if (c.lineSize > 0) expected = FoldWhole(expected, static_cast<std::size_t>(c.lineSize));
     for (std::int32_t blockSize : {3, 4, 5, 7, 64, 1000, kConvBlockSize}) {
-      SCOPED_TRACE(blockSize);
-      const Outcome run = Convert(input, c.convMode, c.typeFlags, 0, blockSize);
+      SCOPED_TRACE(::testing::Message() << c.name << " in blocks of " << blockSize);
+      const Outcome run = Convert(input, c.convMode, c.typeFlags, c.lineSize, blockSize);
       ASSERT_EQ(run.result, 0);
       ASSERT_EQ(run.output, expected);
     }
   }
 }
 
-// Folding the whole expected text at once is what block-wise folding must give.
-Bytes FoldWhole(const Bytes& text, std::size_t lineSize) {
-  Bytes out;
-  std::size_t c = 0;
-  for (std::size_t j = 0; j < text.size(); ++j) {
-    const auto b = static_cast<std::uint8_t>(text[j]);
-    if (b == 0x0D) {
-      out += "\r\n";
-      ++j;
-      c = 0;
-      continue;
-    }
-    const bool lead = (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
-    const std::size_t width = lead && j + 1 < text.size() ? 2 : 1;
-    if (c + width > lineSize) {
-      out += "\r\n";
-      c = 0;
-    }
-    out += text.substr(j, width);
-    c += width;
-    j += width - 1;
-  }
-  return out;
-}
-
-TEST(FerroxConv, FoldsTheSameAcrossBlocks) {
-  const std::vector<Unit> units = {{"abcdefg", "abcdefg"}, {"\x82\xA0", "\x82\xA0"}, {"\n", "\r\n"}};
-  const auto [input, converted] = Compose(units, 2000, 3);
-  const Bytes expected = FoldWhole(converted, 9);
-  for (std::int32_t blockSize : {3, 5, 64, kConvBlockSize}) {
-    SCOPED_TRACE(blockSize);
-    const Outcome run = Convert(input, 12, kSjisFile, 9, blockSize);
-    ASSERT_EQ(run.result, 0);
-    ASSERT_EQ(run.output, expected);
-  }
-}
-
 // Each of these sits across the boundary of the first two 8192-byte blocks.
 TEST(FerroxConv, ConvertsAcrossTheFirstBlockBoundary) {
-  struct Case {
+  struct {
     const char* name;
-    Bytes piece;
-    Bytes expected;
+    Bytes piece, expected;
     std::uint16_t typeFlags;
-    bool afterKanji;  // the piece follows a JIS kanji
+    bool afterKanji;       // the piece follows a JIS kanji
+    std::int16_t lineSize;
+  } const cases[] = {
+      {"CR | LF", "\r\n", "\r\n", kSjisFile, false, 0},
+      {"lone CR | letter", "\rb", "\r\nb", kSjisFile, false, 0},
+      {"Shift JIS pair", "\x88\x9F", "\x88\x9F", kSjisFile, false, 0},
+      {"EUC pair", "\xB0\xA1", "\x88\x9F", kEucFile, false, 0},
+      {"JIS kanji-in", "\x1B$B\x30\x21\x1B(B", "\x88\x9F", kJisFile, false, 0},
+      {"JIS return to ASCII", "\x1B(Bz", "z", kJisFile, true, 0},
+      {"JIS line end dropped", "\r\n\x1B(B", "", kJisFile, true, 0},
+      {"katakana shift", "\x0E\x31\x0F", "\xB1", kJisFile, false, 0},
+      {"ESC ( I", "\x1B(I\x31\x1B(B", "\xB1", kJisFile, false, 0},
+      // The kanji fits at the end of a line or moves to the next one.
+      {"folding column", "\x82\xA0", "\x82\xA0", kSjisFile, false, 10},
   };
-  const Case cases[] = {
-      {"CR | LF", "\r\n", "\r\n", kSjisFile, false},
-      {"lone CR | letter", "\rb", "\r\nb", kSjisFile, false},
-      {"Shift JIS pair", "\x88\x9F", "\x88\x9F", kSjisFile, false},
-      {"EUC pair", "\xB0\xA1", "\x88\x9F", kEucFile, false},
-      {"JIS kanji-in", "\x1B$B\x30\x21\x1B(B", "\x88\x9F", kJisFile, false},
-      {"JIS return to ASCII", "\x1B(Bz", "z", kJisFile, true},
-      {"JIS line end dropped", "\r\n\x1B(B", "", kJisFile, true},
-      {"katakana shift", "\x0E\x31\x0F", "\xB1", kJisFile, false},
-      {"ESC ( I", "\x1B(I\x31\x1B(B", "\xB1", kJisFile, false},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     for (std::size_t at = 8188; at <= 8193; ++at) {
       SCOPED_TRACE(std::string(c.name) + " at " + std::to_string(at));
       const Bytes prefix = c.afterKanji ? Bytes(at - 5, 'a') + "\x1B$B\x30\x21" : Bytes(at, 'a');
-      const Bytes expectedPrefix = c.afterKanji ? Bytes(at - 5, 'a') + "\x88\x9F" : Bytes(at, 'a');
-      const Outcome run = Convert(prefix + c.piece + "tail", 12, c.typeFlags);
+      Bytes expected = (c.afterKanji ? Bytes(at - 5, 'a') + "\x88\x9F" : prefix) + c.expected + "tail";
+      if (c.lineSize > 0) expected = FoldWhole(expected, static_cast<std::size_t>(c.lineSize));
+      const Outcome run = Convert(prefix + c.piece + "tail", 12, c.typeFlags, c.lineSize);
       ASSERT_EQ(run.result, 0);
-      ASSERT_EQ(run.output, expectedPrefix + c.expected + "tail");
+      ASSERT_EQ(run.output, expected);
     }
-  }
-}
-
-TEST(FerroxConv, FoldsAtTheFirstBlockBoundary) {
-  // One long line folded at 10: as the kanji moves over the block boundary it
-  // sometimes fits at the end of a line and sometimes moves to the next.
-  for (std::size_t lead = 8185; lead <= 8193; ++lead) {
-    SCOPED_TRACE(lead);
-    const Bytes text = Bytes(lead, 'a') + "\x82\xA0" + Bytes(20, 'b');
-    const Outcome run = Convert(text, 12, kSjisFile, 10);
-    ASSERT_EQ(run.result, 0);
-    EXPECT_EQ(run.output, FoldWhole(text, 10));
-  }
-}
-
-TEST(FerroxConv, MakesRoomForLongGaijiReplacements) {
-  // Every two input bytes may grow to a whole replacement, and folding adds
-  // line ends on top: the output of one block has to fit all of it.
-  TempDir dir;
-  const std::string replacement(40, 'R');
-  WriteFile(dir.path() / "GaiTbl.txt", "8740," + replacement + "\r\n");
-  GaijiTable table;
-  ASSERT_EQ(table.LoadGaijiTable((dir.path() / "GaiTbl.txt").string()), 1u);
-  Bytes input;
-  for (int k = 0; k < 10000; ++k) input += "\x87\x40";
-  WriteFile(dir.path() / "in", input);
-  Bytes expected;
-  for (int k = 0; k < 10000; ++k) expected += replacement;
-  for (std::int16_t lineSize : {std::int16_t{0}, std::int16_t{1}, std::int16_t{7}}) {
-    SCOPED_TRACE(lineSize);
-    ConvOptions options;
-    options.convMode = 4 | 8 | 16;
-    options.lineSize = lineSize;
-    options.gaiji = &table;
-    SilentProgress progress;
-    const fs::path out = dir.path() / ("out" + std::to_string(lineSize));
-    ASSERT_EQ(FerroxConv(out.string(), (dir.path() / "in").string(), 0,
-                         static_cast<std::int64_t>(input.size()), kOpText, kSjisFile, false,
-                         options, progress),
-              0);
-    EXPECT_EQ(ReadFile(out), lineSize > 0 ? FoldWhole(expected, static_cast<std::size_t>(lineSize))
-                                          : expected);
   }
 }
 
 TEST(FerroxConv, EndOfFileByte) {
-  struct Case {
-    const char* name;
-    Bytes in;
-    std::uint16_t convMode;
-    Bytes expected;
+  struct { Bytes in; std::uint16_t convMode; Bytes expected; } const cases[] = {
+      {"", 13, "\x1A"},          {"", 12, ""},    // appended to an empty file, or not
+      {"ab\x1A", 13, "ab\x1A"},  {"ab\x1A", 12, "ab"},
+      {"a\x1A" "b", 13, "ab\x1A"},  // one in the middle is dropped
   };
-  const Case cases[] = {
-      {"empty, EOF appended", "", 13, "\x1A"},
-      {"empty, no EOF", "", 12, ""},
-      {"input EOF kept once", "ab\x1A", 13, "ab\x1A"},
-      {"input EOF dropped", "ab\x1A", 12, "ab"},
-      {"EOF in the middle dropped", "a\x1A" "b", 13, "ab\x1A"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& c : cases) {
     const Outcome run = Convert(c.in, c.convMode, kSjisFile);
     EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.output, c.expected);
+    EXPECT_EQ(run.output, c.expected) << c.in << " mode " << c.convMode;
   }
 }
 
-TEST(FerroxConv, CopiesTheDataRangeAndKeepsTheHeaderWhenAsked) {
-  TempDir dir;
+// Runs FerroxConv on files of one scratch folder.
+class FerroxConvFile : public ::testing::Test {
+ protected:
+  int Pass(const fs::path& out, std::int64_t start, std::int64_t length, std::uint16_t opFlags,
+          bool keepHeader = false) {
+    return FerroxConv(out, in_, start, length, opFlags, kSjisFile, keepHeader, options_, progress_);
+  }
+
+  ScratchDir dir_;
+  fs::path in_ = dir_.Path() / "in";
+  fs::path out_ = dir_.Path() / "out";
+  ConvOptions options_;
+  SilentProgress progress_;
+};
+
+TEST_F(FerroxConvFile, MakesRoomForLongGaijiReplacements) {
+  // Every two input bytes may grow to a whole replacement, and folding adds
+  // line ends on top: the output of one block has to fit all of it.
+  const std::string replacement(40, 'R');
+  GaijiTable table;
+  ASSERT_EQ(table.LoadGaijiTable(dir_.Write("GaiTbl.txt", "8740," + replacement + "\r\n")), 1u);
+  Bytes input, expected;
+  for (int k = 0; k < 10000; ++k) {
+    input += "\x87\x40";
+    expected += replacement;
+  }
+  dir_.Write("in", input);
+  options_.convMode = 4 | 8 | 16;
+  options_.gaiji = &table;
+  for (const std::int16_t lineSize : {std::int16_t{0}, std::int16_t{1}, std::int16_t{7}}) {
+    options_.lineSize = lineSize;
+    const fs::path out = dir_.Path() / ("out" + std::to_string(lineSize));
+    ASSERT_EQ(Pass(out, 0, static_cast<std::int64_t>(input.size()), kOpText), 0);
+    EXPECT_EQ(ReadAll(out), lineSize > 0 ? FoldWhole(expected, static_cast<std::size_t>(lineSize)) : expected)
+        << lineSize;
+  }
+}
+
+TEST_F(FerroxConvFile, CopiesTheDataRangeAndKeepsTheHeaderWhenAsked) {
   const Bytes header = Bytes(127, 'H') + Bytes(1, '\0');
-  WriteFile(dir.path() / "in", header + "a\nb" + "trailing resource fork");
-  ConvOptions options;
-  SilentProgress progress;
-  struct Case {
-    const char* name;
-    std::uint16_t opFlags;
-    bool keepHeader;
-    Bytes expected;
+  dir_.Write("in", header + "a\nb" + "trailing resource fork");
+  struct { std::uint16_t opFlags; bool keepHeader; Bytes expected; } const cases[] = {
+      {kOpText | kOpMacBinaryCut, false, "a\r\nb"}, {kOpText, true, header + "a\r\nb"},
+      {kOpMacBinaryCut, false, "a\nb"}, {0, true, header + "a\nb"},
   };
-  const Case cases[] = {
-      {"text, header cut", kOpText | kOpMacBinaryCut, false, "a\r\nb"},
-      {"text, header kept", kOpText, true, header + "a\r\nb"},
-      {"copy, header cut", kOpMacBinaryCut, false, "a\nb"},
-      {"copy, header kept", 0, true, header + "a\nb"},
-  };
-  int k = 0;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    const fs::path out = dir.path() / ("out" + std::to_string(k++));
-    ASSERT_EQ(FerroxConv(out.string(), (dir.path() / "in").string(), 128, 3, c.opFlags, kSjisFile,
-                         c.keepHeader, options, progress),
-              0);
-    EXPECT_EQ(ReadFile(out), c.expected);
+  for (const auto& c : cases) {
+    const fs::path out = dir_.Path() / ("out" + std::to_string(c.opFlags));
+    ASSERT_EQ(Pass(out, 128, 3, c.opFlags, c.keepHeader), 0);
+    EXPECT_EQ(ReadAll(out), c.expected) << c.opFlags;
   }
+  // A MacBinary header may promise more data than the file holds: zeros follow.
+  ASSERT_EQ(Pass(out_, 150, 6, 0), 0);
+  EXPECT_EQ(ReadAll(out_), Bytes("ork\0\0\0", 6));
 }
 
-TEST(FerroxConv, ReadsMissingDataAsZeros) {
-  // A MacBinary header may promise more data than the file holds.
-  TempDir dir;
-  WriteFile(dir.path() / "in", "abc");
-  ConvOptions options;
-  SilentProgress progress;
-  const fs::path out = dir.path() / "out";
-  ASSERT_EQ(FerroxConv(out.string(), (dir.path() / "in").string(), 0, 6, 0, 0, false, options, progress), 0);
-  EXPECT_EQ(ReadFile(out), Bytes("abc\0\0\0", 6));
-}
-
-TEST(FerroxConv, FailsWithoutTouchingOtherFiles) {
-  TempDir dir;
-  ConvOptions options;
-  SilentProgress progress;
-  const fs::path in = dir.path() / "in";
-  const fs::path out = dir.path() / "out";
-  WriteFile(in, "abc");
-  EXPECT_EQ(FerroxConv(out.string(), (dir.path() / "missing").string(), 0, 3, kOpText, kSjisFile,
-                       false, options, progress),
-            result::kFailed);
-  EXPECT_FALSE(fs::exists(out));
-  WriteFile(out, "somebody's file");
-  EXPECT_EQ(FerroxConv(out.string(), in.string(), 0, 3, kOpText, kSjisFile, false, options, progress),
-            result::kFailed);
-  EXPECT_EQ(ReadFile(out), "somebody's file");
-  EXPECT_EQ(FerroxConv((dir.path() / "no" / "out").string(), in.string(), 0, 3, kOpText, kSjisFile,
-                       false, options, progress),
-            result::kFailed);
+TEST_F(FerroxConvFile, FailsWithoutTouchingOtherFiles) {
+  EXPECT_EQ(Pass(out_, 0, 3, kOpText), result::kFailed);  // no input
+  EXPECT_FALSE(fs::exists(out_));
+  dir_.Write("in", "abc");
+  dir_.Write("out", "somebody's file");
+  EXPECT_EQ(Pass(out_, 0, 3, kOpText), result::kFailed);
+  EXPECT_EQ(ReadAll(out_), "somebody's file");
+  EXPECT_EQ(Pass(dir_.Path() / "no" / "out", 0, 3, kOpText), result::kFailed);
 }
 
 // Cancels when the window has seen `blocksBeforeCancel` blocks.
 class CancellingProgress final : public ProgressSink {
  public:
   explicit CancellingProgress(int blocksBeforeCancel) : left_(blocksBeforeCancel) {}
-  void PumpEvents() override {
-    if (--left_ <= 0) busy_ = false;
-  }
+  void PumpEvents() override { busy_ = busy_ && --left_ > 0; }
   [[nodiscard]] bool ConvBusy() const override { return busy_; }
   void ShowProgress(std::int64_t done, std::int64_t total) override { shown.emplace_back(done, total); }
   std::vector<std::pair<std::int64_t, std::int64_t>> shown;
@@ -368,77 +303,45 @@ class CancellingProgress final : public ProgressSink {
   bool busy_ = true;
 };
 
-TEST(FerroxConv, ShowsProgressBeforeEachBlockAndStopsWhenCancelled) {
-  TempDir dir;
-  const fs::path in = dir.path() / "in";
-  const fs::path out = dir.path() / "out";
+TEST_F(FerroxConvFile, ShowsProgressBeforeEachBlockAndStopsWhenCancelled) {
   const Bytes text = Compose(kSjisUnits, 20000, 1).first;
-  WriteFile(in, text);
+  dir_.Write("in", text);
   const auto length = static_cast<std::int64_t>(text.size());
-  ConvOptions options;
-
   CancellingProgress runThrough(1 << 30);
-  ASSERT_EQ(FerroxConv(out.string(), in.string(), 0, length, kOpText, kSjisFile, false, options,
-                       runThrough),
-            0);
-  ASSERT_GT(runThrough.shown.size(), 3u);
-  EXPECT_EQ(runThrough.shown.front().first, 0);
-  for (std::size_t k = 1; k < runThrough.shown.size(); ++k) {
-    EXPECT_EQ(runThrough.shown[k].second, length);
+  ASSERT_EQ(FerroxConv(out_, in_, 0, length, kOpText, kSjisFile, false, options_, runThrough), 0);
+  const auto& shown = runThrough.shown;
+  ASSERT_GT(shown.size(), 3u);
+  EXPECT_EQ(shown.front().first, 0);
+  EXPECT_LT(shown.back().first, length);
+  for (std::size_t k = 1; k < shown.size(); ++k) {
+    EXPECT_EQ(shown[k].second, length);
     // A block moves on by its length less the 0 to 2 bytes it carries.
-    const std::int64_t step = runThrough.shown[k].first - runThrough.shown[k - 1].first;
-    EXPECT_GE(step, kConvBlockSize - 2);
-    EXPECT_LE(step, kConvBlockSize);
+    EXPECT_GE(shown[k].first - shown[k - 1].first, kConvBlockSize - 2);
+    EXPECT_LE(shown[k].first - shown[k - 1].first, kConvBlockSize);
   }
-  EXPECT_LT(runThrough.shown.back().first, length);
-  fs::remove(out);
-
+  fs::remove(out_);
   for (std::uint16_t opFlags : {kOpText, std::uint16_t{0}}) {
     CancellingProgress cancel(3);
-    EXPECT_EQ(FerroxConv(out.string(), in.string(), 0, length, opFlags, kSjisFile, false, options,
-                         cancel),
-              result::kCancelled);
+    EXPECT_EQ(FerroxConv(out_, in_, 0, length, opFlags, kSjisFile, false, options_, cancel), result::kCancelled);
     EXPECT_EQ(cancel.shown.size(), 3u);
-    EXPECT_FALSE(fs::exists(out));
+    EXPECT_FALSE(fs::exists(out_));
   }
 }
 
-// A small file system of its own gives a real full disk; skipped where mounting
-// is not allowed.
-class SmallDisk {
- public:
-  explicit SmallDisk(const fs::path& where) : where_(where) {
-    fs::create_directories(where_);
-    mounted_ = ::mount("tmpfs", where_.c_str(), "tmpfs", 0, "size=64k") == 0;
-  }
-  ~SmallDisk() {
-    if (mounted_) ::umount(where_.c_str());
-  }
-  SmallDisk(const SmallDisk&) = delete;
-  SmallDisk& operator=(const SmallDisk&) = delete;
-  [[nodiscard]] bool mounted() const { return mounted_; }
-
- private:
-  fs::path where_;
-  bool mounted_ = false;
-};
-
-TEST(FerroxConv, FullDiskGivesMinusSevenAndNoOutput) {
-  TempDir dir;
-  const fs::path in = dir.path() / "in";
+TEST_F(FerroxConvFile, FullDiskGivesMinusSevenAndNoOutput) {
   const Bytes text = Compose(kSjisUnits, 100000, 2).first;
-  WriteFile(in, text);
-  SmallDisk disk(dir.path() / "small");
-  if (!disk.mounted()) GTEST_SKIP() << "cannot mount a small file system here";
-  const fs::path out = dir.path() / "small" / "out";
-  ConvOptions options;
-  SilentProgress progress;
-  for (std::uint16_t opFlags : {kOpText, std::uint16_t{0}}) {
-    EXPECT_EQ(FerroxConv(out.string(), in.string(), 0, static_cast<std::int64_t>(text.size()),
-                         opFlags, kSjisFile, false, options, progress),
-              result::kDiskFull);
-    EXPECT_FALSE(fs::exists(out));
+  dir_.Write("in", text);
+  // A small file system of its own gives a real full disk.
+  const fs::path small = dir_.Path() / "small";
+  fs::create_directory(small);
+  if (::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=64k") != 0) {
+    GTEST_SKIP() << "cannot mount a small file system here";
   }
+  for (std::uint16_t opFlags : {kOpText, std::uint16_t{0}}) {
+    EXPECT_EQ(Pass(small / "out", 0, static_cast<std::int64_t>(text.size()), opFlags), result::kDiskFull);
+    EXPECT_FALSE(fs::exists(small / "out"));
+  }
+  ::umount(small.c_str());
 }
 
 }  // namespace

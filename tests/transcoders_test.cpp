@@ -1,117 +1,88 @@
+// The run copiers: each gaiji mode on byte tables, the whole JIS X 0208 table
+// against iconv, and the wide paths of long runs wherever they start or stop.
+
 #include "convert/transcoders.h"
 
 #include <gtest/gtest.h>
+#include <iconv.h>
 
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "convert/conv_mode.h"
 #include "convert/gaiji_table.h"
+#include "helpers/scratch_dir.h"
 
 namespace ferrox {
 namespace {
 
-using namespace std::string_literals;
 using Mode = GaijiPolicy::Mode;
-
-struct Expect {
-  std::string out;
-  BufIndex consumed;
-};
-
-struct CopyCase {
-  const char* name;
-  std::string in;
-  Expect strict, pass, replace;
-};
-
 using Copier = void (*)(std::uint8_t*, const std::uint8_t*, BufIndex&, BufIndex&, BufIndex,
-                        BufIndex&, const GaijiPolicy&) noexcept;
+                        BufIndex&, const GaijiPolicy&);
+
+struct Copied { std::string out; BufIndex consumed; };
+
+// Copies from `start` to `end` as the block converter does: the output already
+// holds 5 bytes, and the input is cut or zero-padded to two bytes past `end`.
+Copied Copy(Copier copy, std::string in, BufIndex start, BufIndex end, GaijiPolicy policy) {
+  in.resize(static_cast<std::size_t>(end) + 3, '\0');
+  std::vector<std::uint8_t> out(5 + 3 * in.size() + 8, 0xEE);
+  BufIndex o = 5, i = start, consumed = -1;
+  copy(out.data(), reinterpret_cast<const std::uint8_t*>(in.data()), o, i, end, consumed, policy);
+  EXPECT_EQ(i, start + consumed - 1);  // the last byte consumed
+  EXPECT_EQ(out[static_cast<std::size_t>(o)], 0xEE) << "wrote past the reported end";
+  return {std::string(out.begin() + 5, out.begin() + o), consumed};
+}
 
 // 0x87 0x40 -> "(1)", 0x85 0x40 -> nothing; every other gaiji -> 〓.
 const GaijiTable& TestTable() {
   static const GaijiTable table = [] {
-    // One file per process: CTest runs these tests in parallel.
-    const std::string path = testing::TempDir() + std::to_string(getpid()) + "_transcoders_gaiji.txt";
-    std::ofstream(path, std::ios::binary) << "8740,(1)\r\n8540,\r\n";
     GaijiTable t;
-    t.LoadGaijiTable(path);
-    std::remove(path.c_str());
+    t.LoadGaijiTable(testing::ScratchDir().Write("GaiTbl.txt", "8740,(1)\r\n8540,\r\n"));
     return t;
   }();
   return table;
 }
 
-std::string Hex(const std::string& s) {
-  std::string h;
-  for (const unsigned char c : s) {
-    static const char* d = "0123456789ABCDEF";
-    h += d[c >> 4];
-    h += d[c & 15];
-    h += ' ';
-  }
-  return h;
-}
+struct ModeCase { const char* name; std::string in; Copied strict, pass, replace; };
 
-// Runs one copier the way the block converter does: the run starts at index 1
-// (index 0 was handled before), the output already holds 5 bytes, and two
-// zero bytes follow the last index that may start a character.
-void Check(Copier copy, const CopyCase& c, Mode mode, const Expect& want) {
-  SCOPED_TRACE(testing::Message() << c.name << " / mode " << static_cast<int>(mode));
-  const std::string in = "@" + c.in + "\0\0"s;
-  std::vector<std::uint8_t> out(5 + 3 * in.size() + 8, 0xEE);
-  BufIndex o = 5;
-  BufIndex i = 1;
-  BufIndex consumed = -1;
-  const GaijiPolicy policy{mode, &TestTable()};
-  copy(out.data(), reinterpret_cast<const std::uint8_t*>(in.data()), o, i,
-       static_cast<BufIndex>(c.in.size()), consumed, policy);
-  const std::string got(out.begin() + 5, out.begin() + o);
-  EXPECT_EQ(Hex(got), Hex(want.out));
-  EXPECT_EQ(consumed, want.consumed);
-  EXPECT_EQ(i, want.consumed);  // the last byte consumed, or one before the run
-  EXPECT_EQ(out[static_cast<std::size_t>(o)], 0xEE) << "wrote past the reported end";
-}
-
-void CheckAll(Copier copy, const std::vector<CopyCase>& cases) {
-  for (const auto& c : cases) {
-    Check(copy, c, Mode::kStrict, c.strict);
-    Check(copy, c, Mode::kPass, c.pass);
-    Check(copy, c, Mode::kReplace, c.replace);
-  }
-}
-
-CopyCase Same(const char* name, std::string in, std::string out, BufIndex consumed) {
+ModeCase Same(const char* name, std::string in, std::string out, BufIndex consumed) {
   return {name, std::move(in), {out, consumed}, {out, consumed}, {out, consumed}};
 }
 
+void CheckModes(Copier copy, const std::vector<ModeCase>& cases) {
+  for (const auto& c : cases) {
+    const std::pair<Mode, const Copied*> modes[] = {
+        {Mode::kStrict, &c.strict}, {Mode::kPass, &c.pass}, {Mode::kReplace, &c.replace}};
+    for (const auto& [mode, want] : modes) {
+      SCOPED_TRACE(::testing::Message() << c.name << " / mode " << static_cast<int>(mode));
+      const Copied r = Copy(copy, "@" + c.in, 1, static_cast<BufIndex>(c.in.size()), {mode, &TestTable()});
+      EXPECT_EQ(r.out, want->out);
+      EXPECT_EQ(r.consumed, want->consumed);
+    }
+  }
+}
+
 TEST(SjisCopy, ThreeModes) {
-  CheckAll(SjisCopy, {
+  CheckModes(SjisCopy, {
       Same("kanji, kana, blank, tab", "\x93\xfa\xb1 \t\x96\x7b", "\x93\xfa\xb1 \t\x96\x7b", 7),
-      Same("every line end becomes CR LF", "\x82\xa0\r\x82\xa0\n\r\n",
-           "\x82\xa0\r\n\x82\xa0\r\n\r\n", 8),
+      Same("line ends become CR LF", "\x82\xa0\r\x82\xa0\n\r\n", "\x82\xa0\r\n\x82\xa0\r\n\r\n", 8),
       Same("ASCII letter ends the run", "\xb1" "A\xb1", "\xb1", 1),
       Same("form feed ends the run", "\xb1\x0c", "\xb1", 1),
       Same("bad trail 0x7F: lead not consumed", "\x82\xa0\x82\x7f", "\x82\xa0", 2),
       Same("lead before the zero padding", "\xb1\x82", "\xb1", 1),
       Same("0xFD is no lead", "\xfd\x40", "", 0),
-      {"NEC row 13: table entry", "\x87\x40",
-       {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
+      {"NEC row 13: table entry", "\x87\x40", {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
       {"empty replacement: the gaiji disappears", "\x82\xa0\x85\x40\x82\xa0",
        {"\x82\xa0", 2}, {"\x82\xa0\x85\x40\x82\xa0", 6}, {"\x82\xa0\x82\xa0", 6}},
-      {"no entry: the default", "\xeb\x40\xb1",
-       {"", 0}, {"\xeb\x40\xb1", 3}, {"\x81\xac\xb1", 3}},
-      {"0x88 0x9E is standard, 0x88 0x9D is gaiji", "\x88\x9e\x88\x9d",
+      {"no entry: the default", "\xeb\x40\xb1", {"", 0}, {"\xeb\x40\xb1", 3}, {"\x81\xac\xb1", 3}},
+      {"0x88 0x9E is standard, 0x88 0x9D gaiji", "\x88\x9e\x88\x9d",
        {"\x88\x9e", 2}, {"\x88\x9e\x88\x9d", 4}, {"\x88\x9e\x81\xac", 4}},
   });
 }
 
 TEST(EucCopy, ThreeModes) {
-  CheckAll(EucCopy, {
+  CheckModes(EucCopy, {
       Same("kanji, SS2 kana (0xA0 too), blank, tab", "\xb0\xa1\x8e\xb1\x8e\xa0 \t",
            "\x88\x9f\xb1\xa0 \t", 8),
       Same("line ends", "\xa4\xa2\r\n\n\r", "\x82\xa0\r\n\r\n\r\n", 6),
@@ -119,114 +90,149 @@ TEST(EucCopy, ThreeModes) {
       Same("SS2 with a non-kana byte", "\x8e\xe0", "", 0),
       Same("bad trail", "\xa4\xa2\xa4\x41", "\x82\xa0", 2),
       Same("lead before the zero padding", "\xa4\xa2\xa4", "\x82\xa0", 2),
-      Same("row 84, the last standard row", "\xf4\xa6", "\xea\xa4", 2),
-      {"row 13: table entry", "\xad\xa1",
-       {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
-      {"row 85: default", "\xf5\xa1\xa4\xa2",
-       {"", 0}, {"\xeb\x40\x82\xa0", 4}, {"\x81\xac\x82\xa0", 4}},
-      {"row 94", "\xfe\xfe",
-       {"", 0}, {"\xef\xfc", 2}, {"\x81\xac", 2}},
+      {"row 13: table entry", "\xad\xa1", {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
+      {"row 85: default", "\xf5\xa1\xa4\xa2", {"", 0}, {"\xeb\x40\x82\xa0", 4}, {"\x81\xac\x82\xa0", 4}},
+      {"row 94", "\xfe\xfe", {"", 0}, {"\xef\xfc", 2}, {"\x81\xac", 2}},
   });
 }
 
 TEST(JisZenCopy, ThreeModes) {
-  CheckAll(JisZenCopy, {
-      Same("row 16 and row 1", "0!!!", "\x88\x9f\x81\x40", 4),
+  CheckModes(JisZenCopy, {
       Same("stops at the escape", "F|\x1b(B", "\x93\xfa", 2),
       Same("copies no line end", "F|\r\n", "\x93\xfa", 2),
       Same("second byte 0x7F", "F\x7f", "", 0),
       Same("odd byte at the end meets the padding", "F|F", "\x93\xfa", 2),
-      {"row 13: table entry", "-!",
-       {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
-      {"0x7E 0x7E", "F|~~",
-       {"\x93\xfa", 2}, {"\x93\xfa\xef\xfc", 4}, {"\x93\xfa\x81\xac", 4}},
+      {"row 13: table entry", "-!", {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
+      {"0x7E 0x7E", "F|~~", {"\x93\xfa", 2}, {"\x93\xfa\xef\xfc", 4}, {"\x93\xfa\x81\xac", 4}},
   });
 }
 
-TEST(GaijiPolicy, ModeFromConvModeBits) {
-  const GaijiTable table;
-  struct {
-    std::uint16_t convMode;
-    Mode mode;
-  } const cases[] = {
-      {0, Mode::kStrict},  {conv_mode::kGaijiTable, Mode::kStrict},
-      {12, Mode::kPass},   {conv_mode::kGaijiAsChar, Mode::kPass},
-      {24, Mode::kReplace}, {0xFFFF, Mode::kReplace},
-  };
-  for (const auto& c : cases) {
-    const GaijiPolicy p = GaijiPolicy::FromConvMode(c.convMode, &table);
-    EXPECT_EQ(p.mode, c.mode) << c.convMode;
-    EXPECT_EQ(p.table, &table);
+struct Cell {
+  std::string sjis, euc, jis;
+  const std::string& In(int code) const { return code == 0 ? sjis : code == 1 ? euc : jis; }
+};
+const Copier kCopiers[] = {SjisCopy, EucCopy, JisZenCopy};
+const char* const kCodeNames[] = {"Shift JIS", "EUC", "JIS"};
+
+std::optional<std::string> Iconv(const char* to, const char* from, std::string in) {
+  const iconv_t cd = iconv_open(to, from);
+  if (cd == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
+  std::string out(in.size() * 4 + 16, '\0');
+  char* src = in.data();
+  char* dst = out.data();
+  std::size_t left = in.size(), room = out.size();
+  const std::size_t rc = iconv(cd, &src, &left, &dst, &room);
+  iconv_close(cd);
+  if (rc == static_cast<std::size_t>(-1) || left != 0) return std::nullopt;
+  out.resize(out.size() - room);
+  return out;
+}
+
+// Every JIS X 0208 character with its Shift JIS bytes as iconv gives them:
+// EUC-JP -> UTF-8 -> CP932. Cells either step refuses are no characters of both codes.
+const std::vector<Cell>& StandardCells() {
+  static const std::vector<Cell> cells = [] {
+    std::vector<Cell> v;
+    for (int row = 1; row <= 94; ++row) {
+      for (int cell = 1; cell <= 94; ++cell) {
+        const std::string euc{static_cast<char>(0xA0 + row), static_cast<char>(0xA0 + cell)};
+        const auto utf8 = Iconv("UTF-8", "EUC-JP", euc);
+        const auto sjis = utf8 ? Iconv("CP932", "UTF-8", *utf8) : std::nullopt;
+        if (sjis) v.push_back({*sjis, euc, {static_cast<char>(0x20 + row), static_cast<char>(0x20 + cell)}});
+      }
+    }
+    return v;
+  }();
+  return cells;
+}
+
+TEST(JisTable, EveryCharacterAloneAndInOneRunGivesIconvsBytes) {
+  // JIS X 0208 has 6879 characters and CP932 has them all: fewer means a broken oracle.
+  ASSERT_EQ(StandardCells().size(), 6879u);
+  std::string runs[3], expected;
+  for (const Cell& c : StandardCells()) {
+    for (int code = 0; code < 3; ++code) {
+      for (const Mode mode : {Mode::kStrict, Mode::kPass}) {
+        const Copied r = Copy(kCopiers[code], c.In(code), 0, 1, {mode, nullptr});
+        EXPECT_EQ(r.out, c.sjis) << kCodeNames[code] << " " << c.euc;
+        EXPECT_EQ(r.consumed, 2);
+      }
+      runs[code] += c.In(code);
+    }
+    expected += c.sjis;
+  }
+  for (int code = 0; code < 3; ++code) {
+    const auto end = static_cast<BufIndex>(runs[code].size()) - 1;
+    const Copied r = Copy(kCopiers[code], runs[code], 0, end, {Mode::kStrict, nullptr});
+    EXPECT_TRUE(r.out == expected) << kCodeNames[code];
+    EXPECT_EQ(r.consumed, end + 1);
   }
 }
 
-TEST(SjisCopy, ReplaceWithoutTableWritesGeta) {
-  const std::uint8_t in[] = {0x87, 0x40, 0, 0};
-  std::uint8_t out[8] = {};
-  BufIndex o = 0, i = 0, consumed = 0;
-  SjisCopy(out, in, o, i, 1, consumed, GaijiPolicy{Mode::kReplace, nullptr});
-  EXPECT_EQ(o, 2);
-  EXPECT_EQ(out[0], 0x81);
-  EXPECT_EQ(out[1], 0xAC);
+// Cells from..to of `cells` in one code, and their Shift JIS.
+std::pair<std::string, std::string> Join(const std::vector<Cell>& cells, int code, std::size_t from, std::size_t to) {
+  std::pair<std::string, std::string> s;
+  for (std::size_t k = from; k < to; ++k) {
+    s.first += cells[k].In(code);
+    s.second += cells[k].sjis;
+  }
+  return s;
 }
 
-TEST(AsciiCopy, TextAndLineEnds) {
-  struct {
-    std::string in, out;
-    BufIndex consumed;
-  } const cases[] = {
-      {"ab c\t\f~", "ab c\t\f~", 7},
-      {"a\rb\nc\r\nd", "a\r\nb\r\nc\r\nd", 8},
-      {"a\r", "a\r\n", 2},  // CR before the padding
-      {"a\x1a", "a", 1},
-      {"a\xb1", "a", 1},
-      // Long lines go eight bytes at a time; any odd byte inside a word stops it.
-      {"0123456789abcdef\x7fxyz", "0123456789abcdef", 16},
-      {"0123456\xff" "89abcdef", "0123456", 7},
-      {"0123456789\x1f" "bcdefghij", "0123456789", 10},
-      {"01234567 ~\r\nabcdefghij\nx", "01234567 ~\r\nabcdefghij\r\nx", 24},
-  };
-  for (const auto& c : cases) {
-    const std::string in = "@" + c.in + "\0\0"s;
-    std::vector<std::uint8_t> out(64, 0xEE);
-    BufIndex o = 3, i = 1;
-    AsciiCopy(out.data(), reinterpret_cast<const std::uint8_t*>(in.data()), o, i,
-              static_cast<BufIndex>(c.in.size()));
-    EXPECT_EQ(Hex(std::string(out.begin() + 3, out.begin() + o)), Hex(c.out)) << Hex(c.in);
-    EXPECT_EQ(i, c.consumed) << Hex(c.in);
+// The wide paths take 16 bytes at a time: wherever a bad byte or the end of
+// the run falls, they must take exactly the whole characters before it.
+TEST(PairRuns, StopAtABadByteOrTheEndOfTheRun) {
+  for (int code = 0; code < 3; ++code) {
+    const auto [clean, expected] = Join(StandardCells(), code, 500, 540);
+    for (std::size_t shift : {0u, 1u, 7u}) {
+      for (std::size_t bad = 0; bad < 48; ++bad) {
+        SCOPED_TRACE(::testing::Message() << kCodeNames[code] << " shift " << shift << " bad " << bad);
+        std::string in = std::string(shift, '!') + clean;
+        in[shift + bad] = 0x1B;  // stops every copier, as a lead or as a trail
+        const Copied r = Copy(kCopiers[code], in, static_cast<BufIndex>(shift),
+                              static_cast<BufIndex>(in.size()) - 1, {Mode::kPass, nullptr});
+        EXPECT_EQ(r.consumed, static_cast<BufIndex>(bad & ~std::size_t{1}));
+        EXPECT_EQ(r.out, expected.substr(0, bad & ~std::size_t{1}));
+      }
+    }
+    for (BufIndex end = 0; end < 50; ++end) {
+      SCOPED_TRACE(::testing::Message() << kCodeNames[code] << " end " << end);
+      const Copied r = Copy(kCopiers[code], clean, 0, end, {Mode::kStrict, nullptr});
+      const BufIndex taken = (end / 2 + 1) * 2;  // the pair at end reads end + 1
+      EXPECT_EQ(r.consumed, taken);
+      EXPECT_EQ(r.out, expected.substr(0, static_cast<std::size_t>(taken)));
+    }
   }
 }
 
-TEST(AsciiCopy, CrOnTheLastIndexTakesTheLfBeyondIt) {
-  const std::uint8_t in[] = {'a', 0x0D, 0x0A, 'b'};
-  std::uint8_t out[8] = {};
-  BufIndex o = 0, i = 0;
-  AsciiCopy(out, in, o, i, 1);
-  EXPECT_EQ(o, 3);
-  EXPECT_EQ(i, 2);  // the caller continues at 3, not on the LF
+TEST(PairRuns, GaijiAndRowSeamsInsideLongRuns) {
+  // Standard characters mixed with gaiji (rows 13 and 85, and row 15 that is
+  // Shift JIS 0x88 0x9D): the wide path leaves at each of them and comes back.
+  const Cell gaiji[] = {{"\x87\x40", "\xad\xa1", "-!"}, {"\xeb\x4f", "\xf5\xb0", "u0"}, {"\x88\x9d", "\xaf\xfd", "/}"}};
+  std::vector<Cell> cells;
+  for (std::size_t k = 0; k < 30; ++k) {
+    cells.push_back(StandardCells()[1000 + 37 * k]);
+    if (k % 7 == 3) cells.push_back(gaiji[0]);
+    if (k % 5 == 1) cells.push_back(gaiji[1]);
+    if (k % 7 == 5) cells.push_back(gaiji[2]);
+  }
+  for (int code = 0; code < 3; ++code) {
+    const auto [in, expected] = Join(cells, code, 0, cells.size());
+    const auto end = static_cast<BufIndex>(in.size()) - 1;
+    EXPECT_EQ(Copy(kCopiers[code], in, 0, end, {Mode::kPass, nullptr}).out, expected) << kCodeNames[code];
+    EXPECT_EQ(Copy(kCopiers[code], in, 0, end, {Mode::kStrict, nullptr}).consumed, 4);  // up to cells[2]
+  }
 }
 
-TEST(PairConversions, JisAndEucToShiftJis) {
-  struct {
-    std::uint8_t a, b, s1, s2;
-  } const cases[] = {
-      {0x21, 0x21, 0x81, 0x40}, {0x21, 0x5F, 0x81, 0x7E}, {0x21, 0x60, 0x81, 0x80},
-      {0x21, 0x7E, 0x81, 0x9E}, {0x22, 0x21, 0x81, 0x9F}, {0x22, 0x7E, 0x81, 0xFC},
-      {0x30, 0x21, 0x88, 0x9F}, {0x5E, 0x7E, 0x9F, 0xFC}, {0x5F, 0x21, 0xE0, 0x40},
-      {0x7E, 0x7E, 0xEF, 0xFC},
-  };
-  for (const auto& c : cases) {
-    std::uint8_t s1 = 0, s2 = 0;
-    EXPECT_EQ(JisToSjis(s1, s2, c.a, c.b), 2);
-    EXPECT_EQ((s1 << 8) | s2, (c.s1 << 8) | c.s2) << std::hex << int{c.a} << int{c.b};
-    s1 = s2 = 0;
-    EXPECT_EQ(EucToSjis(s1, s2, c.a | 0x80, c.b | 0x80), 2);
-    EXPECT_EQ((s1 << 8) | s2, (c.s1 << 8) | c.s2) << std::hex << int{c.a} << int{c.b};
+TEST(PairRuns, ShiftJisRow88SplitsAt9E) {
+  // 0x88 0x9E and above are standard; 0x88 0x9D is a gaiji and stops a strict run.
+  for (std::size_t at = 0; at < 20; ++at) {
+    std::string in;
+    for (std::size_t k = 0; k < 20; ++k) in += {'\x88', static_cast<char>(k == at ? 0x9D : 0x9E + k % 3)};
+    const Copied r = Copy(SjisCopy, in, 0, static_cast<BufIndex>(in.size()) - 1, {Mode::kStrict, nullptr});
+    EXPECT_EQ(r.consumed, static_cast<BufIndex>(2 * at)) << at;
+    EXPECT_EQ(r.out, in.substr(0, 2 * at)) << at;
   }
-  std::uint8_t s1 = 0, s2 = 0x55;
-  EXPECT_EQ(EucToSjis(s1, s2, 0x8E, 0xB1), 1);
-  EXPECT_EQ(s1, 0xB1);
-  EXPECT_EQ(s2, 0x55);
 }
 
 }  // namespace
