@@ -1,5 +1,4 @@
-// The byte classifiers: one position, runs of one code, and stretches valid in
-// both Shift JIS and EUC.
+// The byte classifiers: one position, runs of one code, and Shift JIS/EUC stretches.
 
 #include "analysis/char_type.h"
 
@@ -19,23 +18,19 @@ using namespace std::string_literals;
 
 TEST(GetCharType, ClassifiesEachPosition) {
   struct { std::uint8_t b0, b1, b2; std::uint16_t strict, permissive; } const cases[] = {
-      {0x20, 0, 0, kAscii, kAscii}, {0x7E, 0, 0, kAscii, kAscii},
-      {0x7F, 0, 0, kNone, kNone}, {0x1B, 0x24, 0x42, kJisKanjiIn, kJisKanjiIn},
-      {0x1B, 0x24, 0x40, kJisKanjiIn, kJisKanjiIn},
-      {0x1B, 0x24, 0x41, kNone, kNone},  // ESC $ A is no sequence of ours
-      {0x1B, 0x28, 0x42, kJisKanjiOut, kJisKanjiOut},
+      // ESC $ A is no sequence of ours; 0xA0 is never an EUC lead.
+      {0x20, 0, 0, kAscii, kAscii}, {0x7E, 0, 0, kAscii, kAscii}, {0x7F, 0, 0, kNone, kNone},
+      {0x1B, 0x24, 0x42, kJisKanjiIn, kJisKanjiIn}, {0x1B, 0x24, 0x40, kJisKanjiIn, kJisKanjiIn},
+      {0x1B, 0x24, 0x41, kNone, kNone}, {0x1B, 0x28, 0x42, kJisKanjiOut, kJisKanjiOut},
       {0x1B, 0x28, 0x4A, kJisKanjiOut, kJisKanjiOut}, {0x1B, 0x28, 0x49, kJisKanaIn, kJisKanaIn},
       {0x0E, 0x20, 0x41, kJisKanaIn, kJisKanaIn}, {0x0E, 0x31, 0x0F, kJisKanaIn, kJisKanaIn},
-      {0x0E, 0x60, 0x41, kNone, kNone}, {0x0E, 0x31, 0x0D, kNone, kNone},
-      {0x0F, 0, 0, kJisKanaOut, kJisKanaOut}, {0x0D, 0x0A, 0, kCrLf, kCrLf},
-      {0x0D, 0x0D, 0x0A, kCr, kCr}, {0x0A, 0x0D, 0, kLf, kLf},
-      {0x1A, 0, 0, kNeutral, kNeutral}, {0x0C, 0, 0, kNeutral, kNeutral},
-      {0x0B, 0, 0, kNone, kNone}, {0x80, 0x40, 0, kNone, kNone},
-      {0xA0, 0xA1, 0, kSjisKana, kSjisKana},  // never an EUC lead
+      {0x0E, 0x60, 0x41, kNone, kNone}, {0x0E, 0x31, 0x0D, kNone, kNone}, {0x0F, 0, 0, kJisKanaOut, kJisKanaOut},
+      {0x0D, 0x0A, 0, kCrLf, kCrLf}, {0x0D, 0x0D, 0x0A, kCr, kCr}, {0x0A, 0x0D, 0, kLf, kLf},
+      {0x1A, 0, 0, kNeutral, kNeutral}, {0x0C, 0, 0, kNeutral, kNeutral}, {0x0B, 0, 0, kNone, kNone},
+      {0x80, 0x40, 0, kNone, kNone}, {0xA0, 0xA1, 0, kSjisKana, kSjisKana},
       {0xB0, 0xA1, 0, kSjisKana | kEucDouble, kSjisKana | kEucDouble},
-      {0x8E, 0xA0, 0, kEucKana | kSjisDouble, kEucKana | kSjisDouble},
-      {0x8E, 0xE0, 0, kSjisDouble, kSjisDouble}, {0x81, 0x7F, 0, kNone, kNone},
-      {0x81, 0xFD, 0, kNone, kNone},
+      {0x8E, 0xA0, 0, kEucKana | kSjisDouble, kEucKana | kSjisDouble}, {0x8E, 0xE0, 0, kSjisDouble, kSjisDouble},
+      {0x81, 0x7F, 0, kNone, kNone}, {0x81, 0xFD, 0, kNone, kNone},
       {0xE0, 0xA1, 0, kSjisDouble | kEucDouble, kSjisDouble | kEucDouble},
       // The gaiji rows of both codes, and the split of lead 0x88.
       {0x87, 0x40, 0, kNone, kSjisDouble | kSjisGaiji},

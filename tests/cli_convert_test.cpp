@@ -1,5 +1,4 @@
-// The ferrox command end to end: one file, folder trees, wildcards and lists,
-// MacBinary, old outputs, file times and permissions.
+// The ferrox command end to end.
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,6 +1,4 @@
-// No data is lost: other file systems, other spellings of one path, kills at
-// any moment, and every failure the job can meet leave the input and the old
-// output whole and no work file behind.
+// Whatever happens, the input and the old output stay whole and no work file is left.
 
 #include <signal.h>
 #include <sys/mount.h>
@@ -20,16 +18,12 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-std::string Lines(int count) {
+std::string Lines(int count, const char* end = "\n") {
   std::string text;
-  for (int i = 0; i < count; ++i) text += "これは試験用の行です。番号 " + std::to_string(i) + "\n";
+  for (int i = 0; i < count; ++i) text += "これは試験用の行です。番号 " + std::to_string(i) + end;
   return text;
 }
-std::string Converted(int count) {
-  std::string text;
-  for (int i = 0; i < count; ++i) text += "これは試験用の行です。番号 " + std::to_string(i) + "\r\n";
-  return Sjis(text);
-}
+std::string Converted(int count) { return Sjis(Lines(count, "\r\n")); }
 
 class CliSafety : public CliTest {
  protected:

@@ -1,6 +1,4 @@
-// The conversion pass: the block converters and the folding on byte tables,
-// then whole files: block boundaries, header, end-of-file byte, progress,
-// cancel, failure and a full disk.
+// The conversion pass: block converters on byte tables, then whole files.
 
 #include "convert/ferrox_conv.h"
 
@@ -106,7 +104,6 @@ Bytes FoldWhole(const Bytes& text, std::size_t lineSize) {
 
 struct Outcome { int result = 0; Bytes output; };
 
-// Converts `input` as text in blocks of `blockSize` bytes.
 Outcome Convert(const Bytes& input, std::uint16_t convMode, std::uint16_t typeFlags,
                 std::int16_t lineSize = 0, std::int32_t blockSize = kConvBlockSize) {
   const ScratchDir dir;
@@ -123,7 +120,6 @@ Outcome Convert(const Bytes& input, std::uint16_t convMode, std::uint16_t typeFl
 // A piece of input and what it becomes, the same wherever it stands.
 struct Unit { Bytes in, out; };
 
-// Text made of units in random order, with its expected conversion.
 std::pair<Bytes, Bytes> Compose(const std::vector<Unit>& units, std::size_t count, unsigned seed) {
   std::mt19937 rng(seed);
   std::uniform_int_distribution<std::size_t> pick(0, units.size() - 1);
@@ -179,13 +175,8 @@ TEST(FerroxConv, OutputDoesNotDependOnBlockBoundaries) {
 
 // Each of these sits across the boundary of the first two 8192-byte blocks.
 TEST(FerroxConv, ConvertsAcrossTheFirstBlockBoundary) {
-  struct {
-    const char* name;
-    Bytes piece, expected;
-    std::uint16_t typeFlags;
-    bool afterKanji;       // the piece follows a JIS kanji
-    std::int16_t lineSize;
-  } const cases[] = {
+  struct { const char* name; Bytes piece, expected; std::uint16_t typeFlags; bool afterKanji; std::int16_t lineSize; }
+  const cases[] = {  // afterKanji: the piece follows a JIS kanji
       {"CR | LF", "\r\n", "\r\n", kSjisFile, false, 0},
       {"lone CR | letter", "\rb", "\r\nb", kSjisFile, false, 0},
       {"Shift JIS pair", "\x88\x9F", "\x88\x9F", kSjisFile, false, 0},
@@ -212,11 +203,8 @@ TEST(FerroxConv, ConvertsAcrossTheFirstBlockBoundary) {
 }
 
 TEST(FerroxConv, EndOfFileByte) {
-  struct { Bytes in; std::uint16_t convMode; Bytes expected; } const cases[] = {
-      {"", 13, "\x1A"},          {"", 12, ""},    // appended to an empty file, or not
-      {"ab\x1A", 13, "ab\x1A"},  {"ab\x1A", 12, "ab"},
-      {"a\x1A" "b", 13, "ab\x1A"},  // one in the middle is dropped
-  };
+  struct { Bytes in; std::uint16_t convMode; Bytes expected; } const cases[] = {  // appended, or not; dropped inside
+      {"", 13, "\x1A"}, {"", 12, ""}, {"ab\x1A", 13, "ab\x1A"}, {"ab\x1A", 12, "ab"}, {"a\x1A" "b", 13, "ab\x1A"}};
   for (const auto& c : cases) {
     const Outcome run = Convert(c.in, c.convMode, kSjisFile);
     EXPECT_EQ(run.result, 0);
@@ -224,7 +212,6 @@ TEST(FerroxConv, EndOfFileByte) {
   }
 }
 
-// Runs FerroxConv on files of one scratch folder.
 class FerroxConvFile : public ::testing::Test {
  protected:
   int Pass(const fs::path& out, std::int64_t start, std::int64_t length, std::uint16_t opFlags,

@@ -1,5 +1,4 @@
-// The file survey: flag words of small files, chunking, the ranges that
-// FileTypeChk picks, and its memory of the last survey.
+// The file survey: flag words, chunking, the ranges FileTypeChk picks, its memory.
 
 #include "analysis/file_survey.h"
 
@@ -66,11 +65,9 @@ TEST(FileTypeChkSub, FlagWords) {
 }
 
 TEST(FileTypeChkSub, AllowanceToleratesExactlyThatManyBinaryBytes) {
-  EXPECT_EQ(BinaryAllowance(50, 3), 2);  // 1.5 and 2.5 round to 2, 3.5 to 4
-  EXPECT_EQ(BinaryAllowance(250, 1), 2);
-  EXPECT_EQ(BinaryAllowance(350, 1), 4);
-  EXPECT_EQ(BinaryAllowance(99, 0), 0);
-  EXPECT_EQ(BinaryAllowance(5'000'000'000, 3), 150'000'000);
+  const std::tuple<std::int64_t, std::int16_t, std::int64_t> allowances[] = {  // 1.5 and 2.5 round to 2, 3.5 to 4
+      {50, 3, 2}, {250, 1, 2}, {350, 1, 4}, {99, 0, 0}, {5'000'000'000, 3, 150'000'000}};
+  for (const auto& [length, rate, allowed] : allowances) EXPECT_EQ(BinaryAllowance(length, rate), allowed) << length;
   // 100 bytes of text with a CR LF and `nuls` NUL bytes.
   const auto text = [](int nuls) {
     std::string s(100, 'a');
@@ -188,27 +185,23 @@ TEST_F(FileTypeChkTest, RemembersTheLastSurveyUntilTheFileChanges) {
   const auto stamp = dir_.Write("stamp", "");
   ASSERT_EQ(CopyFileTimes(file, stamp), 0);
   const SurveySettings settings{10000, 3, kPermissiveFull};
-  ASSERT_EQ(Check(file, settings), 0);
-  EXPECT_EQ(flags_, 0x0110);
-  EXPECT_EQ(sink_.pumps, 1);
+  const auto expect = [&](const SurveySettings& with, std::uint16_t flags, int pumps) {
+    ASSERT_EQ(Check(file, with), 0);
+    EXPECT_EQ(flags_, flags);
+    EXPECT_EQ(sink_.pumps, pumps);
+  };
+  expect(settings, 0x0110, 1);
   // Same length and time: answered from memory, even though the bytes differ.
   dir_.Write("f.txt", "abc\nxyz\n");
   ASSERT_EQ(CopyFileTimes(stamp, file), 0);
-  ASSERT_EQ(Check(file, settings), 0);
-  EXPECT_EQ(flags_, 0x0110);
-  EXPECT_EQ(sink_.pumps, 1);
+  expect(settings, 0x0110, 1);
   // Other settings, then another time: surveyed again.
-  ASSERT_EQ(Check(file, {10000, 3, kStrictLight}), 0);
-  EXPECT_EQ(flags_, 0x0140);
-  EXPECT_EQ(sink_.pumps, 2);
+  expect({10000, 3, kStrictLight}, 0x0140, 2);
   const timespec later[2] = {{1, 0}, {2000000000, 0}};
   ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), later, 0), 0);
-  ASSERT_EQ(Check(file, settings), 0);
-  EXPECT_EQ(flags_, 0x0140);
-  EXPECT_EQ(sink_.pumps, 3);
+  expect(settings, 0x0140, 3);
   survey_.Forget();
-  ASSERT_EQ(Check(file, settings), 0);
-  EXPECT_EQ(sink_.pumps, 4);
+  expect(settings, 0x0140, 4);
 }
 
 }  // namespace

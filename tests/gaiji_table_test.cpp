@@ -1,5 +1,4 @@
-// The gaiji table: reading user files (bad ones never fail), searching, and
-// the shipped table for Macintosh files.
+// The gaiji table: user files (bad ones never fail), searching, the shipped Mac table.
 
 #include "convert/gaiji_table.h"
 
@@ -33,7 +32,6 @@ Entries EntriesOf(const GaijiTable& t) {
   return e;
 }
 
-// Loads `bytes` as a table file into `t`; returns the count LoadGaijiTable gives.
 std::size_t Load(GaijiTable& t, const std::string& bytes) {
   return t.LoadGaijiTable(testing::ScratchDir().Write("GaiTbl.txt", bytes));
 }
@@ -44,7 +42,7 @@ std::string Replacement(const GaijiTable& t, std::uint8_t a, std::uint8_t b) {
   return std::string(out + 3, out + 3 + n);
 }
 
-TEST(GaijiTable, MissingOrEmptyFileLeavesTheDefault) {
+TEST(GaijiTable, MissingOrEmptyFileLeavesTheDefaultAndReloadStartsAfresh) {
   GaijiTable t;
   EXPECT_EQ(Replacement(t, 0x87, 0x40), kGeta);
   for (const std::string& path : {""s, ::testing::TempDir() + "no_such_gaiji.txt", ::testing::TempDir()}) {
@@ -53,15 +51,16 @@ TEST(GaijiTable, MissingOrEmptyFileLeavesTheDefault) {
   EXPECT_EQ(Load(t, ""), 0u);
   EXPECT_EQ(t.Records().size(), 1u);
   EXPECT_EQ(Replacement(t, 0x87, 0x40), kGeta);
+  Load(t, "Default=x\r\nPunct=;\r\nCode=JIS\r\n2D21;a\r\n");
+  EXPECT_EQ(Load(t, "2D21,b\r\n"), 1u);
+  EXPECT_EQ(EntriesOf(t), (Entries{{0x2D21, "b"}}));  // Shift JIS and "," again
+  EXPECT_EQ(t.Records()[0].replacement, kGeta);
+  t.LoadGaijiTable("");
+  EXPECT_EQ(t.Records().size(), 1u);
 }
 
 TEST(GaijiTable, ReadsKeyWordsCommentsAndDataLines) {
-  struct {
-    const char* name;
-    std::string file;
-    Entries entries;
-    std::string fallback = kGeta;  // record 0 afterwards
-  } const cases[] = {
+  struct { const char* name; std::string file; Entries entries; std::string fallback = kGeta; } const cases[] = {
       {"no final line end, lower-case hex", "874a,x", {{0x874A, "x"}}},
       {"sorted by code", "8741,b\r\n8540,a\r\nEB40,c\r\n8740,\r\n",
        {{0x8540, "a"}, {0x8740, ""}, {0x8741, "b"}, {0xEB40, "c"}}},
@@ -120,16 +119,6 @@ TEST(GaijiTable, SearchFindsTheFirstOfTwoLinesForOneCode) {
   EXPECT_EQ(t.GaijiSet(99, out, 0), 1u);  // out of range: the default
   EXPECT_EQ(t.LongestReplacement(), 6u);
   EXPECT_EQ(GaijiTable().LongestReplacement(), 2u);
-}
-
-TEST(GaijiTable, ReloadStartsAfresh) {
-  GaijiTable t;
-  Load(t, "Default=x\r\nPunct=;\r\nCode=JIS\r\n2D21;a\r\n");
-  EXPECT_EQ(Load(t, "2D21,b\r\n"), 1u);
-  EXPECT_EQ(EntriesOf(t), (Entries{{0x2D21, "b"}}));  // Shift JIS and "," again
-  EXPECT_EQ(t.Records()[0].replacement, kGeta);
-  t.LoadGaijiTable("");
-  EXPECT_EQ(t.Records().size(), 1u);
 }
 
 // The shipped table for Macintosh files: CP932 with CR LF, a comment first,

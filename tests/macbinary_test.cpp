@@ -50,18 +50,12 @@ TEST(ParseMacBinaryHeader, ReadsValidHeaders) {
 }
 
 TEST(ParseMacBinaryHeader, RefusesWhatIsNotAHeader) {
-  struct {
-    const char* name;
-    std::size_t offset;  // byte to overwrite in an otherwise valid header
-    std::uint8_t value;
-    std::int64_t fileLength;
-  } const rows[] = {
+  // Each row overwrites one byte of a valid header.
+  struct { const char* name; std::size_t offset; std::uint8_t value; std::int64_t fileLength; } const rows[] = {
       {"version byte 1", 0, 1, 200}, {"name length 0", 1, 0, 200}, {"name length 32", 1, 32, 200},
-      {"name length 63", 1, 63, 200}, {"type byte below blank", 65, 0x1F, 200},
-      {"type byte DEL", 68, 0x7F, 200}, {"creator byte 0 (unset creator)", 72, 0x00, 200},
-      {"creator byte above 0x7E", 69, 0x80, 200},
-      {"data fork longer than the file", 86, 73, 200},  // 128 + 73 > 200
-      {"file shorter than a header", 1, 1, 127},
+      {"name length 63", 1, 63, 200}, {"type byte below blank", 65, 0x1F, 200}, {"type byte DEL", 68, 0x7F, 200},
+      {"creator byte 0 (unset creator)", 72, 0x00, 200}, {"creator byte above 0x7E", 69, 0x80, 200},
+      {"data fork longer than the file", 86, 73, 200}, {"file shorter than a header", 1, 1, 127},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);

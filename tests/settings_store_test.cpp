@@ -1,5 +1,4 @@
-// The settings store: first run, save and load, upgrade rules, the suffix
-// table it saves, two programs sharing one store, and the config folder.
+// The settings store, the suffix table it saves, and the config folder.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

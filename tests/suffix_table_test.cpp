@@ -1,5 +1,4 @@
-// The suffix table: its file SfxTbl.txt, pattern matching and ranking, the
-// editor's rules, and the output names FileNameRec makes from it.
+// The suffix table, its patterns, the editor's rules, and FileNameRec.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -72,12 +72,8 @@ TEST_F(SurveyReportTest, OneFile) {
   cut.resize(20000);
   const std::string hint = "abc\x01" "def\r\n" + std::string(100, 'x');
   const std::string sjisLine = "\x93\xfa\x96\x7b\x8c\xea\x82\xcc\x83\x65\x83\x4c\x83\x58\x83\x67\r\n";
-  struct {
-    const char* name;
-    std::string bytes;
-    ReportSettings settings;
-    std::string body;  // after the heading and the dates
-  } const cases[] = {
+  // body: the report after the heading and the dates.
+  struct { const char* name; std::string bytes; ReportSettings settings; std::string body; } const cases[] = {
       {"sjis.txt", sjisLine + sjisLine + sjisLine + "end\r\n", {10000, 3, 12, 117},
        Lines({kPlain, "サイズ  :59 Byte", "", kText,
               "改行コードはDOS/Windows形式で、コード体系はシフトJISです。"})},
@@ -97,8 +93,7 @@ TEST_F(SurveyReportTest, OneFile) {
        testing::MacBinaryHeaderBytes({"\x95\x5c\x8e\xa6.txt", "TEXT", "ttxt", 8, 20, 3134883900u, 0x80000000u}) +
            "abc\r\nxyz" + std::string(20, '\0'),
        {10000, 3, 12, 117},
-       Lines({kPlain, "サイズ  :156 Byte", "", kText,
-              kAscii, "",
+       Lines({kPlain, "サイズ  :156 Byte", "", kText, kAscii, "",
               "このファイルにはMacBinaryが付加されています。", "以下は Macintosh での情報です。",
               "作成日時          :2003/05/04(日) 09:05:00", "更新日時          :1972/01/19(水) 03:14:08",
               "データフォーク    :8 Byte", "リソースフォーク  :20 Byte", "ファイルタイプ    :[TEXT]",

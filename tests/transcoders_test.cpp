@@ -1,5 +1,4 @@
-// The run copiers: each gaiji mode on byte tables, the whole JIS X 0208 table
-// against iconv, and the wide paths of long runs wherever they start or stop.
+// The run copiers: gaiji modes, the whole JIS X 0208 table against iconv, long runs.
 
 #include "convert/transcoders.h"
 
@@ -169,7 +168,6 @@ TEST(JisTable, EveryCharacterAloneAndInOneRunGivesIconvsBytes) {
   }
 }
 
-// Cells from..to of `cells` in one code, and their Shift JIS.
 std::pair<std::string, std::string> Join(const std::vector<Cell>& cells, int code, std::size_t from, std::size_t to) {
   std::pair<std::string, std::string> s;
   for (std::size_t k = from; k < to; ++k) {

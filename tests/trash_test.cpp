@@ -1,5 +1,4 @@
-// Deleting into the freedesktop.org trash, with HOME in a temporary folder so
-// the user's own trash is never touched.
+// The freedesktop.org trash, with HOME in a temporary folder.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,9 +1,5 @@
-// The options dialogs and the gaiji dialog: what they show reaches
-// ConversionSettings on OK, bits they do not own survive, bad values are
-// refused with their messages, and Cancel changes nothing. Also the report
-// window's saved bytes.
+// The options, gaiji and report dialogs: OK stores, bad values refused, Cancel changes nothing.
 
-// ferrox
 #include "convert/gaiji_table.h"
 #include "gui_test_support.h"
 #include "helpers/scratch_dir.h"
@@ -12,7 +8,6 @@
 #include "ui/setup2_dialog.h"
 #include "ui/setup_dialog.h"
 
-// Qt
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QPushButton>
@@ -24,12 +19,8 @@ using namespace ferrox;
 using namespace ferrox::ui;
 
 namespace {
-
 template <typename T>
-T* Find(QWidget& w, const char* name) {
-  return w.findChild<T*>(name);
-}
-
+T* Find(QWidget& w, const char* name) { return w.findChild<T*>(name); }
 }  // namespace
 
 class DialogsTest : public QObject {

@@ -1,12 +1,9 @@
-// The main window end to end: proposals for a new input, a conversion from
-// the window, the close button in the middle of a run, and automatic mode
-// with the command line's files.
+// The main window end to end.
 
 #include <algorithm>
 #include <filesystem>
 #include <set>
 
-// ferrox
 #include "app/entry_list.h"
 #include "app/settings_store.h"
 #include "gui_test_support.h"
@@ -14,7 +11,6 @@
 #include "helpers/scratch_dir.h"
 #include "ui/main_window.h"
 
-// Qt
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QDir>

@@ -1,15 +1,12 @@
-// The suffix table editor: list operations on its copy, OK and Cancel, and the
-// edit dialog's checks with their messages.
+// The suffix table editor and its edit dialog.
 
 #include <optional>
 
-// ferrox
 #include "gui_test_support.h"
 #include "suffix/suffix_edit_rules.h"
 #include "ui/suffix_edit_dialog.h"
 #include "ui/suffix_set_dialog.h"
 
-// Qt
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>

@@ -13,11 +13,7 @@
 
 namespace ferrox::testing {
 
-struct CliResult {
-  int status = -1;  // exit status, or 128 + signal number
-  std::string out;
-  std::string err;
-};
+struct CliResult { int status = -1; std::string out, err; };  // status: exit status, or 128 + signal number
 
 struct CliCall {
   std::vector<std::string> args;                         // after the program name
@@ -27,11 +23,7 @@ struct CliCall {
 };
 
 // A started ferrox; stdout and stderr go to files in the test's root.
-struct CliProcess {
-  pid_t pid = -1;
-  std::string outFile;
-  std::string errFile;
-};
+struct CliProcess { pid_t pid = -1; std::string outFile, errFile; };
 
 class CliTest : public ::testing::Test {
  protected:
