@@ -56,6 +56,10 @@ struct Sandbox {
 QLineEdit* Box(QWidget& w, const char* name) { return w.findChild<QLineEdit*>(name); }
 QString OutText(QWidget& w) { return Box(w, "txtOutFile")->text(); }
 QCheckBox* Check(QWidget& w, const char* name) { return w.findChild<QCheckBox*>(name); }
+void SetPaths(MainWindow& w, const std::string& in, const std::string& out) {
+  w.SetInFileText(in);
+  Box(w, "txtOutFile")->setText(QString::fromStdString(out));
+}
 
 // Presses the close button once a run passes `closeAt` percent, as a user would,
 // and records the percents shown and how long the close request waited.
@@ -135,8 +139,7 @@ class MainWindowTest : public QObject {
     test::ScriptedMessages boxes;
     MainWindow w(box.store, {});
     w.show();
-    w.SetInFileText(in);
-    Box(w, "txtOutFile")->setText(QString::fromStdString(out));
+    SetPaths(w, in, out);
     w.findChild<QPushButton*>("comFerrox")->click();
     QVERIFY2(boxes.texts.isEmpty(), qPrintable(boxes.texts.join('\n')));
     QCOMPARE(ReadAll(out), kSjisText);
@@ -158,8 +161,7 @@ class MainWindowTest : public QObject {
     ClosingWindow w(box.store, {});
     QSignalSpy closed(&w, &MainWindow::closed);
     w.show();
-    w.SetInFileText(in);
-    Box(w, "txtOutFile")->setText(QString::fromStdString(out));
+    SetPaths(w, in, out);
     w.comFerrox_Click();
     QCOMPARE(boxes.texts, QStringList{QStringLiteral("変換作業中ですが中断しますか？")});
     QCOMPARE(boxes.kinds.front(), MsgKind::Question);
@@ -185,8 +187,7 @@ class MainWindowTest : public QObject {
     w.closeAt = 50;
     QSignalSpy closed(&w, &MainWindow::closed);
     w.show();
-    w.SetInFileText(in);
-    Box(w, "txtOutFile")->setText(QString::fromStdString(out));
+    SetPaths(w, in, out);
     // A 5 ms timer stands for the user: the longest gap between two ticks is the longest time without an answer.
     QElapsedTimer clock;
     qint64 last = 0, longestGap = 0;
