@@ -20,16 +20,10 @@ namespace ct = char_type;
 
 constexpr bool IsPrintable(std::uint8_t b) noexcept { return b >= 0x20 && b <= 0x7E; }
 
-// GetCharType without the call for the bytes below 0x80 that need at most
-// one byte of look-ahead.
+// GetCharType compiled into the converter's loop.
 inline std::uint16_t TypeAt(const std::uint8_t* p, bool gaijiAsChar) noexcept {
-  const std::uint8_t b = p[0];
-  if (b < 0x80) {
-    const std::uint16_t t = ct::kLowTypes[b];
-    if (t != ct::kLookAhead) return t;
-    if (b == 0x0D) return p[1] == 0x0A ? ct::kCrLf : ct::kCr;
-  }
-  return GetCharType(b, p[1], p[2], gaijiAsChar);
+  return gaijiAsChar ? ct::detail::CharType<true>(p[0], p[1], p[2])
+                     : ct::detail::CharType<false>(p[0], p[1], p[2]);
 }
 
 // The first index from i on (at most end + 1) that holds no junk byte below

@@ -154,6 +154,7 @@ inline void Sse2Pairs(const std::uint8_t* in, BufIndex& k, BufIndex end,
   while (k + 14 <= end) {
     const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + k));
     const unsigned breaks = kConvert ? JisBreaks<kCode>(v) : SjisBreaks(v);
+    if ((breaks & 3U) != 0) return;  // not even one pair: nothing to convert
     _mm_storeu_si128(reinterpret_cast<__m128i*>(q), kConvert ? JisPairsToSjis(v) : v);
     if (breaks != 0) {
       const BufIndex good = GoodPrefix(breaks);
@@ -172,6 +173,7 @@ template <PairCode kCode, bool kConvert>
   while (k + 30 <= end) {
     const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + k));
     const unsigned breaks = kConvert ? JisBreaks<kCode>(v) : SjisBreaks(v);
+    if ((breaks & 3U) != 0) return;
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(q), kConvert ? JisPairsToSjis(v) : v);
     if (breaks != 0) {
       const BufIndex good = GoodPrefix(breaks);

@@ -132,7 +132,7 @@ RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q
                const GaijiTable* table, SimdLevel level) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kSjisStrictSteps : kSjisLooseSteps;
   while (k <= end) {
-    pair_scan::CopyStandardSjisPairs(in, k, end, q, level);
+    if (in[k] >= 0x81) pair_scan::CopyStandardSjisPairs(in, k, end, q, level);
     if (k > end) break;
     const std::uint8_t b = in[k];
     const Step s = steps[b];
@@ -170,7 +170,7 @@ RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
               const GaijiTable* table, SimdLevel level) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kEucStrictSteps : kEucLooseSteps;
   while (k <= end) {
-    pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q, level);
+    if (in[k] >= 0xA1) pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q, level);
     if (k > end) break;
     const std::uint8_t b = in[k];
     const Step s = steps[b];
