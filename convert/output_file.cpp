@@ -28,7 +28,7 @@ bool WriteAll(int fd, const void* data, std::size_t size) {
 }
 
 OutputFile::OutputFile(std::size_t flushAt, std::size_t largestBlock)
-    : flushAt_(flushAt), buf_(flushAt + largestBlock) {}
+    : flushAt_(flushAt), capacity_(flushAt + largestBlock), buf_(new std::uint8_t[capacity_]) {}
 
 OutputFile::~OutputFile() { Discard(); }
 
@@ -41,8 +41,8 @@ bool OutputFile::Create(const std::string& path, bool sparse) {
 }
 
 std::uint8_t* OutputFile::Space(std::size_t size) {
-  if (used_ + size > buf_.size() && !Flush()) return nullptr;
-  return buf_.data() + used_;
+  if (used_ + size > capacity_ && !Flush()) return nullptr;
+  return buf_.get() + used_;
 }
 
 bool OutputFile::Append(const std::uint8_t* data, std::size_t size) {
@@ -81,7 +81,7 @@ bool AllZero(const std::uint8_t* p, std::size_t n) noexcept {
 }  // namespace
 
 bool OutputFile::Flush() {
-  const std::uint8_t* p = buf_.data();
+  const std::uint8_t* p = buf_.get();
   std::size_t n = used_;
   used_ = 0;
   if (!sparse_) return Write(p, n);

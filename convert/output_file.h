@@ -4,8 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace ferrox {
 
@@ -49,7 +49,8 @@ class OutputFile {
   bool holeAtEnd_ = false;
   std::int64_t size_ = 0;  // bytes (and holes) written so far
   std::size_t flushAt_;
-  std::vector<std::uint8_t> buf_;
+  std::size_t capacity_;                 // bytes in buf_
+  std::unique_ptr<std::uint8_t[]> buf_;  // left uninitialised: only what was put in is written
   std::size_t used_ = 0;
 };
 
