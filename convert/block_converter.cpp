@@ -147,10 +147,6 @@ std::uint16_t BlockSettings::BaseState() const noexcept {
   return (typeFlags & survey::kEuc) != 0 ? code_state::kEuc : code_state::kSjis;
 }
 
-std::uint16_t QuickCharType(const std::uint8_t* b, bool gaijiAsChar) noexcept {
-  return TypeAt(b, gaijiAsChar);
-}
-
 BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                        const BlockSettings& settings, BufIndex& carry,
                        std::uint16_t& codeState) noexcept {
