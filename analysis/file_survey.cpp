@@ -297,6 +297,15 @@ int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& setti
   if (path[first] == '"') {
     return survey_result::kQuoted;
   }
+  return SurveyFile(path, settings, sink, info, flags);
+}
+
+int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+                           MacBinaryInfo& info, std::uint16_t& flags) {
+  namespace fs = std::filesystem;
+  if (!NamesAbsolutePath(path)) {
+    return survey_result::kUnreadable;
+  }
   std::error_code ec;
   const fs::path p(path);
   const fs::file_status status = fs::status(p, ec);

@@ -87,6 +87,11 @@ class FileSurvey {
   [[nodiscard]] int FileTypeChk(const std::string& path, const SurveySettings& settings,
                                 ProgressSink& sink, MacBinaryInfo& info, std::uint16_t& flags);
 
+  // The same for a path that is a file's name as it stands, never a pattern
+  // or a list: "*", "?" and quotes are characters of the name.
+  [[nodiscard]] int SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+                               MacBinaryInfo& info, std::uint16_t& flags);
+
   // Drops the remembered survey.
   void Forget() noexcept { valid_ = false; }
 

@@ -241,7 +241,7 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
   MacBinaryInfo info;
   std::uint16_t typeWord = 0;
-  const int kind = survey.FileTypeChk(inPath, surveySettings, window, info, typeWord);
+  const int kind = survey.SurveyFile(inPath, surveySettings, window, info, typeWord);
   if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
 
   std::int64_t dataStart = 0;
@@ -307,9 +307,9 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   if (::stat(outFolder.c_str(), &folderStat) != 0 || ::fstat(work.get(), &workStat) != 0) return result::kFailed;
   if (folderStat.st_dev != workStat.st_dev && !stageBesideOutput()) return result::kOutputFailed;
 
-  // Flushed, dated and given its permissions through the descriptor before the
-  // rename, so the output appears complete in one step and nobody can swap
-  // the name for a link to something else in between.
+  // Flushed and dated before the rename; the input's permission bits come
+  // after it, through the descriptor, so what a crash leaves is private and
+  // nobody can swap the name for a link to something else in between.
   const auto seal = [&](int fd) {
     if (::fsync(fd) != 0) return false;
     if (macTimes) {
@@ -318,7 +318,7 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
       const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
       (void)::futimens(fd, times);
     }
-    return ::fchmod(fd, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) == 0;
+    return true;
   };
   if (!seal(copy.get() >= 0 ? copy.get() : work.get())) return result::kFailed;
 
@@ -330,6 +330,14 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
     }
   }
   cleanup.Release(staged);
+  const int placed = copy.get() >= 0 ? copy.get() : work.get();
+  // The rename has put this very file in place (the descriptor says which).
+  struct stat now {};
+  struct stat held {};
+  if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
+      ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+    return result::kOutputFailed;
+  }
 
   // Only an input that nobody changed since it was read may go: data added
   // during the run would be lost with it.
