@@ -178,15 +178,16 @@ int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
 // conversion would overwrite what the earlier one made or read.
 int ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
                                      const std::vector<std::string>& outputs) {
-  std::map<std::string, std::size_t> inputAt;
+  std::multimap<std::string, std::size_t> inputAt;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     if (!HasWildcard(inputs[i])) inputAt.emplace(FileKey(inputs[i]), i);
   }
   std::set<std::string> seen;
   for (std::size_t i = 0; i < outputs.size(); ++i) {
     const std::string key = FileKey(outputs[i]);
-    const auto input = inputAt.find(key);
-    if (!seen.insert(key).second || (input != inputAt.end() && input->second != i)) {
+    const auto [first, last] = inputAt.equal_range(key);
+    const bool othersInput = std::any_of(first, last, [i](const auto& entry) { return entry.second != i; });
+    if (!seen.insert(key).second || othersInput) {
       window_.Message("出力ﾌｧｲﾙ [" + outputs[i] + "] が不正です");
       return result::kOutputSide;
     }

@@ -191,8 +191,9 @@ bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uin
 
   if ((fileMode & file_mode::kBackup) != 0) {
     const std::string backup = GetNameWithoutExtension(outPath) + ".bak";
-    // An output that is itself named .bak cannot keep a backup of itself.
-    if (backup == outPath) return false;
+    // An output that is itself named .bak cannot keep a backup of itself;
+    // converted in place, the original goes to the trash instead.
+    if (backup == outPath) return SameInode(old, input) && TrashAndReplace(staged, outPath);
     struct stat bak {};
     if (::lstat(backup.c_str(), &bak) != 0) {
       return errno == ENOENT && BackupAndReplace(staged, outPath, backup);
@@ -290,47 +291,31 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   }
 
   // The new data must lie in the output's folder before the old output is
-  // touched: a rename never crosses file systems (nor bind mounts of one).
-  std::string staged = workFile;
+  // touched: a rename never crosses file systems (nor bind mounts of one). A
+  // second name does where it can, a private copy where it cannot.
+  const std::string staged = outFolder + "." + stem + ".tmp";
+  cleanup.Add(staged);
   Fd copy;
-  const auto stageBesideOutput = [&]() {
-    staged = outFolder + "." + stem + ".tmp";
-    cleanup.Add(staged);
+  if (::link(workFile.c_str(), staged.c_str()) != 0) {
     copy.Reset(CopyToNewFile(work.get(), staged));
-    if (copy.get() < 0) return false;
-    ::unlink(workFile.c_str());
-    cleanup.Release(workFile);
-    return true;
-  };
-  struct stat folderStat {};
-  struct stat workStat {};
-  if (::stat(outFolder.c_str(), &folderStat) != 0 || ::fstat(work.get(), &workStat) != 0) return result::kFailed;
-  if (folderStat.st_dev != workStat.st_dev && !stageBesideOutput()) return result::kOutputFailed;
+    if (copy.get() < 0) return result::kOutputFailed;
+  }
+  ::unlink(workFile.c_str());
+  cleanup.Release(workFile);
+  const int placed = copy.get() >= 0 ? copy.get() : work.get();
 
   // Flushed and dated before the rename; the input's permission bits come
   // after it, through the descriptor, so what a crash leaves is private and
   // nobody can swap the name for a link to something else in between.
-  const auto seal = [&](int fd) {
-    if (::fsync(fd) != 0) return false;
-    if (macTimes) {
-      (void)SetFileTimes(fd, *macTimes);
-    } else {
-      const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
-      (void)::futimens(fd, times);
-    }
-    return true;
-  };
-  if (!seal(copy.get() >= 0 ? copy.get() : work.get())) return result::kFailed;
-
-  if (!PlaceOutput(staged, outPath, settings.FileMode, inStat)) {
-    // The same device number, yet another mount: copied beside the output.
-    if (errno != EXDEV || staged != workFile) return result::kOutputFailed;
-    if (!stageBesideOutput() || !seal(copy.get()) || !PlaceOutput(staged, outPath, settings.FileMode, inStat)) {
-      return result::kOutputFailed;
-    }
+  if (::fsync(placed) != 0) return result::kFailed;
+  if (macTimes) {
+    (void)SetFileTimes(placed, *macTimes);
+  } else {
+    const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
+    (void)::futimens(placed, times);
   }
+  if (!PlaceOutput(staged, outPath, settings.FileMode, inStat)) return result::kOutputFailed;
   cleanup.Release(staged);
-  const int placed = copy.get() >= 0 ? copy.get() : work.get();
   // The rename has put this very file in place (the descriptor says which).
   struct stat now {};
   struct stat held {};

@@ -65,11 +65,12 @@ void CliWindow::SetInFileText(const std::string& text) {
 // survey of a single file, always, as FileMode bit 2 describes.
 void CliWindow::ProposeCheckBoxesFor(const std::string& text) {
   if (!pinText_ || !pinCut_) {
-    if (!text.empty() && !HasWildcard(text) && text.front() != '"' && IsFile(text)) {
+    // A name the run walks to is a name even with "*" or "?" in it.
+    if (!text.empty() && text.front() != '"' && IsFile(text)) {
       const SurveySettings survey{settings_.ChkSize, settings_.BinRate, settings_.ConvMode};
       MacBinaryInfo info;
       std::uint16_t flags = 0;
-      const int kind = survey_.FileTypeChk(text, survey, *this, info, flags);
+      const int kind = survey_.SurveyFile(text, survey, *this, info, flags);
       if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
         boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
                                    settings_.FileMode | file_mode::kBatch, boxes_);
