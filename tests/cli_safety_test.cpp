@@ -425,6 +425,29 @@ TEST_F(CliSafetyCases, CrashLeftoversAreSweptAndNeverInputs) {
   EXPECT_TRUE(Holds(ContentsUnder(Path(".home")), "held old output"));
 }
 
+// A cancel that comes while a file is being put in place lets that file
+// finish; the run stops after it, and 130 says the next file is untouched.
+TEST_F(CliSafetyCases, CancelWhileAnOutputIsPutInPlaceFinishesThatFile) {
+  Write("a.txt", Encode(Lines(2), "EUC-JP"));
+  Write("b.txt", Encode(Lines(3), "EUC-JP"));
+  for (const char* fileMode : {"117", "372", "244"}) {  // backup, replace and delete the input, trash
+    for (const auto& [inputs, outputs, status] : {std::tuple{"a.txt", "oa.txt", 0},
+                                                  {"\"a.txt\",\"b.txt\"", "\"oa.txt\",\"ob.txt\"", 130}}) {
+      Write("a.txt", Encode(Lines(2), "EUC-JP"));
+      Write("oa.txt", "old");
+      fs::remove(Path("ob.txt"));
+      const CliResult r = Run(CliCall{{"convert", "--file-mode", fileMode, inputs, outputs}, {}, 
+                                      {{"LD_PRELOAD", FERROX_FAULT_SHIM}, {"FERROX_FAULT_CALL", "rename"},
+                                       {"FERROX_FAULT_NTH", "1"}, {"FERROX_FAULT_KILL", std::to_string(SIGINT)}}, {}});
+      EXPECT_EQ(r.status, status) << fileMode << " " << inputs << ": " << r.err;
+      EXPECT_EQ(Read("oa.txt"), Converted(2)) << fileMode;
+      EXPECT_EQ(Read("b.txt"), Encode(Lines(3), "EUC-JP"));
+      EXPECT_FALSE(Exists("ob.txt"));
+      EXPECT_TRUE(WorkFilesLeft(root_).empty());
+    }
+  }
+}
+
 TEST_F(CliSafetyCases, DeleteInputKeepsAnInputThatGrewDuringTheRun) {
   Write("in.txt", Encode(Lines(400000), "EUC-JP"));
   std::ofstream grow(Path("in.txt"), std::ios::app | std::ios::binary);

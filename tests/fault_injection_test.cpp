@@ -120,7 +120,7 @@ class FaultInjection : public CliTest {
         faulty.env.emplace_back("FERROX_FAULT_CALL", family);
         faulty.env.emplace_back("FERROX_FAULT_NTH", std::to_string(nth));
         faulty.env.emplace_back("FERROX_FAULT_ERRNO", s.error);
-        if (s.kill) faulty.env.emplace_back("FERROX_FAULT_KILL", "1");
+        if (s.kill) faulty.env.emplace_back("FERROX_FAULT_KILL", std::to_string(SIGKILL));
         const CliResult r = Run(faulty);
         const std::string where = std::string(s.name) + " " + family + " #" + std::to_string(nth);
 

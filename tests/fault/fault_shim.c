@@ -4,8 +4,8 @@
  *   FERROX_FAULT_NTH    fail the Nth call of that family (1-based); 0 = never
  *   FERROX_FAULT_ERRNO  ENOSPC (default), EIO, EACCES or EXDEV
  *   FERROX_FAULT_COUNT  if set, a file to which the call counts are written at exit
- *   FERROX_FAULT_KILL   if set, the process kills itself (SIGKILL) just before
- *                       that call instead of failing it
+ *   FERROX_FAULT_KILL   a signal number: the process sends it to itself just
+ *                       before that call instead of failing it (9: kill -9)
  * Only writes to regular files count, so messages on stderr never fail.
  * "open" counts opens that create or truncate a file. */
 #define _GNU_SOURCE
@@ -30,7 +30,7 @@ static int target = -1;
 static long nth;
 static int fail_errno = ENOSPC;
 static int ready;
-static int kill_instead;
+static int kill_signal;
 
 static void report(void) {
   const char *path = getenv("FERROX_FAULT_COUNT");
@@ -53,7 +53,7 @@ static void setup(void) {
   if (e && strcmp(e, "EIO") == 0) fail_errno = EIO;
   if (e && strcmp(e, "EACCES") == 0) fail_errno = EACCES;
   if (e && strcmp(e, "EXDEV") == 0) fail_errno = EXDEV;
-  kill_instead = getenv("FERROX_FAULT_KILL") != NULL;
+  kill_signal = getenv("FERROX_FAULT_KILL") ? atoi(getenv("FERROX_FAULT_KILL")) : 0;
   if (getenv("FERROX_FAULT_COUNT")) atexit(report);
 }
 
@@ -62,7 +62,10 @@ static int hit(enum family f) {
   setup();
   ++counts[f];
   const int now = (int)f == target && nth > 0 && counts[f] == nth;
-  if (now && kill_instead) kill(getpid(), SIGKILL);
+  if (now && kill_signal > 0) {
+    kill(getpid(), kill_signal);
+    return 0;  /* a signal that does not end the program: the call goes on */
+  }
   return now;
 }
 
