@@ -115,6 +115,8 @@ class FaultInjection : public CliTest {
         const std::string dir = "run" + std::to_string(++run);
         if (!s.inPlace) Write(dir + "/in.txt", input);
         Write(dir + "/out.txt", old);
+        // As in the counted run, an earlier backup is there to go to the trash.
+        if (s.fileMode == std::string("1")) Write(dir + "/out.bak", "older backup");
         CliCall faulty = call(dir);
         faulty.env.emplace_back("LD_PRELOAD", FERROX_FAULT_SHIM);
         faulty.env.emplace_back("FERROX_FAULT_CALL", family);
