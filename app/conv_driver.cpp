@@ -15,6 +15,7 @@
 #include "app/entry_list.h"
 #include "app/folder_listing.h"
 #include "app/path_helpers.h"
+#include "app/work_files.h"
 #include "convert/result_code.h"
 
 namespace ferrox {
@@ -74,6 +75,7 @@ int ConvDriver::Ferrox_Click_Etc(bool restore) {
   }
 
   window_.SetConvBusy(true);
+  ForgetSweptFolders();  // each run looks for what crashed runs left
   const std::uint16_t savedFileMode = settings_.FileMode;
   const std::uint16_t savedExecMode = settings_.ExecMode;
   if (entryMode_ != entry_mode::kOneFile) {

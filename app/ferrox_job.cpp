@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
-#include <set>
 #include <vector>
 
 #include "analysis/file_survey.h"
@@ -211,12 +210,6 @@ bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uin
   return ::rename(staged.c_str(), outPath.c_str()) == 0;
 }
 
-// Sweeps each folder for the work files of dead runs once per run.
-void SweepOnce(const std::string& folder) {
-  static std::set<std::string> swept;
-  if (swept.insert(folder).second) SweepDeadWorkFiles(folder);
-}
-
 }  // namespace
 
 int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
@@ -269,8 +262,8 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
 
   const std::string workFolder = WorkFolder();
   const std::string outFolder = FolderOf(outPath);
-  SweepOnce(workFolder);
-  SweepOnce(outFolder);
+  SweepDeadWorkFilesOnce(workFolder);
+  SweepDeadWorkFilesOnce(outFolder);
   const std::string stem = NextWorkStem();
   const std::string workFile = workFolder + stem + ".tmp";
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -219,5 +220,18 @@ void SweepDeadWorkFiles(const std::string& folder) {
   // Locks last, once the files they guarded are gone.
   for (const auto& lock : locks) RemoveLockIfDead(lock);
 }
+
+namespace {
+std::set<std::string>& SweptFolders() {
+  static std::set<std::string> swept;
+  return swept;
+}
+}  // namespace
+
+void SweepDeadWorkFilesOnce(const std::string& folder) {
+  if (SweptFolders().insert(folder).second) SweepDeadWorkFiles(folder);
+}
+
+void ForgetSweptFolders() { SweptFolders().clear(); }
 
 }  // namespace ferrox

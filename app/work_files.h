@@ -37,4 +37,8 @@ enum class WorkName { kNone, kLock, kWorkFile, kStaged, kHolding };
 // folders go to the trash with what they hold.
 void SweepDeadWorkFiles(const std::string& folder);
 
+// SweepDeadWorkFiles once per folder until ForgetSweptFolders (a new run).
+void SweepDeadWorkFilesOnce(const std::string& folder);
+void ForgetSweptFolders();
+
 }  // namespace ferrox
