@@ -44,10 +44,10 @@ echo
 echo "Whole command into Shift JIS CR LF, best of $runs runs; x peer = peer time / ferrox time;"
 echo "x floor = ferrox time / time of dd conv=fsync (1.0 is the copy floor)."
 printf '%-22s %6s %8s %7s %7s %7s %8s %7s\n' input MB 'MB/s' 'x nkf' 'x iconv' 'x floor' 'RSS KiB' 'instr/B'
-for spec in real_euc_lf:EUC-JP:expected_real real_jis_lf:ISO-2022-JP:expected_real \
+for item in real_euc_lf:EUC-JP:expected_real real_jis_lf:ISO-2022-JP:expected_real \
             real_sjis_cr:CP932:expected_real euc_lf:EUC-JP:expected_euc_lf \
             jis_lf:ISO-2022-JP:expected_jis_lf sjis_cr:CP932:expected_sjis_cr; do
-  IFS=: read -r name code expected <<<"$spec"
+  IFS=: read -r name code expected <<<"$item"
   in=$work/$name.txt
   ns=$(best "$convert '$in' '$out'")
   cmp -s "$out" "$work/$expected.txt" || { echo "cli_speed: $name: output differs from $expected.txt" >&2; exit 1; }
