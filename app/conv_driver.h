@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "app/ferrox_job.h"
 
@@ -47,6 +48,19 @@ class ConvDriver {
   // The survey the window keeps, so the job does not read a surveyed file again.
   void SetSurvey(FileSurvey* survey) noexcept { survey_ = survey; }
 
+  // The input files a run of the two boxes would convert, in run order, found
+  // by the run's own walk without converting, creating or saying anything.
+  // Empty when the run would be refused before its first file.
+  [[nodiscard]] std::vector<std::string> PlannedInputs();
+
+  // What the last run did with its files, for the window's summary.
+  struct Tally {
+    int converted = 0;  // converted as text
+    int copied = 0;     // copied as they are (a MacBinary wrapper may be taken off)
+    int skipped = 0;    // nothing to do: no job flag for the file
+  };
+  [[nodiscard]] const Tally& LastRun() const noexcept { return tally_; }
+
   [[nodiscard]] std::uint16_t EntryMode() const noexcept { return entryMode_; }
   void SetEntryMode(std::uint16_t mode) noexcept { entryMode_ = mode; }
 
@@ -56,6 +70,7 @@ class ConvDriver {
   int Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
   int CheckPair(const std::string& input, const std::string& output);
   int ConvertPair(const std::string& input, const std::string& output);
+  bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
 
   ConvWindow& window_;
@@ -66,6 +81,8 @@ class ConvDriver {
   std::string singleIn_;   // the cleaned box texts of a one-pair run
   std::string singleOut_;
   std::string outputRoot_;  // output folder of the current walk; never walked as input
+  std::vector<std::string>* planned_ = nullptr;  // set while PlannedInputs walks
+  Tally tally_;
 };
 
 }  // namespace ferrox

@@ -2,11 +2,15 @@
 
 #include "ui/help_window.h"
 
+#include <algorithm>
+
 // ferrox
 #include "ui/message_box.h"
 
 // Qt
-#include <QCoreApplication>
+#include <QApplication>
+#include <QDialog>
+#include <QScreen>
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
@@ -53,9 +57,43 @@ void ShowHelp(QWidget* owner, const QString& topic) {
     return;
   }
   QPointer<HelpWindow>& window = TheHelpWindow();
-  if (!window) {
+  const bool fresh = !window;
+  if (fresh) {
     window = new HelpWindow();
     window->setAttribute(Qt::WA_DeleteOnClose);
+  }
+  // A modal dialog blocks every window outside itself, so while one is open
+  // the help becomes its child window; it is handed back to the application
+  // when the dialog closes, and stays open.
+  QWidget* modal = QApplication::activeModalWidget();
+  QWidget* wanted = modal != nullptr && modal != window.data() ? modal : nullptr;
+  if (window->parentWidget() != wanted) {
+    const QRect frame = window->geometry();
+    window->setParent(wanted, Qt::Window);
+    if (!fresh) window->setGeometry(frame);
+    if (auto* dialog = qobject_cast<QDialog*>(wanted)) {
+      QObject::connect(dialog, &QDialog::finished, window, [w = window.data()] {
+        if (!w->isVisible()) return;
+        const QRect kept = w->geometry();
+        w->setParent(nullptr, Qt::Window);
+        w->setGeometry(kept);
+        w->show();
+      }, Qt::SingleShotConnection);
+    }
+  }
+  if (fresh) {
+    // Beside the window that asked, not in a corner of the screen.
+    const QWidget* anchor = owner != nullptr ? owner->window() : nullptr;
+    if (anchor != nullptr && anchor->isVisible()) {
+      QRect place(QPoint(), window->size());
+      place.moveCenter(anchor->frameGeometry().center() + QPoint(40, 40));
+      if (const QScreen* screen = anchor->screen()) {
+        const QRect area = screen->availableGeometry();
+        place.moveLeft(std::clamp(place.left(), area.left(), std::max(area.left(), area.right() - place.width())));
+        place.moveTop(std::clamp(place.top(), area.top(), std::max(area.top(), area.bottom() - place.height())));
+      }
+      window->move(place.topLeft());
+    }
   }
   window->ShowTopic(file, topic);
   window->show();

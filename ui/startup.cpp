@@ -38,17 +38,17 @@ QPoint VisiblePosition(const ConversionSettings& s, const QSize& size) {
 
 }  // namespace
 
-bool CheckJapaneseRuntime(QWidget* owner) {
-  if (cp932::Available()) return true;
+bool CheckJapaneseRuntime(QWidget* owner, bool available) {
+  if (available) return true;
   ShowMessage({owner, MsgKind::Critical, QApplication::applicationDisplayName() + QStringLiteral(" 起動エラー"),
-               QStringLiteral("必要な DLL ファイル VB5JP.DLL が見つかりませんでした。"), QMessageBox::Ok,
-               QMessageBox::Ok});
+               QStringLiteral("必要な CP932 の変換機能 (C ライブラリの iconv) が見つかりませんでした。"),
+               QMessageBox::Ok, QMessageBox::Ok});
   return false;
 }
 
 int RunFerroxGui(const QStringList& arguments) {
   QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
-  if (!CheckJapaneseRuntime(nullptr)) return 1;
+  if (!CheckJapaneseRuntime(nullptr, cp932::Available())) return 1;
 
   SettingsStore store;
   const QSize windowSize(560, 380);

@@ -9,9 +9,10 @@ class QWidget;
 
 namespace ferrox::ui {
 
-// False (after the start-up error box) when iconv cannot convert CP932: the
-// program cannot read or write any of its text files then.
-[[nodiscard]] bool CheckJapaneseRuntime(QWidget* owner);
+// False (after the start-up error box) when `available` is false, that is when
+// iconv cannot convert CP932: the program cannot read or write any of its
+// text files then.
+[[nodiscard]] bool CheckJapaneseRuntime(QWidget* owner, bool available);
 
 // Runs the program on an existing QApplication; returns the exit code.
 [[nodiscard]] int RunFerroxGui(const QStringList& arguments);
