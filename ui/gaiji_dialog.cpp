@@ -25,14 +25,14 @@ GaijiDialog::GaijiDialog(ConversionSettings& settings, GaijiTable& table, QWidge
   setObjectName(QStringLiteral("fomGaiSet"));
   setWindowTitle(QStringLiteral("外字の変換設定"));
 
-  chkGaijiConv_ = new QCheckBox(QStringLiteral("変換定義ファイルの設定を元に変換する"), this);
+  chkGaijiConv_ = new QCheckBox(QStringLiteral("変換定義ファイルの設定を元に変換する(&E)"), this);
   chkGaijiConv_->setObjectName(QStringLiteral("chkGaijiConv"));
-  auto* label = new QLabel(QStringLiteral("変換定義ファイル："), this);
+  auto* label = new QLabel(QStringLiteral("変換定義ファイル(&F)："), this);
   txtGaijiTable_ = new PathBox(PathBox::DropMode::FirstOnly, this);
   txtGaijiTable_->setObjectName(QStringLiteral("txtGaijiTable"));
   txtGaijiTable_->setMinimumWidth(360);
   label->setBuddy(txtGaijiTable_);
-  cmdGaijiTable_ = new QPushButton(QStringLiteral("参照..."), this);
+  cmdGaijiTable_ = new QPushButton(QStringLiteral("参照(&B)..."), this);
   cmdGaijiTable_->setObjectName(QStringLiteral("cmdGaijiTable"));
   cmdGaijiTable_->setAutoDefault(false);
 

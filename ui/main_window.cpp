@@ -328,11 +328,7 @@ void MainWindow::ShowInfo() {
   std::string report =
       InfoTextSet(survey_, name, planned, {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
   if (!report.empty() && IsFile(name)) {
-    MacBinaryInfo info;
-    std::uint16_t flags = 0;
-    const int kind = survey_.FileTypeChk(name, {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, flags);
-    const QString tie = kind == survey_result::kOrdinary || kind == survey_result::kMacBinary ? TieWarning(flags)
-                                                                                               : QString();
+    const QString tie = TieWarning(name, survey_, s);
     if (!tie.isEmpty()) report += "\r\n" + tie.toStdString() + "\r\n";
   }
   if (!report.empty() && (s.ConvMode & conv_mode::kGaijiTable) != 0) {
@@ -397,7 +393,7 @@ void MainWindow::cmdInfo_Click() {
   ReportWindow report(lastReport_, txtInFile_->text(), flags, this);
   if (flags) {
     const QString head = ConvertedHead({name, chkTextCnv_->isChecked()}, survey_, store_.Settings, &store_.Gaiji);
-    report.SetPreview(head, TieWarning(*flags));
+    report.SetPreview(head, TieWarning(name, survey_, store_.Settings));
   }
   report.exec();
 }

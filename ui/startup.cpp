@@ -12,8 +12,11 @@
 
 // Qt
 #include <QApplication>
+#include <QFileInfo>
 #include <QGuiApplication>
+#include <QLibraryInfo>
 #include <QScreen>
+#include <QTranslator>
 
 namespace ferrox::ui {
 namespace {
@@ -46,8 +49,30 @@ bool CheckJapaneseRuntime(QWidget* owner, bool available) {
   return false;
 }
 
+void PreferPortalFileDialogs() {
+  if (qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME") || qEnvironmentVariableIsEmpty("XDG_CURRENT_DESKTOP")) {
+    return;
+  }
+  const QString plugin = QLibraryInfo::path(QLibraryInfo::PluginsPath) +
+                         QStringLiteral("/platformthemes/libqxdgdesktopportal.so");
+  // Without a running portal the theme falls back to Qt's own dialog.
+  if (QFileInfo::exists(plugin)) qputenv("QT_QPA_PLATFORMTHEME", "xdgdesktopportal");
+}
+
+bool LoadQtJapanese() {
+  // Every text of the program is Japanese whatever the locale, so Qt's are too.
+  auto* translator = new QTranslator(qApp);
+  if (!translator->load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+    delete translator;
+    return false;
+  }
+  QCoreApplication::installTranslator(translator);
+  return true;
+}
+
 int RunFerroxGui(const QStringList& arguments) {
   QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
+  (void)LoadQtJapanese();  // without them the dialogs' own buttons stay English
   if (!CheckJapaneseRuntime(nullptr, cp932::Available())) return 1;
 
   SettingsStore store;

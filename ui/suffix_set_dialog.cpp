@@ -56,9 +56,9 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   auto* help = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
 
   auto* unknown = new QGroupBox(QStringLiteral("タイプが登録されていないファイル"), this);
-  optPlainName_ = new QRadioButton(QStringLiteral("名前をそのまま使う"), unknown);
+  optPlainName_ = new QRadioButton(QStringLiteral("名前をそのまま使う(&P)"), unknown);
   optPlainName_->setObjectName(QStringLiteral("optAutoSfx0"));
-  optAutoSfx_ = new QRadioButton(QStringLiteral("名前(クリエータ).タイプ にする"), unknown);
+  optAutoSfx_ = new QRadioButton(QStringLiteral("名前(クリエータ).タイプ にする(&T)"), unknown);
   optAutoSfx_->setObjectName(QStringLiteral("optAutoSfx1"));
   const bool autoSfx = (settings.FileMode & file_mode::kUnknownName) != 0;
   optAutoSfx_->setChecked(autoSfx);

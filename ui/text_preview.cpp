@@ -63,9 +63,28 @@ QString ConvertedHead(const PreviewRequest& request, FileSurvey& survey, const C
   return lines.join(QLatin1Char('\n'));
 }
 
-QString TieWarning(std::uint16_t surveyFlags) {
-  if ((surveyFlags & survey::kSjis) == 0 || (surveyFlags & survey::kEuc) == 0) return {};
-  return QStringLiteral("注意：シフトJISとEUCのどちらとも読める部分があり、調査で一方に決めました。"
+QString TieWarning(const std::string& path, FileSurvey& survey, const ConversionSettings& settings) {
+  MacBinaryInfo info;
+  std::uint16_t flags = 0;
+  SilentProgress quiet;
+  const int kind = survey.FileTypeChk(path, {settings.ChkSize, settings.BinRate, settings.ConvMode}, quiet, info, flags);
+  if ((kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) || flags == 0) return {};
+  bool undecided = false;
+  if ((flags & (survey::kSjis | survey::kJis | survey::kEuc)) == 0) {
+    // No code although the surveyed part holds eight-bit bytes: every
+    // stretch read both ways and the survey could not choose.
+    std::ifstream in(path, std::ios::binary);
+    in.seekg(kind == survey_result::kMacBinary ? kMacBinaryHeaderSize : 0);
+    std::string head(static_cast<std::size_t>(settings.ChkSize > 0 ? std::min<std::int64_t>(settings.ChkSize, kHeadBytes)
+                                                                   : kHeadBytes),
+                     '\0');
+    in.read(head.data(), static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<std::size_t>(in.gcount()));
+    undecided = std::any_of(head.begin(), head.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  }
+  const bool both = (flags & survey::kSjis) != 0 && (flags & survey::kEuc) != 0;
+  if (!undecided && !both) return {};
+  return QStringLiteral("注意：シフトJISとEUCのどちらとも読める文字があり、文字コードを決めきれませんでした。"
                         "変換後の先頭を確かめてください。");
 }
 

@@ -30,8 +30,9 @@ struct PreviewRequest {
 [[nodiscard]] QString ConvertedHead(const PreviewRequest& request, FileSurvey& survey,
                                     const ConversionSettings& settings, const GaijiTable* gaiji);
 
-// The warning shown when the survey found stretches that read as Shift JIS
-// and as EUC alike and had to choose; empty when it did not.
-[[nodiscard]] QString TieWarning(std::uint16_t surveyFlags);
+// The warning shown when the survey of the file could not tell Shift JIS from
+// EUC by the text itself: eight-bit text that it gave no code, or stretches of
+// both codes. Empty otherwise.
+[[nodiscard]] QString TieWarning(const std::string& path, FileSurvey& survey, const ConversionSettings& settings);
 
 }  // namespace ferrox::ui

@@ -1,4 +1,5 @@
-// The options, gaiji and report dialogs: OK stores, bad values refused, Cancel changes nothing.
+// The options, gaiji and report dialogs: OK stores, bad values refused, Cancel changes nothing;
+// help over a modal dialog, keyboard reach, Qt's own texts in Japanese, the start-up check.
 
 #include "convert/gaiji_table.h"
 #include "gui_test_support.h"
@@ -7,12 +8,24 @@
 #include "ui/report_window.h"
 #include "ui/setup2_dialog.h"
 #include "ui/setup_dialog.h"
+#include "ui/startup.h"
+#include "ui/suffix_edit_dialog.h"
+#include "ui/suffix_set_dialog.h"
 
+#include <QApplication>
 #include <QCheckBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPointer>
+#include <QScrollBar>
+#include <QTextBrowser>
+#include <QTimer>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
+#include <QSet>
 #include <QTest>
 
 using namespace ferrox;
@@ -116,6 +129,7 @@ class DialogsTest : public QObject {
       s.ConvMode = before;
       s.GaijiTable = "/old/GaiTbl.txt";
       GaijiTable table;
+      test::ScriptedMessages boxes;
       GaijiDialog dialog(s, table);
       auto* check = Find<QCheckBox>(dialog, "chkGaijiConv");
       auto* path = Find<QLineEdit>(dialog, "txtGaijiTable");
@@ -130,6 +144,28 @@ class DialogsTest : public QObject {
       QCOMPARE(s.GaijiTable, std::string(records > 1 ? file : "/old/GaiTbl.txt"));
       QCOMPARE(table.Records().size(), records);
       if (records > 1) QCOMPARE(table.GaijiTableSearch(0x87, 0x41), std::size_t{2});
+      QVERIFY(boxes.texts.isEmpty());
+    }
+    // A table that is not there is refused while replacement is on: the
+    // dialog stays open and nothing is stored. Off, any path is kept as typed.
+    for (const bool checked : {true, false}) {
+      ConversionSettings s;
+      s.ConvMode = 12;
+      GaijiTable table;
+      test::ScriptedMessages boxes;
+      GaijiDialog dialog(s, table);
+      dialog.show();
+      Find<QCheckBox>(dialog, "chkGaijiConv")->setChecked(checked);
+      Find<QLineEdit>(dialog, "txtGaijiTable")->setText(QString::fromStdString(dir.Path().string() + "/nosuch.txt"));
+      Find<QPushButton>(dialog, "cmdExit")->click();
+      QCOMPARE(dialog.isVisible(), checked);
+      QCOMPARE(boxes.texts.size(), checked ? 1 : 0);
+      if (checked) {
+        QVERIFY(boxes.texts.front().contains(QStringLiteral("nosuch.txt] が見つかりません")));
+        QCOMPARE(s.ConvMode, std::uint16_t{12});
+      } else {
+        QCOMPARE(s.GaijiTable, dir.Path().string() + "/nosuch.txt");
+      }
     }
   }
 
@@ -147,6 +183,108 @@ class DialogsTest : public QObject {
     test::ScriptedMessages boxes;
     QVERIFY(!window.SaveReport(QStringLiteral("/nonexistent-folder/r.txt")));
     QCOMPARE(boxes.kinds, std::vector<MsgKind>{MsgKind::Exclamation});
+  }
+
+  // Help asked for from a modal dialog comes up in front of it, beside it, and
+  // takes keys while the dialog is still open; it stays when the dialog closes.
+  void helpFromAModalDialogIsUsable() {
+    ConversionSettings s;
+    SetupDialog setup(s);
+    setup.move(300, 200);
+    QPointer<QWidget> help;
+    int scrolled = -1;
+    QTimer::singleShot(0, &setup, [&] {
+      Find<QPushButton>(setup, "cmdHelp")->click();
+      for (QWidget* top : QApplication::topLevelWidgets()) {
+        if (top->objectName() == QLatin1String("fomHelp") && top->isVisible()) help = top;
+      }
+      if (help) {
+        QTest::qWait(100);  // laid out and painted
+        auto* text = help->findChild<QTextBrowser*>("txtHelp");
+        text->setFocus();
+        text->verticalScrollBar()->setValue(0);
+        // Through the window system, where a modal dialog blocks other windows.
+        QTest::keyClick(help->windowHandle(), Qt::Key_PageDown);
+        scrolled = text->verticalScrollBar()->value();
+      }
+      setup.reject();
+    });
+    setup.exec();
+    QVERIFY(help);
+    QVERIFY(scrolled > 0);  // the key reached the help text
+    QVERIFY(help->isVisible());  // closing the dialog did not take the help with it
+    QVERIFY(help->parentWidget() == nullptr);
+    const QPoint offset = help->geometry().center() - setup.geometry().center();
+    QVERIFY2(offset.manhattanLength() < 300, "help opens beside the dialog, not in a corner");
+    help->close();
+  }
+
+  void startUpCheckNamesWhatIsMissingOnLinux() {
+    test::ScriptedMessages boxes;
+    QVERIFY(CheckJapaneseRuntime(nullptr, true));
+    QVERIFY(boxes.texts.isEmpty());
+    QVERIFY(!CheckJapaneseRuntime(nullptr, false));
+    QCOMPARE(boxes.kinds, std::vector<MsgKind>{MsgKind::Critical});
+    QVERIFY(boxes.texts.front().contains(QStringLiteral("CP932")));
+    QVERIFY(boxes.texts.front().contains(QStringLiteral("C ライブラリ")));
+    QVERIFY(!boxes.texts.front().contains(QStringLiteral("DLL")));
+  }
+
+  // Every button, check and radio button has its own Alt letter, every text
+  // box a label whose letter takes the focus there, and all are on the Tab
+  // chain. OK, Cancel and Close answer Enter and Esc instead.
+  void everyControlHasAMnemonicAndATabStop() {
+    ConversionSettings s;
+    SuffixTable table;
+    bool changed = false;
+    SetupDialog setup(s);
+    Setup2Dialog setup2(s);
+    GaijiTable gaiji;
+    GaijiDialog gaijiDialog(s, gaiji);
+    SuffixSetDialog suffixes(s, table, changed);
+    SuffixEditDialog edit(SuffixEditDialog::Mode::Append, SuffixEntry{});
+    ReportWindow report(QStringLiteral("r"), QStringLiteral("/tmp/a.txt"), std::uint16_t{0x0112});
+    report.SetPreview(QStringLiteral("p"), {});
+    const QStringList keyless = {QStringLiteral("OK"), QStringLiteral("キャンセル"), QStringLiteral("閉じる")};
+    for (QDialog* dialog : std::initializer_list<QDialog*>{&setup, &setup2, &gaijiDialog, &suffixes, &edit, &report}) {
+      QSet<QChar> letters;
+      const auto take = [&](const QString& text, const QString& what) {
+        const qsizetype amp = text.indexOf(QLatin1Char('&'));
+        QVERIFY2(amp >= 0 && amp + 1 < text.size(), qPrintable(dialog->objectName() + ": no mnemonic on " + what));
+        const QChar letter = text.at(amp + 1).toUpper();
+        QVERIFY2(!letters.contains(letter), qPrintable(dialog->objectName() + ": mnemonic used twice: " + text));
+        letters.insert(letter);
+      };
+      for (QAbstractButton* button : dialog->findChildren<QAbstractButton*>()) {
+        if (keyless.contains(button->text())) continue;
+        take(button->text(), button->text());
+        QVERIFY2(button->focusPolicy() & Qt::TabFocus, qPrintable(button->text()));
+      }
+      QSet<QWidget*> buddies;
+      for (QLabel* label : dialog->findChildren<QLabel*>()) {
+        if (label->buddy() == nullptr) continue;
+        take(label->text(), label->text());
+        buddies.insert(label->buddy());
+      }
+      for (QWidget* field : dialog->findChildren<QWidget*>()) {
+        const bool textBox = (qobject_cast<QLineEdit*>(field) && !qobject_cast<QAbstractSpinBox*>(field->parent())) ||
+                             qobject_cast<QAbstractSpinBox*>(field);
+        if (!textBox) continue;
+        QVERIFY2(buddies.contains(field), qPrintable(dialog->objectName() + ": no label letter for " + field->objectName()));
+        QVERIFY(field->focusPolicy() & Qt::TabFocus);
+      }
+    }
+  }
+
+  void qtTextsAreJapanese() {
+    QVERIFY(LoadQtJapanese());
+    QMessageBox box(QMessageBox::Question, {}, {}, QMessageBox::Yes | QMessageBox::No);
+    QCOMPARE(box.button(QMessageBox::Yes)->text().remove(QLatin1Char('&')).left(2), QStringLiteral("はい"));
+    QFileDialog chooser;
+    chooser.setOption(QFileDialog::DontUseNativeDialog);
+    auto* nameLabel = chooser.findChild<QLabel*>("fileNameLabel");
+    QVERIFY(nameLabel != nullptr);
+    QVERIFY2(nameLabel->text().contains(QStringLiteral("ファイル名")), qPrintable(nameLabel->text()));
   }
 };
 
