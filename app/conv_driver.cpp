@@ -304,6 +304,8 @@ int ConvDriver::Ferrox_Click_File() {
     }
   }
 
+  // Without a job flag a file onto itself is left as it is; onto another name it is copied.
+  const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
   const JobContext context{window_, settings_, gaiji_, survey_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
@@ -328,7 +330,7 @@ int ConvDriver::Ferrox_Click_File() {
       window_.Message(InputNotFound(inPath));
       return result::kInputSide;
     default:
-      if (flags == 0) {
+      if (leftAsItIs) {
         ++tally_.skipped;
       } else if ((flags & kJobText) != 0) {
         ++tally_.converted;

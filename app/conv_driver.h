@@ -57,7 +57,7 @@ class ConvDriver {
   struct Tally {
     int converted = 0;  // converted as text
     int copied = 0;     // copied as they are (a MacBinary wrapper may be taken off)
-    int skipped = 0;    // nothing to do: no job flag for the file
+    int skipped = 0;    // left as they are: no job flag and the output is the input
   };
   [[nodiscard]] const Tally& LastRun() const noexcept { return tally_; }
 

@@ -554,6 +554,13 @@ QString MainWindow::EntryFromArguments() const {
 
 void MainWindow::Form_Activate() {
   if (!activationPending_) return;
+  if (convBusy_) {
+    // A run began before the first activation came round (it pumps events):
+    // the run's forced automatic bit is not the user's, and the command line
+    // must not start a second run inside it.
+    activationPending_ = false;
+    return;
+  }
   const std::uint16_t exec = store_.Settings.ExecMode;
   const bool automatic = (exec & exec_mode::kAuto) != 0;
   if (automatic) {
