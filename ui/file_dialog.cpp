@@ -6,6 +6,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHeaderView>
+#include <QSplitter>
 #include <QTreeView>
 
 namespace ferrox::ui {
@@ -46,8 +47,10 @@ void FitFileDialog(QFileDialog& dialog) {
   dialog.setViewMode(QFileDialog::Detail);
   dialog.resize(860, 520);
   if (auto* view = dialog.findChild<QTreeView*>(QStringLiteral("treeView"))) {
-    view->header()->resizeSection(0, 380);
+    const int widths[] = {270, 110, 180, 140};  // name, size, type, date
+    for (int column = 0; column < 4; ++column) view->header()->resizeSection(column, widths[column]);
   }
+  if (auto* panes = dialog.findChild<QSplitter*>(QStringLiteral("splitter"))) panes->setSizes({160, 700});
 }
 
 FileDialogHandler SetFileDialogHandler(FileDialogHandler handler) {

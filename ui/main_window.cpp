@@ -329,7 +329,7 @@ void MainWindow::ShowInfo() {
       InfoTextSet(survey_, name, planned, {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
   if (!report.empty() && IsFile(name)) {
     const QString tie = TieWarning(name, survey_, s);
-    if (!tie.isEmpty()) report += "\r\n" + tie.toStdString() + "\r\n";
+    if (!tie.isEmpty()) report += "\r\n" + QString(tie).replace(QLatin1Char('\n'), QStringLiteral("\r\n")).toStdString() + "\r\n";
   }
   if (!report.empty() && (s.ConvMode & conv_mode::kGaijiTable) != 0) {
     const std::string gaijiTable = store_.GaijiTablePath();
@@ -475,7 +475,7 @@ std::string OutputFolderOf(const std::string& outBox) {
 
 void MainWindow::RunFinished() {
   const ConvDriver::Tally& tally = driver_->LastRun();
-  lblSummary_->setText(QStringLiteral("変換が終わりました：テキスト変換 %1 個、そのままコピー %2 個、変換不要 %3 個")
+  lblSummary_->setText(QStringLiteral("変換完了：テキスト変換 %1 個、そのままコピー %2 個、変換不要 %3 個")
                            .arg(tally.converted)
                            .arg(tally.copied)
                            .arg(tally.skipped));

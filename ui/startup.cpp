@@ -7,6 +7,7 @@
 // ferrox
 #include "app/settings_store.h"
 #include "convert/cp932.h"
+#include "ui/app_icon.h"
 #include "ui/main_window.h"
 #include "ui/message_box.h"
 
@@ -72,6 +73,8 @@ bool LoadQtJapanese() {
 
 int RunFerroxGui(const QStringList& arguments) {
   QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
+  QApplication::setWindowIcon(AppIcon());
+  QGuiApplication::setDesktopFileName(QStringLiteral("ferrox-gui"));  // ties the windows to the desktop entry
   (void)LoadQtJapanese();  // without them the dialogs' own buttons stay English
   if (!CheckJapaneseRuntime(nullptr, cp932::Available())) return 1;
 

@@ -84,8 +84,8 @@ QString TieWarning(const std::string& path, FileSurvey& survey, const Conversion
   }
   const bool both = (flags & survey::kSjis) != 0 && (flags & survey::kEuc) != 0;
   if (!undecided && !both) return {};
-  return QStringLiteral("注意：シフトJISとEUCのどちらとも読める文字があり、文字コードを決めきれませんでした。"
-                        "変換後の先頭を確かめてください。");
+  return QStringLiteral("注意：シフトJISとEUCのどちらとも読める文字があり、\n"
+                        "　　　文字コードを決めきれませんでした。変換後の先頭を確かめてください。");
 }
 
 }  // namespace ferrox::ui

@@ -4,6 +4,8 @@
 #include "convert/gaiji_table.h"
 #include "gui_test_support.h"
 #include "helpers/scratch_dir.h"
+#include "ui/about_dialog.h"
+#include "ui/app_icon.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/report_window.h"
 #include "ui/setup2_dialog.h"
@@ -274,6 +276,16 @@ class DialogsTest : public QObject {
         QVERIFY(field->focusPolicy() & Qt::TabFocus);
       }
     }
+  }
+
+  // The icon's pictures are built into the program (a static library's
+  // resources are easily left out), so the about box never shows a blank.
+  void aboutBoxShowsTheProgramIcon() {
+    AboutDialog about;
+    const QPixmap shown = about.findChild<QLabel*>("imgIcon")->pixmap();
+    QVERIFY(!shown.isNull());
+    QCOMPARE(shown.size(), QSize(64, 64));
+    QVERIFY(AppIcon().availableSizes().contains(QSize(16, 16)));
   }
 
   void qtTextsAreJapanese() {
