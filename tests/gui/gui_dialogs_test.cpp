@@ -27,7 +27,6 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
-#include <QSet>
 #include <QTest>
 
 using namespace ferrox;
@@ -247,34 +246,8 @@ class DialogsTest : public QObject {
     SuffixEditDialog edit(SuffixEditDialog::Mode::Append, SuffixEntry{});
     ReportWindow report(QStringLiteral("r"), QStringLiteral("/tmp/a.txt"), std::uint16_t{0x0112});
     report.SetPreview(QStringLiteral("p"), {});
-    const QStringList keyless = {QStringLiteral("OK"), QStringLiteral("キャンセル"), QStringLiteral("閉じる")};
-    for (QDialog* dialog : std::initializer_list<QDialog*>{&setup, &setup2, &gaijiDialog, &suffixes, &edit, &report}) {
-      QSet<QChar> letters;
-      const auto take = [&](const QString& text, const QString& what) {
-        const qsizetype amp = text.indexOf(QLatin1Char('&'));
-        QVERIFY2(amp >= 0 && amp + 1 < text.size(), qPrintable(dialog->objectName() + ": no mnemonic on " + what));
-        const QChar letter = text.at(amp + 1).toUpper();
-        QVERIFY2(!letters.contains(letter), qPrintable(dialog->objectName() + ": mnemonic used twice: " + text));
-        letters.insert(letter);
-      };
-      for (QAbstractButton* button : dialog->findChildren<QAbstractButton*>()) {
-        if (keyless.contains(button->text())) continue;
-        take(button->text(), button->text());
-        QVERIFY2(button->focusPolicy() & Qt::TabFocus, qPrintable(button->text()));
-      }
-      QSet<QWidget*> buddies;
-      for (QLabel* label : dialog->findChildren<QLabel*>()) {
-        if (label->buddy() == nullptr) continue;
-        take(label->text(), label->text());
-        buddies.insert(label->buddy());
-      }
-      for (QWidget* field : dialog->findChildren<QWidget*>()) {
-        const bool textBox = (qobject_cast<QLineEdit*>(field) && !qobject_cast<QAbstractSpinBox*>(field->parent())) ||
-                             qobject_cast<QAbstractSpinBox*>(field);
-        if (!textBox) continue;
-        QVERIFY2(buddies.contains(field), qPrintable(dialog->objectName() + ": no label letter for " + field->objectName()));
-        QVERIFY(field->focusPolicy() & Qt::TabFocus);
-      }
+    for (QWidget* dialog : std::initializer_list<QWidget*>{&setup, &setup2, &gaijiDialog, &suffixes, &edit, &report}) {
+      test::CheckKeyboardReach(*dialog);
     }
   }
 

@@ -120,9 +120,8 @@ class FileManager : public QObject {
   void open(const QUrl& url) { opened << url.toLocalFile(); }
 };
 
-// Runs the window's first activation in automatic mode with these arguments.
-void RunAutomatically(Sandbox& box, MainWindow& w) {
-  (void)box;
+// Shows the window and waits for the automatic run of its first activation.
+void RunAutomatically(MainWindow& w) {
   w.show();
   QTRY_VERIFY(!w.ConvBusy() && w.findChild<QPushButton*>("comFerrox")->isEnabled());
   QTest::qWait(20);
@@ -295,13 +294,18 @@ class MainWindowTest : public QObject {
     Write(e, kEucText);
     test::ScriptedMessages boxes;
     MainWindow w(box.store, {QString::fromStdString(e), QString::fromStdString(missing)});
-    RunAutomatically(box, w);
+    RunAutomatically(w);
     QCOMPARE(boxes.texts, QStringList{QString::fromStdString("入力ﾌｧｲﾙ [" + missing + "] が見つかりません")});
     QCOMPARE(ReadAll(e), kEucText);
     QVERIFY(!OutText(w).isEmpty());
   }
 
-  void enterInEitherPathBoxConverts() {
+  void enterInEitherPathBoxConvertsAndEveryControlHasItsLetter() {
+    {
+      Sandbox box;
+      MainWindow w(box.store, {});
+      test::CheckKeyboardReach(w);
+    }
     for (const char* pathBox : {"txtInFile", "txtOutFile"}) {
       Sandbox box;
       const std::string in = box.File("euc.txt"), out = box.File("sjis.txt");
@@ -347,27 +351,13 @@ class MainWindowTest : public QObject {
     Write(last, "plain ascii\n");
     test::ScriptedMessages boxes;
     MainWindow w(box.store, {QString::fromStdString(first), QString::fromStdString(last)});
-    RunAutomatically(box, w);
+    RunAutomatically(w);
     QVERIFY2(Info(w).contains(QStringLiteral("[last.txt]")), qPrintable(Info(w)));
     QVERIFY(!Info(w).contains(QStringLiteral("first.txt")));
     const QFontMetrics metrics(w.findChild<QLabel*>("lblInfo")->font());
     const int column = metrics.horizontalAdvance(QLatin1Char('1'));
     QCOMPARE(metrics.horizontalAdvance(QLatin1Char('W')), column);
     QCOMPARE(metrics.horizontalAdvance(QStringLiteral("日")), 2 * column);
-  }
-
-  void surveySaysWhenTheGaijiTableIsMissing() {
-    for (const bool missing : {true, false}) {
-      Sandbox box;
-      box.store.Settings.ConvMode |= conv_mode::kGaijiTable;
-      box.store.Settings.GaijiTable = missing ? box.File("nosuch.txt") : box.File("GaiTbl.txt");
-      if (!missing) Write(box.File("GaiTbl.txt"), "8740,(1)\r\n");
-      Write(box.File("in.txt"), kEucText);
-      MainWindow w(box.store, {});
-      w.show();
-      w.SetInFileText(box.File("in.txt"));
-      QCOMPARE(Info(w).contains(QStringLiteral("外字変換定義ﾌｧｲﾙ [")), missing);
-    }
   }
 
   // After a run: what happened to each kind of file, and a button that opens
@@ -426,9 +416,9 @@ class MainWindowTest : public QObject {
     QCOMPARE(startedIn, (QStringList{QString::fromStdString(box.data), QString::fromStdString(box.data)}));
   }
 
-  // The preview is the converter's own output; the code warning appears for
-  // text that reads as Shift JIS and as EUC alike.
-  void previewAndCodeWarning() {
+  // The preview is the converter's own output; the survey warns of text that
+  // reads as Shift JIS and as EUC alike, and of a missing gaiji table.
+  void previewAndSurveyWarnings() {
     Sandbox box;
     ConversionSettings s = box.store.Settings;
     s.ConvMode |= 256;  // the plain tie rule, so this kana line stays undecided
@@ -440,11 +430,15 @@ class MainWindowTest : public QObject {
     QVERIFY(ConvertedHead({kanji, false, 12}, survey, s, nullptr).contains(QStringLiteral("そのまま")));
     QVERIFY(TieWarning(kanji, survey, s).isEmpty());
     QVERIFY(!TieWarning(kana, survey, s).isEmpty());
-    box.store.Settings.ConvMode = s.ConvMode;
-    MainWindow w(box.store, {});
-    w.show();
-    w.SetInFileText(kana);
-    QVERIFY(Info(w).contains(TieWarning(kana, survey, s)));
+    // In the panel too, with a missing gaiji table (conversions would give 〓 for every gaiji).
+    box.store.Settings.ConvMode = s.ConvMode | conv_mode::kGaijiTable;
+    for (const bool missing : {true, false}) {
+      box.store.Settings.GaijiTable = box.File(missing ? "nosuch.txt" : "kanji.txt");
+      MainWindow w(box.store, {});
+      w.SetInFileText(kana);
+      QVERIFY(Info(w).contains(TieWarning(kana, survey, s)));
+      QCOMPARE(Info(w).contains(QStringLiteral("外字変換定義ﾌｧｲﾙ [")), missing);
+    }
   }
 };
 
