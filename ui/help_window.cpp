@@ -28,6 +28,26 @@ QPointer<HelpWindow>& TheHelpWindow() {
   return window;
 }
 
+// A modal dialog blocks every window outside itself, so while one is open the
+// help is that dialog's child window. When the dialog closes, the help moves
+// under the dialog that is modal then, or back to the application, and stays
+// open where it was.
+void HangUnderModal(HelpWindow* help, const QWidget* leaving = nullptr) {
+  QWidget* modal = QApplication::activeModalWidget();
+  if (modal == help || modal == leaving) modal = nullptr;
+  if (help->parentWidget() == modal) return;
+  const QRect frame = help->geometry();
+  const bool shown = help->isVisible();
+  help->setParent(modal, Qt::Window);
+  help->setGeometry(frame);
+  if (shown) help->show();
+  if (auto* dialog = qobject_cast<QDialog*>(modal)) {
+    QObject::connect(
+        dialog, &QDialog::finished, help, [help, dialog] { HangUnderModal(help, dialog); },
+        Qt::SingleShotConnection);
+  }
+}
+
 }  // namespace
 
 QString HelpFilePath() {
@@ -62,25 +82,7 @@ void ShowHelp(QWidget* owner, const QString& topic) {
     window = new HelpWindow();
     window->setAttribute(Qt::WA_DeleteOnClose);
   }
-  // A modal dialog blocks every window outside itself, so while one is open
-  // the help becomes its child window; it is handed back to the application
-  // when the dialog closes, and stays open.
-  QWidget* modal = QApplication::activeModalWidget();
-  QWidget* wanted = modal != nullptr && modal != window.data() ? modal : nullptr;
-  if (window->parentWidget() != wanted) {
-    const QRect frame = window->geometry();
-    window->setParent(wanted, Qt::Window);
-    if (!fresh) window->setGeometry(frame);
-    if (auto* dialog = qobject_cast<QDialog*>(wanted)) {
-      QObject::connect(dialog, &QDialog::finished, window, [w = window.data()] {
-        if (!w->isVisible()) return;
-        const QRect kept = w->geometry();
-        w->setParent(nullptr, Qt::Window);
-        w->setGeometry(kept);
-        w->show();
-      }, Qt::SingleShotConnection);
-    }
-  }
+  HangUnderModal(window);
   if (fresh) {
     // Beside the window that asked, not in a corner of the screen.
     const QWidget* anchor = owner != nullptr ? owner->window() : nullptr;

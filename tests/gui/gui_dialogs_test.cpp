@@ -186,34 +186,43 @@ class DialogsTest : public QObject {
     QCOMPARE(boxes.kinds, std::vector<MsgKind>{MsgKind::Exclamation});
   }
 
-  // Help asked for from a modal dialog comes up in front of it, beside it, and
-  // takes keys while the dialog is still open; it stays when the dialog closes.
-  void helpFromAModalDialogIsUsable() {
+  // Help asked for from a modal dialog (here one opened from another) comes
+  // up beside it and takes keys while the dialogs are open, and still does
+  // when the inner one closes; it stays when both are gone.
+  void helpFromModalDialogsIsUsable() {
     ConversionSettings s;
     SetupDialog setup(s);
     setup.move(300, 200);
     QPointer<QWidget> help;
-    int scrolled = -1;
+    QTextBrowser* text = nullptr;
+    const auto scrolls = [&] {  // a key through the window system, where modal dialogs block other windows
+      text->verticalScrollBar()->setValue(0);
+      QTest::keyClick(help->windowHandle(), Qt::Key_PageDown);
+      return text->verticalScrollBar()->value() > 0;
+    };
+    QList<bool> answered;
     QTimer::singleShot(0, &setup, [&] {
-      Find<QPushButton>(setup, "cmdHelp")->click();
-      for (QWidget* top : QApplication::topLevelWidgets()) {
-        if (top->objectName() == QLatin1String("fomHelp") && top->isVisible()) help = top;
-      }
-      if (help) {
+      Setup2Dialog inner(s, &setup);
+      QTimer::singleShot(0, &inner, [&] {
+        Find<QPushButton>(inner, "cmdHelp")->click();
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+          if (top->objectName() == QLatin1String("fomHelp") && top->isVisible()) help = top;
+        }
+        if (!help) return inner.reject();
         QTest::qWait(100);  // laid out and painted
-        auto* text = help->findChild<QTextBrowser*>("txtHelp");
+        text = help->findChild<QTextBrowser*>("txtHelp");
         text->setFocus();
-        text->verticalScrollBar()->setValue(0);
-        // Through the window system, where a modal dialog blocks other windows.
-        QTest::keyClick(help->windowHandle(), Qt::Key_PageDown);
-        scrolled = text->verticalScrollBar()->value();
-      }
+        answered << scrolls();
+        inner.reject();
+      });
+      inner.exec();
+      if (help) answered << scrolls();
       setup.reject();
     });
     setup.exec();
     QVERIFY(help);
-    QVERIFY(scrolled > 0);  // the key reached the help text
-    QVERIFY(help->isVisible());  // closing the dialog did not take the help with it
+    QCOMPARE(answered, (QList<bool>{true, true}));
+    QVERIFY(help->isVisible());  // closing the dialogs did not take the help with them
     QVERIFY(help->parentWidget() == nullptr);
     const QPoint offset = help->geometry().center() - setup.geometry().center();
     QVERIFY2(offset.manhattanLength() < 300, "help opens beside the dialog, not in a corner");
