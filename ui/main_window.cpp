@@ -187,8 +187,8 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   layout->addLayout(info, 1);
   layout->addWidget(summary_);
   layout->addLayout(buttons);
-  QWidget* const tabOrder[] = {txtInFile_, comInFile_, txtOutFile_, comOutFile_, chkMBCut_, chkTextCnv_,
-                                     cmdInfo_,   comFerrox_, cmdOpenOutput_, comVirsion_, cmdHelp_, cmdExit_};
+  QWidget* const tabOrder[] = {txtInFile_, comInFile_, txtOutFile_,    comOutFile_, chkMBCut_, chkTextCnv_,
+                               cmdInfo_,   comFerrox_, cmdOpenOutput_, comVirsion_, cmdHelp_,  cmdExit_};
   for (std::size_t i = 1; i < std::size(tabOrder); ++i) {
     setTabOrder(tabOrder[i - 1], tabOrder[i]);
   }
@@ -328,8 +328,8 @@ void MainWindow::ShowInfo() {
   std::string report =
       InfoTextSet(survey_, name, planned, {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
   if (!report.empty() && IsFile(name)) {
-    const QString tie = TieWarning(name, survey_, s);
-    if (!tie.isEmpty()) report += "\r\n" + QString(tie).replace(QLatin1Char('\n'), QStringLiteral("\r\n")).toStdString() + "\r\n";
+    QString tie = TieWarning(name, survey_, s);
+    if (!tie.isEmpty()) report += "\r\n" + tie.replace(QLatin1Char('\n'), QStringLiteral("\r\n")).toStdString() + "\r\n";
   }
   if (!report.empty() && (s.ConvMode & conv_mode::kGaijiTable) != 0) {
     const std::string gaijiTable = store_.GaijiTablePath();
