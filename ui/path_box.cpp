@@ -51,6 +51,13 @@ void PathBox::SetHistory(const QStringList& entries) { history_->setStringList(e
 QStringList PathBox::History() const { return history_->stringList(); }
 
 void PathBox::keyPressEvent(QKeyEvent* event) {
+  // Enter while the history list is open picks the entry and does not
+  // convert: left unaccepted, the key goes back to the list, which takes it.
+  const bool listShown = completer() != nullptr && completer()->popup()->isVisible();
+  if (listShown && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
+    event->ignore();
+    return;
+  }
   QCompleter* list = completer();
   const bool down = event->key() == Qt::Key_Down && (event->modifiers() & ~Qt::KeypadModifier) == 0;
   if (down && list != nullptr && history_->rowCount() > 0 && !list->popup()->isVisible()) {

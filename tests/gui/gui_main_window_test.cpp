@@ -14,7 +14,9 @@
 #include "ui/path_box.h"
 #include "ui/text_preview.h"
 
+#include <QAbstractItemView>
 #include <QCheckBox>
+#include <QCompleter>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QDir>
@@ -405,6 +407,21 @@ class MainWindowTest : public QObject {
     w.show();
     QCOMPARE(w.findChild<PathBox*>("txtInFile")->History(), QStringList{QString::fromStdString(in)});
     QCOMPARE(w.findChild<PathBox*>("txtOutFile")->History(), QStringList{QString::fromStdString(out)});
+    // Down shows the history; Enter on an entry takes it and converts nothing.
+    test::ScriptedMessages boxes;
+    fs::remove(out);
+    auto* inBox = w.findChild<PathBox*>("txtInFile");
+    inBox->setFocus();
+    QTest::keyClick(inBox, Qt::Key_Down);
+    QAbstractItemView* list = inBox->completer()->popup();
+    QTRY_VERIFY(list->isVisible());
+    QTest::keyClick(list, Qt::Key_Down);
+    QTest::keyClick(list, Qt::Key_Return);
+    QCOMPARE(inBox->text(), QString::fromStdString(in));
+    QTest::qWait(20);
+    QVERIFY2(boxes.texts.isEmpty(), qPrintable(boxes.texts.join('\n')));
+    QVERIFY(!fs::exists(out));
+    SetPaths(w, "", "");  // empty boxes: the choosers start in the remembered folders
     QStringList startedIn;
     const FileDialogHandler previous = SetFileDialogHandler([&](const FileDialogRequest& r) {
       startedIn << r.initialPath;
