@@ -16,7 +16,6 @@
 namespace ferrox {
 
 class ConvWindow;
-class FileSurvey;
 class GaijiTable;
 struct ConversionSettings;
 
@@ -45,9 +44,6 @@ class ConvDriver {
   // boxes. Shows the job's message, if any.
   [[nodiscard]] int Ferrox_Click_File();
 
-  // The survey the window keeps, so the job does not read a surveyed file again.
-  void SetSurvey(FileSurvey* survey) noexcept { survey_ = survey; }
-
   // The input files a run of the two boxes would convert, in run order, found
   // by the run's own walk without converting, creating or saying anything.
   // Empty when the run would be refused before its first file.
@@ -69,6 +65,8 @@ class ConvDriver {
   int Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
   int Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
   int CheckPair(const std::string& input, const std::string& output);
+  int CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
+  int CheckReplaceable(const std::string& inPath, const std::string& outPath);
   int ConvertPair(const std::string& input, const std::string& output);
   bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
@@ -76,7 +74,6 @@ class ConvDriver {
   ConvWindow& window_;
   ConversionSettings& settings_;
   const GaijiTable* gaiji_;
-  FileSurvey* survey_ = nullptr;
   std::uint16_t entryMode_ = entry_mode::kOneFile;
   std::string singleIn_;   // the cleaned box texts of a one-pair run
   std::string singleOut_;
