@@ -9,6 +9,7 @@ packages=(
   clang-14 libclang-rt-14-dev
   nkf dos2unix xvfb xauth fonts-ipafont-gothic python3
   valgrind time manpages-ja
+  qt6-translations-l10n
 )
 
 missing=()
