@@ -132,6 +132,89 @@ inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std:
   }
 }
 
+// Bytes after a run of standard pairs at which both readings of SjisOrEuc
+// stop without ruling their code out: ASCII, TAB, FF and line ends.
+inline bool EndsReadingCleanly(const std::uint8_t* in, BufIndex k, BufIndex end) noexcept {
+  if (k > end) return true;
+  const std::uint8_t b = in[k];
+  return (b >= 0x20 && b <= 0x7E) || b == 0x09 || b == 0x0A || b == 0x0C || b == 0x0D;
+}
+
+// Runs a run copier from i, which it takes, and moves i past what it took.
+inline void CopyFrom(void (*copy)(std::uint8_t*, const std::uint8_t*, BufIndex&, BufIndex&,
+                                  BufIndex, BufIndex&, const GaijiPolicy&) noexcept,
+                     std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                     BufIndex end, const GaijiPolicy& policy) noexcept {
+  BufIndex consumed = 0;
+  copy(out, in, o, i, end, consumed, policy);
+  ++i;
+}
+
+// The common shape of real text, taken without going back to the dispatcher:
+// ASCII runs and line ends, then a run of standard pairs of the code in force
+// (EUC or Shift JIS) that the dispatcher would give to that code, or a JIS
+// kanji sequence between its two shifts. It stops (i, o and s being what the
+// dispatcher would have at that byte) on anything else, which the dispatcher
+// then takes as always.
+//
+// A run of standard pairs of the code in force that ends on ASCII, TAB, FF, a
+// line end or the end of the block is that code's: its reading holds, so the
+// other reading can at best tie it, and no pair in it is gaiji.
+void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                       BufIndex end, std::uint16_t& s, std::uint16_t base,
+                       const GaijiPolicy& policy, SimdLevel level) noexcept {
+  using namespace code_state;
+  for (;;) {
+    CopyAscii(out, in, o, i, end, level);
+    if (i > end) return;
+    const std::uint8_t b = in[i];
+    if (s == kEuc && b >= 0xA1) {
+      BufIndex k = i;
+      std::uint8_t* q = out + o;
+      pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q, level);
+      if (k == i || !EndsReadingCleanly(in, k, end)) return;
+      o = q - out;
+      i = k;
+      if (i > end) return;
+      if (in[i] == 0x20 || in[i] == 0x09 || in[i] == 0x0A || in[i] == 0x0D) {
+        CopyFrom(EucCopy, out, in, o, i, end, policy);
+      }
+    } else if (s == kSjis && b >= 0x81) {
+      BufIndex k = i;
+      std::uint8_t* q = out + o;
+      pair_scan::CopyStandardSjisPairs(in, k, end, q, level);
+      if (k == i || !EndsReadingCleanly(in, k, end)) return;
+      o = q - out;
+      i = k;
+      if (i > end) return;
+      if (in[i] == 0x20 || in[i] == 0x09 || in[i] == 0x0A || in[i] == 0x0D) {
+        CopyFrom(SjisCopy, out, in, o, i, end, policy);
+      }
+    } else if (b == 0x1B && s != kJisKanji && s != kJisKana && in[i + 1] == 0x24 &&
+               (in[i + 2] == 0x42 || in[i + 2] == 0x40)) {
+      s = kJisKanji;
+      i += 3;
+      if (i > end || !IsPrintable(in[i])) return;
+      const BufIndex start = i;
+      BufIndex consumed = 0;
+      JisZenCopy(out, in, o, i, end, consumed, policy);
+      ++i;
+      if (consumed == 0) {
+        i = start;
+        return;
+      }
+      if (i > end || in[i] != 0x1B || in[i + 1] != 0x28 ||
+          (in[i + 2] != 0x42 && in[i + 2] != 0x4A)) {
+        return;
+      }
+      s = base;
+      i += 3;
+    } else {
+      return;
+    }
+  }
+}
+
 }  // namespace
 
 BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMode,
@@ -170,7 +253,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     }
     if (s != kJisKanji && s != kJisKana) {
       if (IsPrintable(b)) {
-        CopyAscii(out, in, o, i, end, level);
+        TakeCommonStretch(out, in, o, i, end, s, base, policy, level);
         continue;
       }
       const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
