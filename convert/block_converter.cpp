@@ -140,16 +140,6 @@ inline bool EndsReadingCleanly(const std::uint8_t* in, BufIndex k, BufIndex end)
   return (b >= 0x20 && b <= 0x7E) || b == 0x09 || b == 0x0A || b == 0x0C || b == 0x0D;
 }
 
-// Runs a run copier from i, which it takes, and moves i past what it took.
-inline void CopyFrom(void (*copy)(std::uint8_t*, const std::uint8_t*, BufIndex&, BufIndex&,
-                                  BufIndex, BufIndex&, const GaijiPolicy&) noexcept,
-                     std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
-                     BufIndex end, const GaijiPolicy& policy) noexcept {
-  BufIndex consumed = 0;
-  copy(out, in, o, i, end, consumed, policy);
-  ++i;
-}
-
 // The common shape of real text, taken without going back to the dispatcher:
 // ASCII runs and line ends, then a run of standard pairs of the code in force
 // (EUC or Shift JIS) that the dispatcher would give to that code, or a JIS
@@ -161,13 +151,14 @@ inline void CopyFrom(void (*copy)(std::uint8_t*, const std::uint8_t*, BufIndex&,
 // line end or the end of the block is that code's: its reading holds, so the
 // other reading can at best tie it, and no pair in it is gaiji.
 void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
-                       BufIndex end, std::uint16_t& s, std::uint16_t base,
-                       const GaijiPolicy& policy, SimdLevel level) noexcept {
+                       BufIndex end, std::uint16_t& s, std::uint16_t base, const RunLoops& loops,
+                       const GaijiTable* table, SimdLevel level) noexcept {
   using namespace code_state;
   for (;;) {
     CopyAscii(out, in, o, i, end, level);
     if (i > end) return;
     const std::uint8_t b = in[i];
+    RunLoop rest = nullptr;  // the code's own loop, from where the standard pairs end
     if (s == kEuc && b >= 0xA1) {
       BufIndex k = i;
       std::uint8_t* q = out + o;
@@ -175,10 +166,7 @@ void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, B
       if (k == i || !EndsReadingCleanly(in, k, end)) return;
       o = q - out;
       i = k;
-      if (i > end) return;
-      if (in[i] == 0x20 || in[i] == 0x09 || in[i] == 0x0A || in[i] == 0x0D) {
-        CopyFrom(EucCopy, out, in, o, i, end, policy);
-      }
+      rest = loops.euc;
     } else if (s == kSjis && b >= 0x81) {
       BufIndex k = i;
       std::uint8_t* q = out + o;
@@ -186,31 +174,32 @@ void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, B
       if (k == i || !EndsReadingCleanly(in, k, end)) return;
       o = q - out;
       i = k;
-      if (i > end) return;
-      if (in[i] == 0x20 || in[i] == 0x09 || in[i] == 0x0A || in[i] == 0x0D) {
-        CopyFrom(SjisCopy, out, in, o, i, end, policy);
-      }
+      rest = loops.sjis;
     } else if (b == 0x1B && s != kJisKanji && s != kJisKana && in[i + 1] == 0x24 &&
                (in[i + 2] == 0x42 || in[i + 2] == 0x40)) {
       s = kJisKanji;
       i += 3;
-      if (i > end || !IsPrintable(in[i])) return;
-      const BufIndex start = i;
-      BufIndex consumed = 0;
-      JisZenCopy(out, in, o, i, end, consumed, policy);
-      ++i;
-      if (consumed == 0) {
-        i = start;
-        return;
-      }
+      if (i > end) return;
+      const RunEnd e = loops.jisZen(in, i, end, out + o, table, level);
+      if (e.stop == i) return;  // the dispatcher drops the refused byte
+      o = e.q - out;
+      i = e.stop;
       if (i > end || in[i] != 0x1B || in[i + 1] != 0x28 ||
           (in[i + 2] != 0x42 && in[i + 2] != 0x4A)) {
         return;
       }
       s = base;
       i += 3;
+      continue;
     } else {
       return;
+    }
+    // The code's loop goes on through blanks, line ends and what follows them;
+    // any other byte it refuses at once, and the loop above takes it.
+    if (i <= end && (in[i] == 0x20 || in[i] == 0x09 || in[i] == 0x0A || in[i] == 0x0D)) {
+      const RunEnd e = rest(in, i, end, out + o, table, level);
+      o = e.q - out;
+      i = e.stop;
     }
   }
 }
@@ -240,6 +229,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
   const GaijiPolicy& policy = settings.policy;
   const std::uint16_t base = settings.BaseState();
   const SimdLevel level = CurrentSimdLevel();
+  const RunLoops loops = RunLoopsFor(policy.mode);
   std::uint16_t s = codeState;
   BufIndex o = 0;
   BufIndex i = 0;
@@ -253,7 +243,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     }
     if (s != kJisKanji && s != kJisKana) {
       if (IsPrintable(b)) {
-        TakeCommonStretch(out, in, o, i, end, s, base, policy, level);
+        TakeCommonStretch(out, in, o, i, end, s, base, loops, policy.table, level);
         continue;
       }
       const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
