@@ -164,7 +164,7 @@ void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state
       Mark(mark, survey::kMarkSjis);
     } else if ((type & ct::kSjisBits) != 0 && (type & ct::kEucBits) != 0) {
       SjisOrEucResult r = SjisOrEuc(b, i, stop, gaijiAsChar);
-      if (r.verdict == 0 && breakTies) r.verdict = BreakTie(b, i, r);
+      if (r.verdict == 0 && breakTies) r.verdict = BreakTie(b, i, r, i == 0);
       i = AfterSjisOrEuc(r, i, mark, flags);
     } else {
       return TolerateBinary(state);

@@ -20,7 +20,8 @@ constexpr bool IsKanaLetter(std::uint8_t b) noexcept {
 
 }  // namespace
 
-int BreakTie(const std::uint8_t* buf, BufIndex start, const SjisOrEucResult& r) noexcept {
+int BreakTie(const std::uint8_t* buf, BufIndex start, const SjisOrEucResult& r,
+             bool cutBefore) noexcept {
   // EUC-JP reading: pairs in the kana and punctuation rows.
   int pairs = 0;
   int kanaRows = 0;
@@ -32,7 +33,8 @@ int BreakTie(const std::uint8_t* buf, BufIndex start, const SjisOrEucResult& r) 
   if (kanaRows >= 2 && 2 * kanaRows >= pairs) return 2;
 
   // Shift JIS reading: half-width katakana that no word would hold.
-  std::uint8_t before = 0;  // the half-width katakana before, 0 after anything else
+  // The half-width katakana before, 0 after anything else.
+  std::uint8_t before = cutBefore ? 0xB1 : 0;
   for (BufIndex p = start; p < start + r.sjisLength;) {
     const std::uint8_t b = buf[p];
     if (InRange(b, 0xA1, 0xDF)) {

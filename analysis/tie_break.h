@@ -11,8 +11,9 @@
 namespace ferrox {
 
 // 1 Shift JIS, 2 EUC-JP, 0 no telling. `r` is the SjisOrEuc result for the
-// stretch at `start`.
-[[nodiscard]] int BreakTie(const std::uint8_t* buf, BufIndex start,
-                           const SjisOrEucResult& r) noexcept;
+// stretch at `start`; `cutBefore` says that what precedes it is unknown (it
+// starts a chunk), so it may continue a word.
+[[nodiscard]] int BreakTie(const std::uint8_t* buf, BufIndex start, const SjisOrEucResult& r,
+                           bool cutBefore) noexcept;
 
 }  // namespace ferrox
