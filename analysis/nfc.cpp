@@ -7,7 +7,6 @@
 
 // std
 #include <algorithm>
-#include <bitset>
 #include <iterator>
 #include <memory>
 #include <unordered_map>
@@ -27,12 +26,14 @@ constexpr char32_t kNCount = kVCount * kTCount;
 constexpr char32_t kSCount = kLCount * kNCount;
 
 struct Tables {
-  std::bitset<0x10000> attention;             // the BMP part of kAttention
+  std::uint64_t attention[0x10000 / 64] = {};  // the BMP part of kAttention
   std::unordered_map<std::uint64_t, char32_t> compose;  // (first << 32 | second) -> composite
 
   Tables() {
     for (const auto& r : nfc_data::kAttention) {
-      for (std::uint32_t cp = r.first; cp <= r.last && cp < 0x10000; ++cp) attention.set(cp);
+      for (std::uint32_t cp = r.first; cp <= r.last && cp < 0x10000; ++cp) {
+        attention[cp / 64] |= std::uint64_t{1} << (cp % 64);
+      }
     }
     for (const auto& d : nfc_data::kDecompositions) {
       if (d.composes) compose.emplace(std::uint64_t{d.first} << 32 | d.second, d.cp);
@@ -98,12 +99,14 @@ char32_t Composite(char32_t a, char32_t b) noexcept {
 
 bool NeedsAttention(char32_t cp) noexcept {
   if (cp < 0x300) return false;
-  if (cp < 0x10000) return Get().attention.test(cp);
+  if (cp < 0x10000) return (Get().attention[cp / 64] >> (cp % 64) & 1) != 0;
   const auto* end = std::end(nfc_data::kAttention);
   const auto* it = std::upper_bound(std::begin(nfc_data::kAttention), end, cp,
                                     [](char32_t v, const nfc_data::Range& r) { return v < r.first; });
   return it != std::begin(nfc_data::kAttention) && cp <= std::prev(it)->last;
 }
+
+const std::uint64_t* AttentionBits() noexcept { return Get().attention; }
 
 char32_t SingletonOf(char32_t cp) noexcept {
   const auto* d = DecompositionOf(cp);

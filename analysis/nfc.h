@@ -13,6 +13,10 @@ namespace ferrox::nfc {
 // pair that composes.
 [[nodiscard]] bool NeedsAttention(char32_t cp) noexcept;
 
+// The same answer for the BMP as a bitmap, one bit per code point (bit
+// cp % 64 of word cp / 64), for loops that ask for every character.
+[[nodiscard]] const std::uint64_t* AttentionBits() noexcept;
+
 // Composes text[0..count) to NFC in place and returns the new count. `text`
 // must have room for `capacity` code points: decomposition may grow a
 // segment before it is composed again; what does not fit is left as it was.

@@ -16,11 +16,18 @@ namespace ferrox {
 
 namespace {
 constexpr char32_t kByteOrderMark = 0xFEFF;
+
+constexpr bool Is3ByteLead(std::uint8_t b) noexcept { return b >= 0xE1 && b <= 0xEF && b != 0xED; }
+constexpr bool IsTail(std::uint8_t b) noexcept { return (b & 0xC0) == 0x80; }
+inline char32_t Decode3(const std::uint8_t* p) noexcept {
+  return static_cast<char32_t>((p[0] & 0x0F) << 12 | (p[1] & 0x3F) << 6 | (p[2] & 0x3F));
+}
 constexpr const char* kGeta = "\x81\xac";  // 〓
 }  // namespace
 
 Utf8Converter::Utf8Converter(const GaijiTable* table)
     : cp932_(cp932::FromUnicodeTable()),
+      attention_(nfc::AttentionBits()),
       replacement_(table != nullptr ? table->Records().front().replacement : kGeta) {}
 
 std::size_t Utf8Converter::OutputBound(std::size_t length) const noexcept {
@@ -35,7 +42,8 @@ void Utf8Converter::PutReplacement(std::uint8_t* out, BufIndex& o) const noexcep
   o += static_cast<BufIndex>(replacement_.size());
 }
 
-void Utf8Converter::Put(char32_t cp, std::uint8_t* out, BufIndex& o) const noexcept {
+[[gnu::always_inline]] inline void Utf8Converter::Put(char32_t cp, std::uint8_t* out,
+                                                     BufIndex& o) const noexcept {
   const std::uint16_t code = cp < 0x10000 ? cp932_[cp] : 0;
   if (code == 0) {
     PutReplacement(out, o);
@@ -51,9 +59,7 @@ void Utf8Converter::Put(char32_t cp, std::uint8_t* out, BufIndex& o) const noexc
 void Utf8Converter::Flush(std::uint8_t* out, BufIndex& o) noexcept {
   std::size_t n = segmentLength_;
   if (n == 0) return;
-  if (n > 1 || nfc::NeedsAttention(segment_[0])) {
-    n = nfc::Compose(segment_.data(), n, segment_.size());
-  }
+  if (!segmentPlain_) n = nfc::Compose(segment_.data(), n, segment_.size());
   for (std::size_t k = 0; k < n; ++k) Put(segment_[k], out, o);
   segmentLength_ = 0;
 }
@@ -66,10 +72,25 @@ void Utf8Converter::Take(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept {
   if (!nfc::NeedsAttention(cp)) {
     // Nothing that follows can join what waits: it is final.
     Flush(out, o);
-  } else if (segmentLength_ >= kSegmentMax) {
-    Flush(out, o);
+    segmentPlain_ = true;
+  } else {
+    if (segmentLength_ >= kSegmentMax) Flush(out, o);
+    segmentPlain_ = false;
   }
   segment_[segmentLength_++] = cp;
+}
+
+// Take for a BMP character after the first, with the common case inline:
+// a character NFC leaves alone after one that waits alone.
+inline void Utf8Converter::TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept {
+  if ((attention_[cp / 64] >> (cp % 64) & 1) != 0 || segmentLength_ > 1 || !segmentPlain_ ||
+      atStart_) {
+    Take(cp, out, o);
+    return;
+  }
+  if (segmentLength_ == 1) Put(segment_[0], out, o);
+  segment_[0] = cp;
+  segmentLength_ = 1;
 }
 
 BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
@@ -111,6 +132,7 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
         if (in[i] >= 0x21 && in[i] <= 0x7E && in[i + 1] >= 0x80) {
           segment_[0] = in[i];
           segmentLength_ = 1;
+          segmentPlain_ = true;
           --o;
         }
       } else if (b == 0x09 || b == 0x0C) {
@@ -118,6 +140,25 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
       }
       // Every other control byte, 0x1A included, is dropped.
       ++i;
+      continue;
+    }
+    // Kana and kanji: three bytes, none of the leads whose second byte is
+    // narrower. A run of characters that NFC leaves alone goes in one loop,
+    // each written when the next shows that nothing joins it.
+    if (Is3ByteLead(b) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
+      TakeBmp(Decode3(in + i), out, o);
+      i += 3;
+      if (segmentLength_ == 1 && segmentPlain_) {
+        char32_t waiting = segment_[0];
+        while (i <= end && Is3ByteLead(in[i]) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
+          const char32_t cp = Decode3(in + i);
+          if ((attention_[cp / 64] >> (cp % 64) & 1) != 0) break;
+          Put(waiting, out, o);
+          waiting = cp;
+          i += 3;
+        }
+        segment_[0] = waiting;
+      }
       continue;
     }
     const utf8::Sequence s =

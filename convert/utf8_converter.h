@@ -40,6 +40,7 @@ class Utf8Converter {
 
  private:
   void Take(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept;
+  void TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept;
   void Flush(std::uint8_t* out, BufIndex& o) noexcept;
   void Put(char32_t cp, std::uint8_t* out, BufIndex& o) const noexcept;
   void PutReplacement(std::uint8_t* out, BufIndex& o) const noexcept;
@@ -47,9 +48,11 @@ class Utf8Converter {
   static constexpr std::size_t kSegmentMax = 32;  // a longer run of marks is composed in parts
 
   const std::array<std::uint16_t, 0x10000>& cp932_;
+  const std::uint64_t* attention_;  // nfc::AttentionBits()
   std::string replacement_;
   std::array<char32_t, kSegmentMax + 8> segment_{};  // a starter and what may join it
   std::size_t segmentLength_ = 0;
+  bool segmentPlain_ = false;  // one character that NFC leaves as it is
   std::array<std::uint8_t, 4> partial_{};  // the start of a character cut by the block's end
   std::size_t partialLength_ = 0;
   bool atStart_ = true;  // nothing taken yet: a byte order mark is dropped
