@@ -7,6 +7,8 @@
 #include "convert/cp932.h"
 #include "convert/gaiji_table.h"
 #include "analysis/nfc.h"
+#include "convert/ascii_run.h"
+#include "convert/simd_level.h"
 #include "convert/transcoders.h"
 
 // std
@@ -126,7 +128,9 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
       atStart_ = false;
       Flush(out, o);
       if ((b >= 0x20 && b <= 0x7E) || b == 0x0D || b == 0x0A) {
-        AsciiCopy(out, in, o, i, end);
+        const AsciiRunEnd run = AsciiRun(in, i, end, out + o, CurrentSimdLevel());
+        o = static_cast<BufIndex>(run.q - out);
+        i = run.stop - 1;
         // A letter before a non-ASCII byte waits: a combining mark may join
         // it (A and a combining ring are Å).
         if (in[i] >= 0x21 && in[i] <= 0x7E && in[i + 1] >= 0x80) {
