@@ -42,6 +42,7 @@ bool CliWindow::ConvBusy() const { return busy_ && g_interrupted == 0; }
 
 void CliWindow::SetInFileText(const std::string& text) {
   inText_ = text;
+  if (busy_) ++pairsStarted_;  // the driver writes each pair into the boxes while busy
   ProposeCheckBoxesFor(text);
 }
 

@@ -41,6 +41,9 @@ class CliWindow final : public ConvWindow {
   void ProgressPanel(bool on) override;
   void Beep() override {}
 
+  // Pairs the driver has handed to the job in this run.
+  [[nodiscard]] int PairsStarted() const { return pairsStarted_; }
+
   // Removes a progress line from the terminal.
   void ClearProgressLine();
 
@@ -64,6 +67,7 @@ class CliWindow final : public ConvWindow {
   bool lineShown_ = false;
   int lastPercent_ = -1;
   int filesDone_ = 0;
+  int pairsStarted_ = 0;
 };
 
 }  // namespace ferrox::cli

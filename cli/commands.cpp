@@ -10,7 +10,9 @@
 #include "app/entry_list.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
+#include "cli/cli_text.h"
 #include "cli/cli_window.h"
+#include "cli/survey_json.h"
 #include "convert/result_code.h"
 #include "suffix/file_name_rec.h"
 
@@ -26,9 +28,14 @@ bool LoadSettings(SettingsStore& store, const Arguments& arguments) {
   const SettingsLoadResult loaded = store.Load();
   if (loaded.suffix.Failed()) Say(SuffixLoadMessage(loaded.suffix));
   ApplyOverrides(arguments, store.Settings);
-  if (arguments.gaijiTable) store.ReloadGaijiTable();
-  if (arguments.chkSize && *arguments.chkSize < 100) {
+  if (arguments.gaijiTableGiven) store.ReloadGaijiTable();
+  // Below 1 means the whole file; a small sample tells nothing.
+  if (arguments.chkSizeGiven && store.Settings.ChkSize >= 1 && store.Settings.ChkSize < 100) {
     Say("ﾌｧｲﾙの調査ｻｲｽﾞが少な過ぎます。100 Byte 以上に設定して下さい。");
+    return false;
+  }
+  if (arguments.fncCharGiven && !FncCharAllowed(store.Settings.FNCChar)) {
+    Say("ﾌｧｲﾙ名の置換文字が不正です。");
     return false;
   }
   return true;
@@ -60,6 +67,21 @@ std::string LfLines(std::string text) {
   return out;
 }
 
+// A run that found no file to hand to the job says why, in one line.
+void SayNothingToConvert(const std::string& input, const ConversionSettings& settings) {
+  const std::string path = AbsoluteEntry(input);
+  std::string why;
+  if (HasWildcard(path)) {
+    why = Tr("no file matches ", "一致するファイルがありません: ") + input;
+  } else if (IsFolder(path) && (settings.FileMode & file_mode::kFolderSelect) == 0) {
+    why = input + Tr(" is a folder, and folders are not converted without --walk (FileMode 16)",
+                     " はフォルダです。フォルダを変換するには --walk (FileMode 16) が必要です");
+  } else {
+    why = Tr("no file in ", "ファイルがありません: ") + input;
+  }
+  Say(Tr("ferrox: nothing to convert: ", "ferrox: 変換するファイルがありません: ") + why);
+}
+
 }  // namespace
 
 int ExitStatus(int driverResult) noexcept {
@@ -88,6 +110,7 @@ int RunConvert(const Arguments& arguments) {
   window.ClearProgressLine();
   // A cancel that came after the last check still counts as a cancel.
   if (rc == result::kDone && CliWindow::Interrupted()) return kExitCancelled;
+  if (rc == result::kDone && window.PairsStarted() == 0) SayNothingToConvert(arguments.operands[0], store.Settings);
   return ExitStatus(rc);
 }
 
@@ -95,32 +118,62 @@ int RunSurvey(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
   const ConversionSettings& settings = store.Settings;
-  const std::string path = AbsoluteEntry(arguments.operands[0]);
+  const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
   FileSurvey survey;
   SilentProgress sink;
-
-  if (arguments.flagsOnly) {
-    MacBinaryInfo info;
-    std::uint16_t flags = 0;
-    const int kind = survey.FileTypeChk(path, SurveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode},
-                                        sink, info, flags);
-    std::printf("%d 0x%04X\n", kind, static_cast<unsigned>(flags));
-    return kind == survey_result::kUnreadable ? 1 : 0;
+  int status = 0;
+  for (const std::string& operand : arguments.operands) {
+    const std::string path = AbsoluteEntry(operand);
+    if (arguments.flagsOnly) {
+      MacBinaryInfo info;
+      std::uint16_t flags = 0;
+      const int kind = survey.FileTypeChk(path, surveySettings, sink, info, flags);
+      std::printf("%d 0x%04X\n", kind, static_cast<unsigned>(flags));
+      if (kind == survey_result::kUnreadable) status = 1;
+      continue;
+    }
+    if (arguments.json) {
+      // One object per file: a folder, wildcard or list stands for the files it names.
+      std::vector<std::string> files = ExpandEntry(path, settings.FileMode);
+      if (files.empty() || files == std::vector<std::string>{path}) files = {path};
+      for (const std::string& file : files) {
+        MacBinaryInfo info;
+        std::uint16_t flags = 0;
+        const int kind = survey.FileTypeChk(file, surveySettings, sink, info, flags);
+        const std::string shown = file == path ? operand : file;
+        std::printf("%s\n", SurveyJson({shown, file, kind, flags,
+                                         kind == survey_result::kMacBinary ? &info : nullptr, settings.ChkSize,
+                                         settings.BinRate})
+                                .c_str());
+        if (kind == survey_result::kUnreadable) status = 1;
+      }
+      continue;
+    }
+    const ReportSettings reportSettings{settings.ChkSize, settings.BinRate, settings.ConvMode, settings.FileMode};
+    const SuffixTable& table = store.Suffixes;
+    const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
+      const int row = SuffixTableSearch(table, type, creator);
+      return row >= 0 ? &table[static_cast<std::size_t>(row)] : nullptr;
+    };
+    const std::string report =
+        InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink);
+    if (report.empty()) {
+      Say("入力ﾌｧｲﾙ [" + operand + "] が見つかりません");
+      status = 1;
+      continue;
+    }
+    std::fputs(LfLines(report).c_str(), stdout);
   }
+  return status;
+}
 
-  const ReportSettings reportSettings{settings.ChkSize, settings.BinRate, settings.ConvMode, settings.FileMode};
-  const SuffixTable& table = store.Suffixes;
-  const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
-    const int row = SuffixTableSearch(table, type, creator);
-    return row >= 0 ? &table[static_cast<std::size_t>(row)] : nullptr;
-  };
-  const std::string report =
-      InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink);
-  if (report.empty()) {
-    Say("入力ﾌｧｲﾙ [" + arguments.operands[0] + "] が見つかりません");
-    return 1;
-  }
-  std::fputs(LfLines(report).c_str(), stdout);
+int RunSettings(const Arguments& arguments) {
+  SettingsStore store;
+  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  const ConversionSettings& s = store.Settings;
+  std::printf("ConvMode=%u\nFileMode=%u\nLineSize=%d\nChkSize=%d\nBinRate=%d\nFNCChar=%s\nGaijiTable=%s\n",
+              static_cast<unsigned>(s.ConvMode), static_cast<unsigned>(s.FileMode), s.LineSize, s.ChkSize, s.BinRate,
+              s.FNCChar.c_str(), s.GaijiTable.c_str());
   return 0;
 }
 
