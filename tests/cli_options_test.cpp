@@ -218,6 +218,14 @@ TEST_F(CliOptions, HelpAndOwnMessagesFollowTheLocale) {
       const bool ofOneCommand = r.status == 64 && r.err.find(" command") != std::string::npos;
       EXPECT_TRUE(r.status == 0 || ofOneCommand) << (*it)[1] << r.err;
     }
+    // The manual pages describe every one of them.
+    for (const char* page : {"/doc/ferrox.1", "/doc/ja/ferrox.1"}) {
+      const std::string text = ReadAll(std::string(FERROX_SOURCE_DIR) + page);
+      for (std::string name : names) {
+        for (auto at = name.find('-'); at != std::string::npos; at = name.find('-', at + 2)) name.insert(at, "\\");
+        EXPECT_NE(text.find(name), std::string::npos) << page << ": " << name;
+      }
+    }
     if (firstNames.empty()) firstNames = names;
     EXPECT_EQ(names, firstNames) << lang;
     EXPECT_GT(names.size(), 40u);
