@@ -42,7 +42,7 @@ class CliTest : public ::testing::Test {
   // Names in the work folder (TMP) and any work files left in `folder`.
   [[nodiscard]] std::vector<std::string> WorkFilesLeft(const std::string& folder = {}) const;
 
-  ScratchDir scratch_;
+  ScratchDir scratch_{SharedTempBase()};  // some tests run ferrox as "nobody" in here
   std::string root_ = scratch_.Path().string();  // the test's own folder
   std::string config_ = root_ + "/.config";      // FERROX_CONFIG_DIR
   std::string work_ = root_ + "/.work";          // TMP
