@@ -92,7 +92,13 @@ void CliWindow::ClearProgressLine() {
 
 void CliWindow::Message(const std::string& text) {
   ClearProgressLine();
-  std::fprintf(stderr, "%s\n", text.c_str());
+  std::string line = text;
+  for (const auto& [path, shown] : shownAs_) {
+    for (auto at = line.find(path); at != std::string::npos; at = line.find(path, at + shown.size())) {
+      line.replace(at, path.size(), shown);
+    }
+  }
+  std::fprintf(stderr, "%s\n", line.c_str());
   std::fflush(stderr);
 }
 

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "app/check_box_proposal.h"
 #include "app/conv_window.h"
@@ -41,6 +43,9 @@ class CliWindow final : public ConvWindow {
   void ProgressPanel(bool on) override;
   void Beep() override {}
 
+  // Messages show `path` as `shown` (standard input and output as "-").
+  void ShowPathAs(const std::string& path, const std::string& shown) { shownAs_.emplace_back(path, shown); }
+
   // Pairs the driver has handed to the job in this run.
   [[nodiscard]] int PairsStarted() const { return pairsStarted_; }
 
@@ -68,6 +73,7 @@ class CliWindow final : public ConvWindow {
   int lastPercent_ = -1;
   int filesDone_ = 0;
   int pairsStarted_ = 0;
+  std::vector<std::pair<std::string, std::string>> shownAs_;
 };
 
 }  // namespace ferrox::cli

@@ -1,6 +1,12 @@
 #include "cli/commands.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "analysis/file_survey.h"
@@ -12,8 +18,10 @@
 #include "app/settings_store.h"
 #include "cli/cli_text.h"
 #include "cli/cli_window.h"
+#include "cli/std_streams.h"
 #include "cli/survey_json.h"
 #include "convert/result_code.h"
+#include "platform/mount_point.h"
 #include "suffix/file_name_rec.h"
 
 namespace ferrox::cli {
@@ -39,6 +47,24 @@ bool LoadSettings(SettingsStore& store, const Arguments& arguments) {
     return false;
   }
   return true;
+}
+
+// The disk-full message, naming the file system of the work folder.
+std::string DiskFullMessage() {
+  return "作業領域(" + MountPointOf(WorkFolder()) + "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした";
+}
+
+// Whether a finished output would show as binary on a terminal.
+bool IsBinary(const std::string& path, const ConversionSettings& settings) {
+  FileSurvey survey;
+  SilentProgress sink;
+  MacBinaryInfo info;
+  std::uint16_t flags = 0;
+  const SurveySettings whole{settings.ChkSize, settings.BinRate,
+                             static_cast<std::uint16_t>(settings.ConvMode | conv_mode::kFull)};
+  const int kind = survey.FileTypeChk(path, whole, sink, info, flags);
+  struct stat st {};
+  return kind == survey_result::kMacBinary || (flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0);
 }
 
 // A box text with every name made absolute against the current folder, kept
@@ -98,20 +124,62 @@ int ExitStatus(int driverResult) noexcept {
 int RunConvert(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
-  FileSurvey survey;
-  CliWindow window(store.Settings, survey, arguments.text, arguments.cut);
-  window.SetOutFileText(AbsoluteEntry(arguments.operands[1]));
-  window.SetInFileText(AbsoluteEntry(arguments.operands[0]));
+  const std::string& inOperand = arguments.operands[0];
+  const std::string& outOperand = arguments.operands[1];
+  const bool fromStdin = inOperand == "-";
+  const bool toStdout = outOperand == "-";
+  std::string inText = AbsoluteEntry(inOperand);
+  if (toStdout && !fromStdin && (HasWildcard(inText) || inText.front() == '"' || IsFolder(inText))) {
+    Say(std::string("ferrox: ") + Tr("standard output (-) takes one input file", "標準出力 (-) に書けるのは 1 つのファイルだけです"));
+    return kExitUsage;
+  }
 
   CliWindow::CatchInterrupt();
+  StdinFile stdinFile;
+  if (fromStdin) {
+    if (const int rc = stdinFile.Spool(); rc != 0) {
+      if (rc == result::kCancelled) return kExitCancelled;
+      Say(rc == result::kDiskFull ? DiskFullMessage() : "-: 変換出来ませんでした");
+      return ExitStatus(result::kInputSide);
+    }
+    inText = stdinFile.Path();
+    store.Settings.FileMode &= static_cast<std::uint16_t>(~file_mode::kDeleteInput);  // nothing to delete
+  }
+  StdoutFile stdoutFile;
+  if (toStdout && !stdoutFile.Create()) {
+    Say(DiskFullMessage());
+    return ExitStatus(result::kOutputSide);
+  }
+
+  FileSurvey survey;
+  CliWindow window(store.Settings, survey, arguments.text, arguments.cut);
+  if (fromStdin) window.ShowPathAs(inText, "-");
+  if (toStdout) window.ShowPathAs(stdoutFile.Path(), "-");
+  window.SetOutFileText(toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand));
+  window.SetInFileText(inText);
+
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSurvey(&survey);
   const int rc = driver.Ferrox_Click_Etc(false);
   window.ClearProgressLine();
   // A cancel that came after the last check still counts as a cancel.
   if (rc == result::kDone && CliWindow::Interrupted()) return kExitCancelled;
-  if (rc == result::kDone && window.PairsStarted() == 0) SayNothingToConvert(arguments.operands[0], store.Settings);
-  return ExitStatus(rc);
+  if (rc == result::kDone && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
+  if (rc != result::kDone || !toStdout) return ExitStatus(rc);
+
+  if (!arguments.force && ::isatty(STDOUT_FILENO) == 1 && IsBinary(stdoutFile.Path(), store.Settings)) {
+    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
+                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
+    return ExitStatus(result::kOutputSide);
+  }
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
+  const int error = stdoutFile.Send();
+  if (error == EPIPE) return 128 + SIGPIPE;
+  if (error != 0) {
+    Say("-: " + std::string(std::strerror(error)));
+    return ExitStatus(result::kOutputSide);
+  }
+  return 0;
 }
 
 int RunSurvey(const Arguments& arguments) {
@@ -122,8 +190,21 @@ int RunSurvey(const Arguments& arguments) {
   FileSurvey survey;
   SilentProgress sink;
   int status = 0;
+  StdinFile stdinFile;
   for (const std::string& operand : arguments.operands) {
-    const std::string path = AbsoluteEntry(operand);
+    std::string path = AbsoluteEntry(operand);
+    if (operand == "-") {
+      CliWindow::CatchInterrupt();
+      if (stdinFile.Path().empty()) {
+        if (const int rc = stdinFile.Spool(); rc != 0) {
+          if (rc == result::kCancelled) return kExitCancelled;
+          Say(rc == result::kDiskFull ? DiskFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
+          status = 1;
+          continue;
+        }
+      }
+      path = stdinFile.Path();
+    }
     if (arguments.flagsOnly) {
       MacBinaryInfo info;
       std::uint16_t flags = 0;
@@ -162,7 +243,12 @@ int RunSurvey(const Arguments& arguments) {
       status = 1;
       continue;
     }
-    std::fputs(LfLines(report).c_str(), stdout);
+    std::string text = LfLines(report);
+    if (operand == "-") {  // the heading names standard input as typed
+      const std::string heading = "--- [" + path.substr(path.find_last_of('/') + 1) + "]の";
+      if (text.starts_with(heading)) text.replace(0, heading.size(), "--- [-]の");
+    }
+    std::fputs(text.c_str(), stdout);
   }
   return status;
 }
