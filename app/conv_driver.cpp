@@ -12,6 +12,7 @@
 #include "app/folder_listing.h"
 #include "app/path_helpers.h"
 #include "convert/result_code.h"
+#include "platform/mount_point.h"
 
 namespace ferrox {
 
@@ -31,7 +32,23 @@ bool SameFolder(const std::string& a, const std::string& b) {
 
 std::string InputNotFound(const std::string& input) { return "入力ﾌｧｲﾙ [" + input + "] が見つかりません"; }
 
+// The messages of one pair are about its input, for as long as the object lives.
+class MessagesAboutFile {
+ public:
+  MessagesAboutFile(ConvWindow& window, const std::string& path) : window_(window) { window_.MessagesAbout(path); }
+  ~MessagesAboutFile() { window_.MessagesAbout({}); }
+  MessagesAboutFile(const MessagesAboutFile&) = delete;
+  MessagesAboutFile& operator=(const MessagesAboutFile&) = delete;
+
+ private:
+  ConvWindow& window_;
+};
+
 }  // namespace
+
+std::string WorkAreaFullMessage() {
+  return "作業領域(" + MountPointOf(WorkFolder()) + "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした";
+}
 
 ConvDriver::ConvDriver(ConvWindow& window, ConversionSettings& settings, const GaijiTable* gaiji)
     : window_(window), settings_(settings), gaiji_(gaiji) {}
@@ -239,6 +256,7 @@ int ConvDriver::ConvertPair(const std::string& input, const std::string& output)
 
 int ConvDriver::Ferrox_Click_File() {
   if (!window_.ConvBusy()) return result::kCancelled;
+  const MessagesAboutFile about(window_, window_.InFileText());
   std::uint16_t flags = 0;
   if (window_.TextCnvChecked()) flags |= kJobText;
   if (window_.MBCutChecked()) flags |= kJobMacBinaryCut;
@@ -261,8 +279,7 @@ int ConvDriver::Ferrox_Click_File() {
   const JobContext context{window_, settings_, gaiji_, survey_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
-      window_.Message("作業領域(" + GetPathRoot(WorkFolder()) +
-                      "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした");
+      window_.Message(WorkAreaFullMessage());
       return result::kInputSide;
     case result::kCancelled:
       return result::kCancelled;

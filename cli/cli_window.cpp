@@ -92,7 +92,7 @@ void CliWindow::ClearProgressLine() {
 
 void CliWindow::Message(const std::string& text) {
   ClearProgressLine();
-  std::string line = text;
+  std::string line = about_.empty() ? text : about_ + ": " + text;
   for (const auto& [path, shown] : shownAs_) {
     for (auto at = line.find(path); at != std::string::npos; at = line.find(path, at + shown.size())) {
       line.replace(at, path.size(), shown);

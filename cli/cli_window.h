@@ -38,6 +38,7 @@ class CliWindow final : public ConvWindow {
   void ShowProgress(std::int64_t done, std::int64_t total) override;
 
   void Message(const std::string& text) override;
+  void MessagesAbout(const std::string& path) override { about_ = path; }
   [[nodiscard]] bool Question(const std::string&) override { return false; }
   void AllEnabled(bool) override {}
   void ProgressPanel(bool on) override;
@@ -74,6 +75,7 @@ class CliWindow final : public ConvWindow {
   int filesDone_ = 0;
   int pairsStarted_ = 0;
   std::vector<std::pair<std::string, std::string>> shownAs_;
+  std::string about_;  // the file the messages are about, named at the start of each line
 };
 
 }  // namespace ferrox::cli

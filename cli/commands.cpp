@@ -21,7 +21,6 @@
 #include "cli/std_streams.h"
 #include "cli/survey_json.h"
 #include "convert/result_code.h"
-#include "platform/mount_point.h"
 #include "suffix/file_name_rec.h"
 
 namespace ferrox::cli {
@@ -47,11 +46,6 @@ bool LoadSettings(SettingsStore& store, const Arguments& arguments) {
     return false;
   }
   return true;
-}
-
-// The disk-full message, naming the file system of the work folder.
-std::string DiskFullMessage() {
-  return "作業領域(" + MountPointOf(WorkFolder()) + "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした";
 }
 
 // Whether a finished output would show as binary on a terminal.
@@ -139,7 +133,7 @@ int RunConvert(const Arguments& arguments) {
   if (fromStdin) {
     if (const int rc = stdinFile.Spool(); rc != 0) {
       if (rc == result::kCancelled) return kExitCancelled;
-      Say(rc == result::kDiskFull ? DiskFullMessage() : "-: 変換出来ませんでした");
+      Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
       return ExitStatus(result::kInputSide);
     }
     inText = stdinFile.Path();
@@ -147,7 +141,7 @@ int RunConvert(const Arguments& arguments) {
   }
   StdoutFile stdoutFile;
   if (toStdout && !stdoutFile.Create()) {
-    Say(DiskFullMessage());
+    Say(WorkAreaFullMessage());
     return ExitStatus(result::kOutputSide);
   }
 
@@ -198,7 +192,7 @@ int RunSurvey(const Arguments& arguments) {
       if (stdinFile.Path().empty()) {
         if (const int rc = stdinFile.Spool(); rc != 0) {
           if (rc == result::kCancelled) return kExitCancelled;
-          Say(rc == result::kDiskFull ? DiskFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
+          Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
           status = 1;
           continue;
         }

@@ -84,6 +84,9 @@ TEST_F(CliPipe, LargeStreamInFlatMemoryAndRefusals) {
   EXPECT_NE(forced.out.find('\xff'), std::string::npos);
   Write("a.txt", "text\n");
   EXPECT_EQ(Run(CliCall{{"convert", "a.txt", "-"}, {}, {}, terminal}).status, 0);  // text is fine
+  // A message about standard input names it "-".
+  EXPECT_EQ(RunWithInput({"convert", "--no-text", "--no-cut", "-", "o.txt"}, Path("a.txt")).err,
+            "-: 変換設定がされていません\n");
 
   // Standard output takes one file; a folder or a wildcard cannot go there.
   fs::create_directories(Path("dir"));
