@@ -19,6 +19,7 @@
 #include "convert/output_file.h"
 #include "convert/result_code.h"
 #include "platform/file_times.h"
+#include "app/work_files.h"
 #include "platform/trash.h"
 
 namespace ferrox {
@@ -56,128 +57,170 @@ class WorkFiles {
   std::vector<std::string> paths_;
 };
 
-bool SameDevice(const std::string& a, const std::string& b) {
-  struct stat sa {};
-  struct stat sb {};
-  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev;
+// An open file descriptor, closed on destruction.
+class Fd {
+ public:
+  explicit Fd(int fd = -1) noexcept : fd_(fd) {}
+  ~Fd() { Reset(-1); }
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  void Reset(int fd) noexcept {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+  }
+  [[nodiscard]] int get() const noexcept { return fd_; }
+
+ private:
+  int fd_;
+};
+
+bool SameInode(const struct stat& a, const struct stat& b) noexcept {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// Copies `from` into the new file `to` and flushes it to disk.
-bool CopyToNewFile(const std::string& from, const std::string& to) {
-  const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) return false;
-  const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (out < 0) {
-    ::close(in);
+bool SameTime(const timespec& a, const timespec& b) noexcept {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+// Unchanged since `before` was taken: same file, length and times.
+bool Unchanged(const std::string& path, const struct stat& before) {
+  struct stat now {};
+  return ::stat(path.c_str(), &now) == 0 && SameInode(now, before) && now.st_size == before.st_size &&
+         SameTime(now.st_mtim, before.st_mtim) && SameTime(now.st_ctim, before.st_ctim);
+}
+
+// A file this user made and alone names: what the job may change.
+bool OwnPrivateFile(int fd) {
+  struct stat st {};
+  return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::geteuid() && st.st_nlink == 1;
+}
+
+// Copies all of `from` (from its start) into the new file `to`, which is
+// created private; returns the open new file, or -1.
+int CopyToNewFile(int from, const std::string& to) {
+  const int out = ::open(to.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (out < 0) return -1;
+  std::vector<char> buffer(1 << 16);
+  off_t at = 0;
+  for (;;) {
+    const ssize_t n = ::pread(from, buffer.data(), buffer.size(), at);
+    if (n < 0 && errno == EINTR) continue;
+    if (n == 0) return out;
+    if (n < 0 || !WriteAll(out, buffer.data(), static_cast<std::size_t>(n))) break;
+    at += n;
+  }
+  ::close(out);
+  return -1;
+}
+
+std::string NameOf(const std::string& path) { return path.substr(path.find_last_of('/') + 1); }
+
+// Folder of `path` with a trailing "/", "./" for a bare name.
+std::string FolderOf(const std::string& path) {
+  const std::string parent = GetParentFolder(path);
+  if (parent.empty()) return "./";
+  return parent.back() == '/' ? parent : parent + "/";
+}
+
+// Renames `from` to `to` when `to` does not exist, never over a file that
+// appeared meanwhile (where the file system can tell).
+bool RenameNew(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+// The old output goes to the trash while it still lies at its name: a second
+// name for it in a private holding folder is trashed (restorable to the
+// output's name), then one rename puts the new data in place. The output name
+// is never empty.
+bool TrashAndReplace(const std::string& staged, const std::string& outPath) {
+  const std::string holding = FolderOf(outPath) + "." + NextWorkStem() + ".old";
+  if (::mkdir(holding.c_str(), 0700) != 0) return false;
+  const std::string held = holding + "/" + NameOf(outPath);
+  TrashResult trashed;
+  if (::link(outPath.c_str(), held.c_str()) == 0) {
+    trashed = TrashDelete(held, outPath);
+    if (!trashed.ok) {
+      ::unlink(held.c_str());
+      ::rmdir(holding.c_str());
+      return false;
+    }
+    ::rmdir(holding.c_str());
+    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
+    TrashForget(trashed);  // the old output still lies at its name
     return false;
   }
-  std::vector<char> buffer(1 << 16);
-  bool ok = true;
-  for (;;) {
-    const ssize_t n = ::read(in, buffer.data(), buffer.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      ok = n == 0;
-      break;
-    }
-    if (!WriteAll(out, buffer.data(), static_cast<std::size_t>(n))) {
-      ok = false;
-      break;
-    }
+  // No second names on this file system: the old output is trashed first.
+  ::rmdir(holding.c_str());
+  trashed = TrashDelete(outPath);
+  if (!trashed.ok) return false;
+  if (RenameNew(staged, outPath)) return true;
+  (void)TrashRestore(trashed, outPath);
+  return false;
+}
+
+// Keeps the old output as `backup`, which must not exist, then puts the new
+// data in place.
+bool BackupAndReplace(const std::string& staged, const std::string& outPath, const std::string& backup) {
+  // A second name for the old output, then one rename: the output name never
+  // stands empty.
+  if (::link(outPath.c_str(), backup.c_str()) == 0) {
+    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
+    ::unlink(backup.c_str());
+    return false;
   }
-  ok = ::fsync(out) == 0 && ok;
-  ok = ::close(out) == 0 && ok;
-  ::close(in);
-  return ok;
+  if (!RenameNew(outPath, backup)) return false;
+  if (RenameNew(staged, outPath)) return true;
+  (void)RenameNew(backup, outPath);
+  return false;
 }
 
-// Flushes a finished file to the disk, so that the rename that puts it in
-// place can never leave an empty output behind after a system crash.
-bool SyncToDisk(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return false;
-  const bool ok = ::fsync(fd) == 0;
-  return ::close(fd) == 0 && ok;
-}
-
-std::int64_t FileSize(const std::string& path) {
-  struct stat st {};
-  return ::stat(path.c_str(), &st) == 0 ? static_cast<std::int64_t>(st.st_size) : -1;
-}
-
-bool EntryExists(const std::string& path) {
-  struct stat st {};
-  return ::lstat(path.c_str(), &st) == 0;
-}
-
-std::string AsciiUpper(std::string text) {
-  for (char& c : text) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return text;
-}
-
-// Puts the finished new data (`staged`, in the output's folder) at `outPath`,
-// first disposing of an old output as FileMode says. The old output stays at
-// its name until one rename replaces it, except when it goes to the trash.
-bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode) {
+// Puts the finished new data (`staged`, beside the output) at `outPath`,
+// disposing of an old output as FileMode says. Nothing the job did not make is
+// deleted: an old backup goes to the trash, and when the backup name is the
+// input itself, the old output goes to the trash instead.
+bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode,
+                 const struct stat& input) {
   struct stat old {};
-  if (::lstat(outPath.c_str(), &old) != 0) return ::rename(staged.c_str(), outPath.c_str()) == 0;
-  if (S_ISDIR(old.st_mode)) return false;  // a file never takes the place of a folder
+  if (::lstat(outPath.c_str(), &old) != 0) return errno == ENOENT && RenameNew(staged, outPath);
+  if (!S_ISREG(old.st_mode) && !S_ISLNK(old.st_mode)) return false;  // folders, pipes, devices stay
+  // A symbolic link is replaced as a link: what it leads to is not touched.
+  if (S_ISLNK(old.st_mode)) return ::rename(staged.c_str(), outPath.c_str()) == 0;
 
   if ((fileMode & file_mode::kBackup) != 0) {
     const std::string backup = GetNameWithoutExtension(outPath) + ".bak";
-    // An output that is itself named .bak cannot keep a backup of itself.
-    if (AsciiUpper(backup) == AsciiUpper(outPath)) return false;
-    if (EntryExists(backup)) {
-      ::chmod(backup.c_str(), 0600);
-      if (::unlink(backup.c_str()) != 0) return false;
+    // An output that is itself named .bak cannot keep a backup of itself;
+    // converted in place, the original goes to the trash instead.
+    if (backup == outPath) return SameInode(old, input) && TrashAndReplace(staged, outPath);
+    struct stat bak {};
+    if (::lstat(backup.c_str(), &bak) != 0) {
+      return errno == ENOENT && BackupAndReplace(staged, outPath, backup);
     }
-    // A second name for the old output, then one rename: the output name
-    // never stands empty.
-    if (::link(outPath.c_str(), backup.c_str()) == 0) {
-      return ::rename(staged.c_str(), outPath.c_str()) == 0;
-    }
-    if (::rename(outPath.c_str(), backup.c_str()) != 0) return false;
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    ::rename(backup.c_str(), outPath.c_str());
-    return false;
-  }
-  if ((fileMode & file_mode::kTrash) != 0) {
-    const TrashResult trashed = TrashDelete(outPath);
+    if (SameInode(bak, input)) return TrashAndReplace(staged, outPath);
+    if (!S_ISREG(bak.st_mode) || bak.st_uid != ::geteuid()) return false;
+    // The earlier generation is not destroyed: it goes to the trash.
+    const TrashResult trashed = TrashDelete(backup);
     if (!trashed.ok) return false;
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    (void)TrashRestore(trashed, outPath);  // the old output back at its name
+    if (BackupAndReplace(staged, outPath, backup)) return true;
+    (void)TrashRestore(trashed, backup);
     return false;
   }
+  if ((fileMode & file_mode::kTrash) != 0) return TrashAndReplace(staged, outPath);
   return ::rename(staged.c_str(), outPath.c_str()) == 0;
 }
 
 }  // namespace
 
-std::string WorkFolder() {
-  std::string folder;
-  for (const char* name : {"TMP", "TMPDIR"}) {
-    const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') {
-      folder = value;
-      break;
-    }
-  }
-  if (folder.empty()) folder = "/tmp";
-  if (folder.back() != '/') folder += '/';
-  return folder;
-}
-
-std::string WorkFilePath() {
-  return WorkFolder() + "FRX" + std::to_string(::getpid()) + ".tmp";
-}
-
 int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
            const JobContext& context) {
   if (inPath.empty()) return result::kInputEmpty;
   if (outPath.empty()) return result::kOutputEmpty;
-  if (!EntryExists(inPath)) return result::kInputNotFound;
+  struct stat inStat {};
+  if (::stat(inPath.c_str(), &inStat) != 0) {
+    struct stat link {};
+    return ::lstat(inPath.c_str(), &link) == 0 ? result::kFailed : result::kInputNotFound;
+  }
   // Decided before anything moves: once the old output is swapped out, the
   // two names can no longer show that they were one file.
   const bool sameFile = IsOtherFile(inPath, outPath) == 0;
@@ -186,15 +229,13 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   ConvWindow& window = context.window;
   const ConversionSettings& settings = context.settings;
 
-  struct stat inStat {};
-  if (::stat(inPath.c_str(), &inStat) != 0) return result::kFailed;
-
-  FileSurvey localSurvey;
-  FileSurvey& survey = context.survey != nullptr ? *context.survey : localSurvey;
+  // Surveyed afresh: a remembered survey could belong to what lay at this
+  // name before an earlier pair of the run replaced it.
+  FileSurvey survey;
   const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
   MacBinaryInfo info;
   std::uint16_t typeWord = 0;
-  const int kind = survey.FileTypeChk(inPath, surveySettings, window, info, typeWord);
+  const int kind = survey.SurveyFile(inPath, surveySettings, window, info, typeWord);
   if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
 
   std::int64_t dataStart = 0;
@@ -219,58 +260,67 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   const ProgressPanelOn panel(window);
   if (!window.ConvBusy()) return result::kCancelled;
 
-  const std::string workFile = WorkFilePath();
-  if (EntryExists(workFile)) {
-    ::chmod(workFile.c_str(), 0600);
-    ::unlink(workFile.c_str());
-  }
-  WorkFiles cleanup;
+  const std::string workFolder = WorkFolder();
+  const std::string outFolder = FolderOf(outPath);
+  SweepDeadWorkFilesOnce(workFolder);
+  SweepDeadWorkFilesOnce(outFolder);
+  const std::string stem = NextWorkStem();
+  const std::string workFile = workFolder + stem + ".tmp";
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
   const int rc = FerroxConv(workFile, inPath, dataStart, dataLength, flags, typeWord, rewriteHeader,
                             options, window);
   if (rc != 0) return rc;
+  WorkFiles cleanup;
   cleanup.Add(workFile);
   window.ShowProgress(dataLength, dataLength);
 
+  // From here on the work file is handled through its descriptor only.
+  Fd work(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+  if (work.get() < 0 || !OwnPrivateFile(work.get())) return result::kFailed;
   if (rewriteHeader) {
-    const std::int64_t size = FileSize(workFile);
-    if (size < kMacBinaryHeaderSize) return result::kFailed;
-    if (MBInfPut(workFile, size - kMacBinaryHeaderSize) != 0) return result::kFailed;
+    struct stat st {};
+    if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return result::kFailed;
+    if (MBInfPut(work.get(), st.st_size - kMacBinaryHeaderSize) != 0) return result::kFailed;
   }
 
   // The new data must lie in the output's folder before the old output is
-  // touched: a rename never crosses file systems.
-  const std::string parent = GetParentFolder(outPath);
-  const std::string outFolder = parent.empty() ? std::string(".") : parent;
-  std::string staged = workFile;
-  if (!SameDevice(WorkFolder(), outFolder)) {
-    staged = (outFolder.back() == '/' ? outFolder : outFolder + "/") + ".FRX" +
-             std::to_string(::getpid()) + ".tmp";
-    if (EntryExists(staged)) ::unlink(staged.c_str());
-    cleanup.Add(staged);
-    if (!CopyToNewFile(workFile, staged)) return result::kFailed;
-    ::unlink(workFile.c_str());
-    cleanup.Release(workFile);
-  } else if (!SyncToDisk(staged)) {  // the copy above is synced already
-    return result::kFailed;
+  // touched: a rename never crosses file systems (nor bind mounts of one). A
+  // second name does where it can, a private copy where it cannot.
+  const std::string staged = outFolder + "." + stem + ".tmp";
+  cleanup.Add(staged);
+  Fd copy;
+  if (::link(workFile.c_str(), staged.c_str()) != 0) {
+    copy.Reset(CopyToNewFile(work.get(), staged));
+    if (copy.get() < 0) return result::kOutputFailed;
   }
+  ::unlink(workFile.c_str());
+  cleanup.Release(workFile);
+  const int placed = copy.get() >= 0 ? copy.get() : work.get();
 
-  // Times and permissions go on before the rename, so the output appears
-  // complete in one step.
+  // Flushed and dated before the rename; the input's permission bits come
+  // after it, through the descriptor, so what a crash leaves is private and
+  // nobody can swap the name for a link to something else in between.
+  if (::fsync(placed) != 0) return result::kFailed;
   if (macTimes) {
-    (void)SetFileTimes(staged, *macTimes);
+    (void)SetFileTimes(placed, *macTimes);
   } else {
-    const struct timespec times[2] = {inStat.st_atim, inStat.st_mtim};
-    (void)::utimensat(AT_FDCWD, staged.c_str(), times, 0);
+    const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
+    (void)::futimens(placed, times);
   }
-  if (::chmod(staged.c_str(), inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
-    return result::kFailed;
-  }
-
-  if (!PlaceOutput(staged, outPath, settings.FileMode)) return result::kFailed;
+  if (!PlaceOutput(staged, outPath, settings.FileMode, inStat)) return result::kOutputFailed;
   cleanup.Release(staged);
+  // The rename has put this very file in place (the descriptor says which).
+  struct stat now {};
+  struct stat held {};
+  if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
+      ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+    return result::kOutputFailed;
+  }
 
-  if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0) {
+  // Only an input that nobody changed since it was read may go: data added
+  // during the run would be lost with it.
+  if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
+      Unchanged(inPath, inStat)) {
     ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
   }
   return result::kDone;
