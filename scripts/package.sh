@@ -49,7 +49,7 @@ cmp -s "$work/out.txt" "$work/piped.txt" || fail "the pipe form differs from the
 # The manual pages are in the package; a machine whose dpkg leaves out
 # /usr/share/man (as minimal images do) does not install them.
 for page in /usr/share/man/man1/ferrox.1.gz /usr/share/man/ja/man1/ferrox.1.gz /usr/share/man/man1/ferrox-gui.1.gz; do
-  dpkg -L ferrox | grep -qx "$page" || fail "$page is not in the package"
+  dpkg-deb -c "$deb" | grep -q " \.$page\$" || fail "$page is not in the package"
 done
 if [ -f /usr/share/man/man1/ferrox.1.gz ]; then
   [ "$(man -w ferrox)" = /usr/share/man/man1/ferrox.1.gz ] || fail "man -w ferrox: $(man -w ferrox)"
