@@ -105,6 +105,7 @@ TEST_F(CliOptions, SurveySizeSubstituteAndRunsThatConvertNothing) {
       {{"survey", "--flags", "--chk-size", "0", "late.bin"}, "0 0x0000\n", 0},
       {{"survey", "--flags", "--chk-size=-1", "late.bin"}, "0 0x0000\n", 0},
       {{"survey", "--flags", "--chk-size", "99", "late.bin"}, "", 3},
+      {{"survey", "--flags", "--no-cut", "late.bin"}, "0 0x0100\n", 0},  // accepted by every command, as before
       {{"name", "--fnc-fixed", "--fnc-char", "-", "a/b:c", "TEXT", "ttxt"}, "a-b-c.txt\n", 0},
       {{"name", "--fnc-fixed", "--fnc-char", "＿", "a/b", "TEXT", "ttxt"}, "a＿b.txt\n", 0},
   };
