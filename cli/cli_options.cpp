@@ -91,7 +91,7 @@ using conv_mode::kFull;
 using conv_mode::kGaijiAsChar;
 using conv_mode::kGaijiTable;
 using conv_mode::kNoUtf8;
-using conv_mode::kPlainTies;
+using conv_mode::kOldTieRule;
 using file_mode::kBackup;
 using file_mode::kDeleteInput;
 using file_mode::kFolderSelect;
@@ -147,9 +147,9 @@ constexpr std::array kOptions = {
                "Mac 日本語の変換: auto (Mac から来たと分かるテキスト), always (64), never (128)", &MacJapanese},
     OptionSpec{"--plain-ties", "", kConvMode, kAny,
                "Shift JIS/EUC ties by the plain rule: the first code seen, else the longer run (256)",
-               "シフトJIS/EUC の判定が付かない時は単純な規則で決める (256)", kConv<kPlainTies>},
+               "シフトJIS/EUC の判定が付かない時は単純な規則で決める (256)", kConv<kOldTieRule>},
     OptionSpec{"--no-plain-ties", "", kConvMode, kAny, "... decided as real Japanese text reads",
-               "判定が付かない時は実際の日本語の文から決める", kConv<0, kPlainTies>},
+               "判定が付かない時は実際の日本語の文から決める", kConv<0, kOldTieRule>},
 
     OptionSpec{"--backup", "", kFileMode, kAny, "keep an old output as .bak (1)", "古い出力を .bak として残す (1)",
                kFile<kBackup, kTrash>},
