@@ -14,6 +14,10 @@ namespace ferrox {
 // fits anything), or -1.
 [[nodiscard]] int SuffixTableSearch(const SuffixTable& table, std::string_view type, std::string_view creator);
 
+// Whether `fncChar` (UTF-8) may be FNCChar: exactly one character, not a
+// control character, and not one of the characters it stands in for.
+[[nodiscard]] bool FncCharAllowed(std::string_view fncChar);
+
 // The file name (no folder) proposed for a Mac file, or "" when no usable
 // name can be made. Reads ConvMode bit 2, FNCChar and FileMode bit 64.
 [[nodiscard]] std::string FileNameRec(const SuffixTable& table, const ConversionSettings& settings,
