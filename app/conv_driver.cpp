@@ -274,7 +274,9 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
   const FolderListing listing = ListFolder(inFolder, pattern);
   // One list in name order, as a listing of the pattern would give it.
   std::vector<std::pair<std::string, bool>> entries;
-  for (const auto& name : listing.files) entries.emplace_back(name, false);
+  for (const auto& name : listing.files) {
+    if (!IsOwnBackup(name)) entries.emplace_back(name, false);
+  }
   for (const auto& name : listing.folders) entries.emplace_back(name, true);
   std::sort(entries.begin(), entries.end());
 
@@ -306,6 +308,7 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
   // writes into this folder (backups, outputs) are never taken as inputs.
   const FolderListing listing = ListFolder(inFolder);
   for (const auto& name : listing.files) {
+    if (IsOwnBackup(name)) continue;
     if (const int rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != 0) return rc;
   }
   if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
@@ -320,6 +323,13 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
     if (const int rc = Ferrox_Click_EtcSub3(inSub, outSub); rc != 0) return rc;
   }
   return result::kDone;
+}
+
+// With backups on, a ".bak" in a walked folder is the backup of an earlier
+// run: converting it would replace that original, so walks leave it alone.
+bool ConvDriver::IsOwnBackup(const std::string& name) const {
+  return (settings_.FileMode & file_mode::kBackup) != 0 && name.size() > 4 &&
+         name.compare(name.size() - 4, 4, ".bak") == 0;
 }
 
 bool ConvDriver::IsOutputRoot(const std::string& folder) const {

@@ -74,6 +74,7 @@ class ConvDriver {
   int ConvertPair(const std::string& input, const std::string& output);
   bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
+  [[nodiscard]] bool IsOwnBackup(const std::string& name) const;
 
   ConvWindow& window_;
   ConversionSettings& settings_;
