@@ -8,6 +8,7 @@
 
 // std
 #include <array>
+#include <cstring>
 #include <sstream>
 
 namespace ferrox {
@@ -76,7 +77,7 @@ std::uint16_t BinHexCrc(std::uint16_t crc, std::span<const std::uint8_t> bytes) 
   return crc;
 }
 
-BinHexDecoder::BinHexDecoder(std::istream& in) : in_(in), raw_(kBlock) {}
+BinHexDecoder::BinHexDecoder(std::istream& in) : in_(in), raw_(kBlock), bytes_(kBlock) {}
 
 BinHexDecoder::Fill BinHexDecoder::FillDecoded() {
   if (outPos_ == out_.size()) {
@@ -90,27 +91,12 @@ BinHexDecoder::Fill BinHexDecoder::FillDecoded() {
     ended_ = true;
     return in_.bad() ? Fill::ReadError : Fill::End;
   }
-  // Locals keep the hot loop in registers.
+  // First the 6-bit characters become bytes, then the run-length pass copies
+  // the spans between 0x90 markers whole.
   std::uint32_t bits = bits_;
   int count = bitCount_;
-  std::uint8_t last = last_;
-  bool marker = marker_;
-  auto emit = [&](std::uint8_t b) {
-    if (marker) {
-      marker = false;
-      if (b == 0) {
-        out_.push_back(kRunMarker);
-        last = kRunMarker;
-      } else if (b > 1) {
-        out_.insert(out_.end(), b - 1u, last);
-      }
-    } else if (b == kRunMarker) {
-      marker = true;
-    } else {
-      out_.push_back(b);
-      last = b;
-    }
-  };
+  std::size_t n = 0;
+  std::uint8_t* bytes = bytes_.data();
   for (std::size_t i = 0; i < got; ++i) {
     const std::uint8_t v = kValues[static_cast<std::uint8_t>(raw_[i])];
     if (v < 64) {
@@ -118,21 +104,40 @@ BinHexDecoder::Fill BinHexDecoder::FillDecoded() {
       count += 6;
       if (count >= 8) {
         count -= 8;
-        emit(static_cast<std::uint8_t>(bits >> count));
+        bytes[n++] = static_cast<std::uint8_t>(bits >> count);
       }
-    } else if (v == kEnd) {
+    } else if (v != kSkip) {
       ended_ = true;
-      break;
-    } else if (v == kBad) {
-      ended_ = true;
-      badCharacter_ = true;
+      badCharacter_ = v == kBad;
       break;
     }
   }
   bits_ = bits & 0xFF;
   bitCount_ = count;
-  last_ = last;
-  marker_ = marker;
+  for (std::size_t pos = 0; pos < n;) {
+    if (marker_) {
+      marker_ = false;
+      const std::uint8_t repeat = bytes[pos++];
+      if (repeat == 0) {
+        out_.push_back(kRunMarker);
+        last_ = kRunMarker;
+      } else if (repeat > 1) {
+        out_.insert(out_.end(), repeat - 1u, last_);
+      }
+      continue;
+    }
+    const auto* found = static_cast<const std::uint8_t*>(std::memchr(bytes + pos, kRunMarker, n - pos));
+    const std::size_t stop = found != nullptr ? static_cast<std::size_t>(found - bytes) : n;
+    if (stop > pos) {
+      out_.insert(out_.end(), bytes + pos, bytes + stop);
+      last_ = bytes[stop - 1];
+    }
+    pos = stop;
+    if (found != nullptr) {
+      marker_ = true;
+      ++pos;
+    }
+  }
   if (!in_ && in_.bad()) return Fill::ReadError;
   if (!in_) ended_ = true;
   return Fill::Ok;

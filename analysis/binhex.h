@@ -68,6 +68,7 @@ class BinHexDecoder {
 
   std::istream& in_;
   std::vector<char> raw_;
+  std::vector<std::uint8_t> bytes_;  // one block of raw_ after the 6-bit step
   std::vector<std::uint8_t> out_;  // decoded bytes not yet taken
   std::size_t outPos_ = 0;
   std::uint32_t bits_ = 0;
