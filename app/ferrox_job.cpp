@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "analysis/file_survey.h"
+#include "analysis/mac_wrapper.h"
 #include "analysis/macbinary.h"
 #include "analysis/survey_flags.h"
 #include "app/conv_window.h"
@@ -189,18 +190,55 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   struct stat inStat {};
   if (::stat(inPath.c_str(), &inStat) != 0) return result::kFailed;
 
+  // A BinHex or AppleSingle input is unwrapped into a private work file first,
+  // every CRC and length checked before anything else is written; the survey
+  // and the conversion then read that data fork like any file.
+  WorkFiles cleanup;
+  const bool keepFork = (settings.FileMode & file_mode::kKeepResourceFork) != 0;
+  std::string source = inPath;
+  std::string keptFork;  // the resource fork as AppleDouble, to become "._" + output name
+  WrappedMacFile wrapped;
+  std::string wrapError;
+  if (ProbeMacWrapper(inPath, wrapped, wrapError) != MacWrapper::None) {
+    if (wrapError.empty()) {
+      source = WorkFilePath() + ".data";
+      if (keepFork && wrapped.ResourceLength > 0) keptFork = WorkFilePath() + ".rsrc";
+      for (const std::string& path : {source, keptFork}) {
+        if (path.empty()) continue;
+        ::unlink(path.c_str());
+        const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd < 0) return result::kFailed;
+        ::close(fd);
+        cleanup.Add(path);
+      }
+      (void)UnwrapMacFile(inPath, wrapped, source, keptFork, wrapError);
+    }
+    if (!wrapError.empty()) {
+      window.Message("[" + inPath + "] " + wrapError);
+      return result::kFailed;
+    }
+  }
+
   FileSurvey localSurvey;
-  FileSurvey& survey = context.survey != nullptr ? *context.survey : localSurvey;
+  FileSurvey& survey = context.survey != nullptr && source == inPath ? *context.survey : localSurvey;
   const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
   MacBinaryInfo info;
   std::uint16_t typeWord = 0;
-  const int kind = survey.FileTypeChk(inPath, surveySettings, window, info, typeWord);
+  const int kind = survey.FileTypeChk(source, surveySettings, window, info, typeWord);
   if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
 
   std::int64_t dataStart = 0;
-  std::int64_t dataLength = inStat.st_size;
+  std::int64_t dataLength = source == inPath ? inStat.st_size : wrapped.DataLength;
   std::optional<FileTimes> macTimes;
   bool rewriteHeader = false;
+  if (source != inPath && wrapped.HasDates && (settings.FileMode & file_mode::kMacDates) != 0) {
+    FileTimes times;
+    times.Creation = wrapped.Created;
+    times.LastAccess = wrapped.Modified;
+    times.LastWrite = wrapped.Modified;
+    times.CreationKnown = true;
+    macTimes = times;
+  }
   if (kind == survey_result::kMacBinary) {
     dataStart = kMacBinaryHeaderSize;
     dataLength = info.DataLength;
@@ -213,6 +251,20 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
       macTimes = times;
     }
     rewriteHeader = (flags & kJobMacBinaryCut) == 0;
+    const std::int64_t forkAt = kMacBinaryHeaderSize + (std::int64_t{info.DataLength} + 127) / 128 * 128;
+    const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, FileSize(source) - forkAt);
+    if (keepFork && !rewriteHeader && forkLength > 0) {
+      keptFork = WorkFilePath() + ".rsrc";
+      ::unlink(keptFork.c_str());
+      const int fd = ::open(keptFork.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+      if (fd < 0) return result::kFailed;
+      ::close(fd);
+      cleanup.Add(keptFork);
+      if (!WriteAppleDoubleFrom(source, forkAt, forkLength, MakeFinderInfo(info.FileType, info.Creator),
+                                keptFork)) {
+        return result::kFailed;
+      }
+    }
   }
   if ((flags & kJobText) != 0 && typeWord == 0) typeWord = survey::kForcedText;
 
@@ -224,9 +276,8 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
     ::chmod(workFile.c_str(), 0600);
     ::unlink(workFile.c_str());
   }
-  WorkFiles cleanup;
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
-  const int rc = FerroxConv(workFile, inPath, dataStart, dataLength, flags, typeWord, rewriteHeader,
+  const int rc = FerroxConv(workFile, source, dataStart, dataLength, flags, typeWord, rewriteHeader,
                             options, window);
   if (rc != 0) return rc;
   cleanup.Add(workFile);
@@ -269,6 +320,16 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
 
   if (!PlaceOutput(staged, outPath, settings.FileMode)) return result::kFailed;
   cleanup.Release(staged);
+  if (!keptFork.empty()) {
+    // Beside the output, under the name today's tools look for.
+    const std::string sidecar = (outFolder.back() == '/' ? outFolder : outFolder + "/") + "._" +
+                                outPath.substr(outPath.find_last_of('/') + 1);
+    if (::rename(keptFork.c_str(), sidecar.c_str()) != 0) {
+      ::unlink(sidecar.c_str());
+      if (!CopyToNewFile(keptFork, sidecar)) return result::kFailed;
+    }
+    (void)::chmod(sidecar.c_str(), inStat.st_mode & 0666);
+  }
 
   if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0) {
     ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
