@@ -3,6 +3,8 @@
 
 #include "analysis/file_survey.h"
 
+#include "analysis/mac_wrapper.h"
+
 // ferrox
 #include "analysis/char_type.h"
 #include "analysis/survey_flags.h"
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 #include <vector>
 
@@ -209,6 +212,14 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
                     const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
                     std::size_t chunkSize) {
   flags = 0;
+  std::ifstream in(path, std::ios::binary);
+  return in && FileTypeChkSub(in, start, length, settings, sink, flags, chunkSize);
+}
+
+bool FileTypeChkSub(std::istream& in, std::int64_t start, std::int64_t length,
+                    const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
+                    std::size_t chunkSize) {
+  flags = 0;
   if (length <= 0) {
     return true;
   }
@@ -218,10 +229,6 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
   const bool full = (settings.ConvMode & conv_mode::kFull) != 0;
   const bool gaijiAsChar = conv_mode::GaijiAsChar(settings.ConvMode);
 
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    return false;
-  }
   std::vector<std::uint8_t> buf;
   std::int64_t offset = start;
   std::int64_t remaining = length;
@@ -338,7 +345,30 @@ int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& setti
     range = settings.ChkSize;
   }
   std::uint16_t found = 0;
-  if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
+  WrappedMacFile wrapped;
+  std::string wrapError;
+  const bool wrappedFile = result == survey_result::kOrdinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
+  if (wrappedFile && !wrapError.empty()) {
+    // A damaged wrapper: the job reports what is wrong with it.
+    return survey_result::kUnreadable;
+  }
+  if (wrappedFile) {
+    // BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
+    const std::int64_t limit = settings.ChkSize >= 1 ? settings.ChkSize : wrapped.DataLength;
+    if (wrapped.Kind == MacWrapper::AppleSingle) {
+      start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
+      if (!FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found)) {
+        return survey_result::kUnreadable;
+      }
+    } else {
+      std::string sample;
+      if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return survey_result::kUnreadable;
+      std::istringstream in(sample);
+      if (!FileTypeChkSub(in, 0, static_cast<std::int64_t>(sample.size()), settings, sink, found)) {
+        return survey_result::kUnreadable;
+      }
+    }
+  } else if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
     return survey_result::kUnreadable;
   }
 

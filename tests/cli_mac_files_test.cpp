@@ -1,0 +1,98 @@
+// BinHex and AppleSingle input end to end through the ferrox command: files
+// made by macutils and by the AppleDouble script, damaged ones, and resource
+// forks kept as "._" files with FileMode 1024.
+
+#include <cstdlib>
+
+#include "helpers/binhex_encoder.h"
+#include "helpers/cli_runner.h"
+#include "helpers/macbinary_builder.h"
+
+namespace ferrox::testing {
+namespace {
+
+const std::string kEuc = Encode("マックの文書\n二行目\n", "EUC-JP");
+const std::string kConverted = Sjis("マックの文書\r\n二行目\r\n");
+const std::string kResource = std::string(300, '\x90') + "RSRC";
+
+using CliMacFiles = CliTest;
+
+int Shell(const std::string& folder, const std::string& command) {
+  return std::system(("cd '" + folder + "' && " + command).c_str());
+}
+
+TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
+  Write("in/doc.txt", kEuc);
+  Write("in/r", kResource);
+  const std::string script = "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' ";
+  const std::string in = Path("in");
+  ASSERT_EQ(Shell(in, "binhex -d -t TEXT -c ttxt doc.txt > macutils.hqx"), 0);
+  ASSERT_EQ(Shell(in, script + "single single.as --name 'メモ' --type TEXT --creator ttxt --dates 0 0 "
+                               "--data doc.txt --rsrc r"), 0);
+  Write("in/ours.hqx", EncodeBinHex({"Memo", "TEXT", "ttxt", kEuc, kResource}));
+  Write("in/mb.bin", MacBinaryHeaderBytes({"Memo", "TEXT", "ttxt", static_cast<std::uint32_t>(kEuc.size()),
+                                           static_cast<std::uint32_t>(kResource.size())}) +
+                         kEuc + std::string(128 - kEuc.size() % 128, '\0') + kResource);
+  const struct { const char* input; const char* fileMode; bool sidecar; } rows[] = {
+      {"macutils.hqx", "117", false},
+      {"single.as", "117", false},
+      {"single.as", "1141", true},
+      {"ours.hqx", "1141", true},
+      {"mb.bin", "1141", true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.input) + " with FileMode " + row.fileMode);
+    std::filesystem::remove_all(Path("out"));
+    const CliResult r = Run({"convert", "--file-mode", row.fileMode, "in/" + std::string(row.input), "out/memo.txt"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(Read("out/memo.txt"), kConverted);
+    ASSERT_EQ(Exists("out/._memo.txt"), row.sidecar);
+    if (row.sidecar) {  // the script reads the fork and the Finder info back
+      ASSERT_EQ(Shell(Path("out"), script + "read ._memo.txt > said"), 0);
+      EXPECT_EQ(Read("out/said"), "TEXT ttxt\n");
+      EXPECT_EQ(Read("out/._memo.txt.rsrc"), kResource);
+    }
+    EXPECT_TRUE(WorkFilesLeft(root_).empty());
+  }
+}
+
+TEST_F(CliMacFiles, DamagedInputWritesNothing) {
+  const std::string good = EncodeBinHex({"Memo", "TEXT", "ttxt", kEuc, kResource});
+  BinHexFile badData{"Memo", "TEXT", "ttxt", kEuc, kResource};
+  badData.crcXor[1] = 0x1234;
+  BinHexFile badResource = badData;
+  badResource.crcXor[1] = 0;
+  badResource.crcXor[2] = 1;
+  // AppleSingle with one entry: id, offset 38, length.
+  auto single = [](std::uint32_t id, std::uint32_t length, const std::string& body) {
+    std::string s("\0\x05\x16\0\0\x02\0\0", 8);
+    s += std::string(16, '\0') + std::string("\0\x01", 2);
+    for (const std::uint32_t v : {id, 38u, length}) {
+      for (int k = 24; k >= 0; k -= 8) s += static_cast<char>((v >> k) & 0xFF);
+    }
+    return s + body;
+  };
+  const std::string past = single(1, 4096, kEuc);
+  const std::string longName = single(3, 1000, std::string(1000, 'n'));
+  const struct { const char* name; std::string bytes; const char* message; } rows[] = {
+      {"data CRC", EncodeBinHex(badData), "BinHexのﾃﾞｰﾀﾌｫｰｸのCRCが一致しません"},
+      {"resource CRC", EncodeBinHex(badResource), "BinHexのﾘｿｰｽﾌｫｰｸのCRCが一致しません"},
+      {"cut in the data fork", good.substr(0, 120), "BinHexのﾃﾞｰﾀが途中で切れています"},
+      {"AppleSingle fork past the end", past, "AppleSingle/AppleDoubleの項目がﾌｧｲﾙの終わりを越えています"},
+      {"AppleSingle name of 1,000 bytes", longName, "AppleSingle/AppleDoubleのﾌｧｲﾙ名が長すぎます"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Write("in/bad.hqx", row.bytes);
+    const CliResult r = Run({"convert", "--file-mode", "1141", "in/bad.hqx", "out/memo.txt"});
+    EXPECT_NE(r.status, 0);
+    EXPECT_NE(r.err.find(row.message), std::string::npos) << r.err;
+    EXPECT_FALSE(Exists("out/memo.txt"));
+    EXPECT_FALSE(Exists("out/._memo.txt"));
+    EXPECT_EQ(Read("in/bad.hqx"), row.bytes);
+    EXPECT_TRUE(WorkFilesLeft(root_).empty());
+  }
+}
+
+}  // namespace
+}  // namespace ferrox::testing
