@@ -5,8 +5,10 @@
 
 // ferrox
 #include "analysis/binhex.h"
+#include "analysis/macbinary.h"
 
 // std
+#include <climits>
 #include <fstream>
 #include <system_error>
 #include <vector>
@@ -151,6 +153,30 @@ bool UnwrapMacFile(const std::filesystem::path& path, const WrappedMacFile& info
     return false;
   }
   return true;
+}
+
+void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const SuffixEntry* match) {
+  // The MacBinary block, with the wrapper's own first line and, without dates, no date lines.
+  MacBinaryInfo mac;
+  mac.FileName = info.FileName;
+  mac.DataLength = static_cast<std::int32_t>(std::min<std::int64_t>(info.DataLength, INT32_MAX));
+  mac.ResourceLength = static_cast<std::int32_t>(std::min<std::int64_t>(info.ResourceLength, INT32_MAX));
+  mac.FileType = info.FileType;
+  mac.Creator = info.Creator;
+  mac.Created = info.Created;
+  mac.Modified = info.Modified;
+  std::string block;
+  AppendMacBinaryInfo(block, mac, match);
+  const std::string_view first = "このファイルにはMacBinaryが付加されています。";
+  block.replace(block.find(first), first.size(),
+                info.Kind == MacWrapper::BinHex ? "このファイルはBinHex 4.0形式です。" : "このファイルはAppleSingle形式です。");
+  if (!info.HasDates) {
+    for (const std::string_view label : {"作成日時          :", "更新日時          :"}) {
+      const auto at = block.find(label);
+      block.erase(at, block.find("\r\n", at) + 2 - at);
+    }
+  }
+  report += block;
 }
 
 bool WriteAppleDoubleFrom(const std::filesystem::path& source, std::int64_t offset, std::int64_t length,

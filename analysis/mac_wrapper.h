@@ -8,6 +8,7 @@
 #include <string>
 
 #include "analysis/apple_single.h"
+#include "suffix/suffix_entry.h"
 #include "platform/file_times.h"
 
 namespace ferrox {
@@ -45,6 +46,10 @@ struct WrappedMacFile {
 [[nodiscard]] bool UnwrapMacFile(const std::filesystem::path& path, const WrappedMacFile& info,
                                  const std::filesystem::path& dataPath,
                                  const std::filesystem::path& appleDoublePath, std::string& error);
+
+// Appends the Macintosh information block of the survey report, as for
+// MacBinary, naming the wrapper; BinHex carries no dates, so none are shown.
+void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const SuffixEntry* match);
 
 // Writes `length` bytes of `source` from `offset` (a resource fork) after an
 // AppleDouble header with `finderInfo` into `out`.
