@@ -4,6 +4,7 @@
 #include "analysis/macbinary.h"
 
 // ferrox
+#include "analysis/binhex.h"
 #include "analysis/report_format.h"
 #include "convert/cp932.h"
 
@@ -23,6 +24,8 @@ constexpr std::size_t kDataLength = 83;
 constexpr std::size_t kResourceLength = 87;
 constexpr std::size_t kCreated = 91;
 constexpr std::size_t kModified = 95;
+constexpr std::size_t kCrc = 124;       // MacBinary II: CRC of bytes 0..123
+constexpr std::size_t kCrcCovers = 124;
 
 // The low three bytes of a four-byte length: the top byte is ignored on reading.
 std::int32_t Read24(std::span<const std::uint8_t, 128> h, std::size_t at) {
@@ -117,6 +120,13 @@ int MBInfPut(const std::filesystem::path& path, std::int64_t dataLength) {
   if (!file.read(header.data(), kMacBinaryHeaderSize)) {
     return 1;
   }
+  // A MacBinary II header whose CRC was right gets a right one again, and its
+  // data fork the padding to 128 bytes that readers of that form expect.
+  const auto crcOf = [&header] {
+    return BinHexCrc(0, {reinterpret_cast<const std::uint8_t*>(header.data()), kCrcCovers});
+  };
+  const bool hadCrc = crcOf() == ((static_cast<std::uint8_t>(header[kCrc]) << 8) |
+                                  static_cast<std::uint8_t>(header[kCrc + 1]));
   const std::uint32_t n = dataLength < 0            ? 0
                           : dataLength > 0xFFFFFFFF ? 0xFFFFFFFFu
                                                     : static_cast<std::uint32_t>(dataLength);
@@ -124,6 +134,17 @@ int MBInfPut(const std::filesystem::path& path, std::int64_t dataLength) {
     header[kDataLength + i] = static_cast<char>((n >> (24 - 8 * i)) & 0xFF);
     // The converted file keeps no resource fork.
     header[kResourceLength + i] = 0;
+  }
+  if (hadCrc) {
+    const std::uint16_t crc = crcOf();
+    header[kCrc] = static_cast<char>(crc >> 8);
+    header[kCrc + 1] = static_cast<char>(crc & 0xFF);
+    const auto pad = static_cast<std::streamsize>((kMacBinaryHeaderSize - static_cast<std::int64_t>(size) % kMacBinaryHeaderSize) %
+                                                  kMacBinaryHeaderSize);
+    file.seekp(0, std::ios::end);
+    if (pad > 0 && !file.write(std::string(static_cast<std::size_t>(pad), '\0').data(), pad)) {
+      return 1;
+    }
   }
   file.seekp(0);
   if (!file.write(header.data(), kMacBinaryHeaderSize) || !file.flush()) {

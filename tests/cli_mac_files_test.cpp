@@ -94,5 +94,21 @@ TEST_F(CliMacFiles, DamagedInputWritesNothing) {
   }
 }
 
+// hfsutils writes MacBinary II; with the header kept it must read the result back.
+TEST_F(CliMacFiles, KeptMacBinaryIIHeaderStaysValid) {
+  if (std::system("command -v hformat >/dev/null") != 0) GTEST_SKIP() << "hfsutils not installed";
+  Write("memo.txt", "abc\nxyz\n");
+  const std::string hfs = "HOME='" + root_ + "' ";  // hmount remembers the image in $HOME
+  ASSERT_EQ(Shell(root_, "dd if=/dev/zero of=img bs=1k count=800 2>/dev/null && " + hfs + "hformat -l T img >/dev/null && " +
+                             hfs + "hcopy -t memo.txt :memo && " + hfs + "hcopy -m :memo in.bin"), 0);
+  const CliResult r = Run({"convert", "--text", "--no-cut", "in.bin", "out.bin"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const std::string out = Read("out.bin");
+  EXPECT_EQ(out.size() % 128, 0u);
+  EXPECT_EQ(out.substr(128, 10), "abc\r\nxyz\r\n");
+  ASSERT_EQ(Shell(root_, hfs + "hcopy -m out.bin :back && " + hfs + "hcopy -r :back back.data && " + hfs + "humount"), 0);
+  EXPECT_EQ(Read("back.data"), "abc\r\nxyz\r\n");
+}
+
 }  // namespace
 }  // namespace ferrox::testing
