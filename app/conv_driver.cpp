@@ -161,6 +161,7 @@ int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
 }
 
 int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string& output) {
+  batchRoot_.clear();
   if (!HasWildcard(input)) {
     if (!IsFolder(input)) return ConvertPair(input, output);
     if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
@@ -169,7 +170,11 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
       return result::kOutputSide;
     }
     outputRoot_ = output;
-    return Ferrox_Click_EtcSub3(input, output);
+    batchRoot_ = input;
+    runNames_ = {};
+    const int rc = Ferrox_Click_EtcSub3(input, output);
+    batchRoot_.clear();
+    return rc;
   }
 
   const std::string inFolder = AddPathSeparator(GetParentFolder(input));
@@ -187,8 +192,11 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
     return result::kOutputSide;
   }
   outputRoot_ = outFolder;
+  batchRoot_ = inFolder;
+  runNames_ = {};
   for (const auto& [name, isFolder] : entries) {
     int rc = result::kDone;
+    if (IsSidecarEntry(inFolder, name, isFolder)) continue;
     if (isFolder) {
       if ((settings_.FileMode & file_mode::kFolderSelect) == 0) continue;
       if (IsOutputRoot(inFolder + name)) continue;
@@ -210,10 +218,12 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
   // writes into this folder (backups, outputs) are never taken as inputs.
   const FolderListing listing = ListFolder(inFolder);
   for (const auto& name : listing.files) {
+    if (IsSidecarEntry(inFolder, name, false)) continue;
     if (const int rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != 0) return rc;
   }
   if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
   for (const auto& name : listing.folders) {
+    if (IsSidecarEntry(inFolder, name, true)) continue;
     const std::string inSub = Join(inFolder, name);
     const std::string outSub = Join(outFolder, name);
     if (IsOutputRoot(inSub)) continue;  // an output folder inside the input is not walked again
@@ -230,7 +240,18 @@ bool ConvDriver::IsOutputRoot(const std::string& folder) const {
   return !outputRoot_.empty() && SameFolder(folder, outputRoot_);
 }
 
-int ConvDriver::ConvertPair(const std::string& input, const std::string& output) {
+int ConvDriver::ConvertPair(const std::string& input, std::string output) {
+  sidecar_.clear();
+  if (!batchRoot_.empty()) {
+    sidecar_ = FindSidecar(input, batchRoot_);
+    if ((settings_.FileMode & file_mode::kMacNames) != 0) {
+      if (suffixes_ != nullptr) {
+        const std::string name = MacOutputName(*suffixes_, settings_, input, sidecar_);
+        if (!name.empty()) output = AddPathSeparator(GetParentFolder(output)) + name;
+      }
+      output = runNames_.Claim(output);
+    }
+  }
   window_.SetInFileText(input);
   window_.SetOutFileText(output);
   window_.PumpEvents();
@@ -258,7 +279,7 @@ int ConvDriver::Ferrox_Click_File() {
     }
   }
 
-  const JobContext context{window_, settings_, gaiji_, survey_};
+  const JobContext context{window_, settings_, gaiji_, survey_, sidecar_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
       window_.Message("作業領域(" + GetPathRoot(WorkFolder()) +

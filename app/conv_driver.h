@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <string>
 
+#include "app/mac_batch_names.h"
+
 #include "app/ferrox_job.h"
 
 namespace ferrox {
@@ -46,6 +48,8 @@ class ConvDriver {
 
   // The survey the window keeps, so the job does not read a surveyed file again.
   void SetSurvey(FileSurvey* survey) noexcept { survey_ = survey; }
+  // The suffix table, for Mac names in folder and wildcard runs (FileMode 512).
+  void SetSuffixTable(const SuffixTable* table) noexcept { suffixes_ = table; }
 
   [[nodiscard]] std::uint16_t EntryMode() const noexcept { return entryMode_; }
   void SetEntryMode(std::uint16_t mode) noexcept { entryMode_ = mode; }
@@ -55,7 +59,7 @@ class ConvDriver {
   int Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
   int Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
   int CheckPair(const std::string& input, const std::string& output);
-  int ConvertPair(const std::string& input, const std::string& output);
+  int ConvertPair(const std::string& input, std::string output);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
 
   ConvWindow& window_;
@@ -66,6 +70,10 @@ class ConvDriver {
   std::string singleIn_;   // the cleaned box texts of a one-pair run
   std::string singleOut_;
   std::string outputRoot_;  // output folder of the current walk; never walked as input
+  const SuffixTable* suffixes_ = nullptr;
+  std::string batchRoot_;   // input folder of the current folder or wildcard walk; "" otherwise
+  std::string sidecar_;     // the AppleDouble sidecar of the pair being converted
+  RunOutputNames runNames_;
 };
 
 }  // namespace ferrox

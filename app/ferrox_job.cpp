@@ -266,6 +266,30 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
       }
     }
   }
+  // An AppleDouble sidecar lends its dates (FileMode 4) and its resource fork (FileMode 1024).
+  if (AppleFileInfo side; source == inPath && kind == survey_result::kOrdinary && !context.sidecar.empty() &&
+                          ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
+    if (side.HasDates && (settings.FileMode & file_mode::kMacDates) != 0) {
+      FileTimes times;
+      times.Creation = side.Created;
+      times.LastAccess = side.Modified;
+      times.LastWrite = side.Modified;
+      times.CreationKnown = true;
+      macTimes = times;
+    }
+    if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0) {
+      keptFork = WorkFilePath() + ".rsrc";
+      ::unlink(keptFork.c_str());
+      const int fd = ::open(keptFork.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+      if (fd < 0) return result::kFailed;
+      ::close(fd);
+      cleanup.Add(keptFork);
+      if (!WriteAppleDoubleFrom(context.sidecar, side.ResourceFork->Offset, side.ResourceFork->Length,
+                                side.FinderInfo, keptFork)) {
+        return result::kFailed;
+      }
+    }
+  }
   if ((flags & kJobText) != 0 && typeWord == 0) typeWord = survey::kForcedText;
 
   const ProgressPanelOn panel(window);

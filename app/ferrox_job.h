@@ -27,6 +27,7 @@ struct JobContext {
   const ConversionSettings& settings;
   const GaijiTable* gaiji = nullptr;
   FileSurvey* survey = nullptr;  // shared with the window so a surveyed file is not read twice
+  std::string sidecar;           // an AppleDouble file lending type, creator, dates and resource fork
 };
 
 // Job flags (from the two check boxes).

@@ -84,6 +84,7 @@ int RunConvert(const Arguments& arguments) {
   CliWindow::CatchInterrupt();
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSurvey(&survey);
+  driver.SetSuffixTable(&store.Suffixes);
   const int rc = driver.Ferrox_Click_Etc(false);
   window.ClearProgressLine();
   // A cancel that came after the last check still counts as a cancel.

@@ -3,6 +3,8 @@
 // forks kept as "._" files with FileMode 1024.
 
 #include <cstdlib>
+#include <filesystem>
+#include <set>
 
 #include "helpers/binhex_encoder.h"
 #include "helpers/cli_runner.h"
@@ -91,6 +93,54 @@ TEST_F(CliMacFiles, DamagedInputWritesNothing) {
     EXPECT_FALSE(Exists("out/._memo.txt"));
     EXPECT_EQ(Read("in/bad.hqx"), row.bytes);
     EXPECT_TRUE(WorkFilesLeft(root_).empty());
+  }
+}
+
+// A folder run over what a Mac user sends: every output named from its Mac
+// name (FileMode 512), no two on one name, resource forks beside them
+// (FileMode 1024), and no sidecar converted as a file of its own.
+TEST_F(CliMacFiles, FolderRunWithMacNamesAndResourceForks) {
+  const std::string script = "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' ";
+  Write("src/doc.txt", kEuc);
+  Write("src/r", kResource);
+  Write("in/plain.txt", kEuc);
+  Write("in/bin.dat", std::string("\0\1\2\3\x90" "binary", 11));
+  Write("in/mb.bin", MacBinaryHeaderBytes({"Report", "TEXT", "ttxt", static_cast<std::uint32_t>(kEuc.size()),
+                                           static_cast<std::uint32_t>(kResource.size())}) +
+                         kEuc + std::string(128 - kEuc.size() % 128, '\0') + kResource);
+  const std::string src = Path("src");
+  ASSERT_EQ(Shell(src, "binhex -d -t TEXT -c ttxt doc.txt > ../in/memo.hqx && cp ../in/memo.hqx ../in/again.hqx"), 0);
+  ASSERT_EQ(Shell(src, script + "single ../in/single.as --name 'メモ' --type TEXT --creator ttxt --data doc.txt --rsrc r"), 0);
+  ASSERT_EQ(Shell(src, script + "double side --type TEXT --creator ttxt --rsrc r --macos && " + script +
+                           "zip a.zip docs/letter doc.txt side && " + script + "unzip a.zip ../in"), 0);
+  auto macName = [&](const char* name) {
+    const CliResult r = Run({"name", name, "TEXT", "ttxt"});
+    return r.out.substr(0, r.out.find('\n'));
+  };
+  const std::string report = macName("Report"), doc = macName("doc.txt"), memo = macName("メモ");
+  const std::string letter = "docs/" + macName("letter");
+  const std::string doc2 = doc.substr(0, doc.rfind('.')) + " (2)" + doc.substr(doc.rfind('.'));
+
+  const CliResult r = Run({"convert", "--file-mode", "1653", "in", "out"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  std::set<std::string> made;
+  for (const auto& e : std::filesystem::recursive_directory_iterator(Path("out"))) {
+    if (e.is_regular_file()) made.insert(e.path().string().substr(Path("out/").size()));
+  }
+  const std::set<std::string> expected{"plain.txt", "bin.dat", report, "._" + report, doc, doc2, memo, "._" + memo,
+                                       letter, "docs/._" + macName("letter")};
+  EXPECT_EQ(made, expected);
+  for (const std::string& text : {std::string("plain.txt"), report, doc, doc2, memo, letter}) {
+    EXPECT_EQ(Read("out/" + text), kConverted) << text;
+  }
+  EXPECT_EQ(Read("out/bin.dat"), Read("in/bin.dat"));
+  for (const std::string& fork : {report, memo, letter}) {
+    const std::string at = Path("out/" + fork.substr(0, fork.rfind('/') + 1));
+    const std::string sidecar = "._" + fork.substr(fork.rfind('/') + 1);
+    ASSERT_EQ(Shell(at, script + "read '" + sidecar + "' > said"), 0) << fork;
+    EXPECT_EQ(ReadAll(at + sidecar + ".rsrc"), kResource) << fork;
+    ::unlink((at + "said").c_str());
+    ::unlink((at + sidecar + ".rsrc").c_str());
   }
 }
 
