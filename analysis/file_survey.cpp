@@ -3,10 +3,11 @@
 
 #include "analysis/file_survey.h"
 
-#include "analysis/mac_wrapper.h"
+#include <sys/stat.h>
 
 // ferrox
 #include "analysis/char_type.h"
+#include "analysis/mac_wrapper.h"
 #include "analysis/survey_flags.h"
 #include "convert/conv_mode.h"
 
@@ -302,6 +303,15 @@ int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& setti
   if (path[first] == '"') {
     return survey_result::kQuoted;
   }
+  return SurveyFile(path, settings, sink, info, flags);
+}
+
+int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+                           MacBinaryInfo& info, std::uint16_t& flags) {
+  namespace fs = std::filesystem;
+  if (!NamesAbsolutePath(path)) {
+    return survey_result::kUnreadable;
+  }
   std::error_code ec;
   const fs::path p(path);
   const fs::file_status status = fs::status(p, ec);
@@ -315,15 +325,14 @@ int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& setti
   if (!fs::is_regular_file(status)) {
     return survey_result::kUnreadable;
   }
-  const auto length = static_cast<std::int64_t>(fs::file_size(p, ec));
-  if (ec) {
+  struct stat st {};
+  if (::stat(p.c_str(), &st) != 0) {
     return survey_result::kUnreadable;
   }
-  const fs::file_time_type modified = fs::last_write_time(p, ec);
-  if (ec) {
-    return survey_result::kUnreadable;
-  }
-  if (valid_ && path_ == path && length_ == length && modified_ == modified &&
+  const auto nanoseconds = [](const timespec& t) { return std::int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; };
+  const FileIdentity identity{st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
+  const std::int64_t length = identity.length;
+  if (valid_ && path_ == path && identity_ == identity &&
       settings_ == settings) {
     if (result_ == survey_result::kMacBinary) {
       info = info_;
@@ -374,8 +383,7 @@ int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& setti
 
   valid_ = true;
   path_ = path;
-  length_ = length;
-  modified_ = modified;
+  identity_ = identity;
   settings_ = settings;
   info_ = mac;
   flags_ = found;

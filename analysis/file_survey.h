@@ -73,8 +73,16 @@ inline constexpr std::size_t kSurveyChunkSize = 8192;
 inline constexpr std::int64_t kWrappedSampleLimit = 16 * 1024 * 1024;
 
 // Surveys named files and remembers the last one: a second survey of the same
-// path, with the same length, modification time and settings, is answered
-// without reading the file.
+// path and settings is answered without reading the file only while the file
+// is provably the same (device, inode, length, and modification and change
+// times to the nanosecond; no user can set a change time).
+// What tells one state of a file from another.
+struct FileIdentity {
+  std::uint64_t device = 0, inode = 0;
+  std::int64_t length = 0, modifiedNs = 0, changedNs = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+
 class FileSurvey {
  public:
   FileSurvey() = default;
@@ -87,14 +95,18 @@ class FileSurvey {
   [[nodiscard]] int FileTypeChk(const std::string& path, const SurveySettings& settings,
                                 ProgressSink& sink, MacBinaryInfo& info, std::uint16_t& flags);
 
+  // The same for a path that is a file's name as it stands, never a pattern
+  // or a list: "*", "?" and quotes are characters of the name.
+  [[nodiscard]] int SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+                               MacBinaryInfo& info, std::uint16_t& flags);
+
   // Drops the remembered survey.
   void Forget() noexcept { valid_ = false; }
 
  private:
   bool valid_ = false;
   std::string path_;
-  std::int64_t length_ = 0;
-  std::filesystem::file_time_type modified_{};
+  FileIdentity identity_{};
   SurveySettings settings_{};
   MacBinaryInfo info_{};
   std::uint16_t flags_ = 0;

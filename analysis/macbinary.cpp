@@ -8,6 +8,11 @@
 #include "analysis/report_format.h"
 #include "convert/cp932.h"
 
+// system
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 // std
 #include <array>
 #include <fstream>
@@ -70,7 +75,8 @@ std::optional<MacBinaryInfo> ParseMacBinaryHeader(std::span<const std::uint8_t, 
   if (n < 1 || n >= 32) {
     return std::nullopt;
   }
-  const std::int32_t dataLength = Read24(h, kDataLength);
+  std::int64_t dataLength = static_cast<std::int64_t>(Read32(h, kDataLength));
+  if (fileLength < dataLength + kMacBinaryHeaderSize) dataLength = Read24(h, kDataLength);
   if (fileLength < dataLength + kMacBinaryHeaderSize) {
     return std::nullopt;
   }
@@ -82,7 +88,10 @@ std::optional<MacBinaryInfo> ParseMacBinaryHeader(std::span<const std::uint8_t, 
   MacBinaryInfo info;
   info.FileName = DecodeName({reinterpret_cast<const char*>(&h[kName]), n});
   info.DataLength = dataLength;
-  info.ResourceLength = Read24(h, kResourceLength);
+  info.ResourceLength = static_cast<std::int64_t>(Read32(h, kResourceLength));
+  if (fileLength < kMacBinaryHeaderSize + dataLength + info.ResourceLength) {
+    info.ResourceLength = Read24(h, kResourceLength);
+  }
   info.FileType = TrimBlanks({reinterpret_cast<const char*>(&h[kType]), 4});
   info.Creator = TrimBlanks({reinterpret_cast<const char*>(&h[kCreator]), 4});
   info.Created = MacTimeToDate(Read32(h, kCreated));
@@ -109,48 +118,38 @@ int MBInfGet(const std::filesystem::path& path, MacBinaryInfo& info) {
   return 0;
 }
 
-int MBInfPut(const std::filesystem::path& path, std::int64_t dataLength) {
-  std::error_code ec;
-  const auto size = std::filesystem::file_size(path, ec);
-  if (ec || size < static_cast<std::uintmax_t>(kMacBinaryHeaderSize)) {
-    return 1;
-  }
-  std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
-  std::array<char, 128> header{};
-  if (!file.read(header.data(), kMacBinaryHeaderSize)) {
-    return 1;
-  }
+int MBInfPut(int fd, std::int64_t dataLength) {
+  std::array<std::uint8_t, 128> header{};
+  if (::pread(fd, header.data(), header.size(), 0) != static_cast<ssize_t>(header.size())) return 1;
   // A MacBinary II header whose CRC was right gets a right one again, and its
   // data fork the padding to 128 bytes that readers of that form expect.
-  const auto crcOf = [&header] {
-    return BinHexCrc(0, {reinterpret_cast<const std::uint8_t*>(header.data()), kCrcCovers});
-  };
-  const bool hadCrc = crcOf() == ((static_cast<std::uint8_t>(header[kCrc]) << 8) |
-                                  static_cast<std::uint8_t>(header[kCrc + 1]));
+  const auto crcOf = [&header] { return BinHexCrc(0, std::span(header).first(kCrcCovers)); };
+  const bool hadCrc = crcOf() == ((header[kCrc] << 8) | header[kCrc + 1]);
   const std::uint32_t n = dataLength < 0            ? 0
                           : dataLength > 0xFFFFFFFF ? 0xFFFFFFFFu
                                                     : static_cast<std::uint32_t>(dataLength);
   for (std::size_t i = 0; i < 4; ++i) {
-    header[kDataLength + i] = static_cast<char>((n >> (24 - 8 * i)) & 0xFF);
-    // The converted file keeps no resource fork.
-    header[kResourceLength + i] = 0;
+    header[kDataLength + i] = static_cast<std::uint8_t>((n >> (24 - 8 * i)) & 0xFF);
+    header[kResourceLength + i] = 0;  // the converted file keeps no resource fork
   }
   if (hadCrc) {
     const std::uint16_t crc = crcOf();
-    header[kCrc] = static_cast<char>(crc >> 8);
-    header[kCrc + 1] = static_cast<char>(crc & 0xFF);
-    const auto pad = static_cast<std::streamsize>((kMacBinaryHeaderSize - static_cast<std::int64_t>(size) % kMacBinaryHeaderSize) %
-                                                  kMacBinaryHeaderSize);
-    file.seekp(0, std::ios::end);
-    if (pad > 0 && !file.write(std::string(static_cast<std::size_t>(pad), '\0').data(), pad)) {
-      return 1;
-    }
+    header[kCrc] = static_cast<std::uint8_t>(crc >> 8);
+    header[kCrc + 1] = static_cast<std::uint8_t>(crc & 0xFF);
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) return 1;
+    const std::int64_t pad = (kMacBinaryHeaderSize - st.st_size % kMacBinaryHeaderSize) % kMacBinaryHeaderSize;
+    const std::array<std::uint8_t, 128> zeros{};
+    if (pad > 0 && ::pwrite(fd, zeros.data(), static_cast<std::size_t>(pad), st.st_size) != pad) return 1;
   }
-  file.seekp(0);
-  if (!file.write(header.data(), kMacBinaryHeaderSize) || !file.flush()) {
-    return 1;
-  }
-  return 0;
+  return ::pwrite(fd, header.data(), header.size(), 0) == static_cast<ssize_t>(header.size()) ? 0 : 1;
+}
+
+int MBInfPut(const std::filesystem::path& path, std::int64_t dataLength) {
+  const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0) return 1;
+  const int rc = MBInfPut(fd, dataLength);
+  return ::close(fd) == 0 ? rc : 1;
 }
 
 void AppendMacBinaryInfo(std::string& report, const MacBinaryInfo& info,

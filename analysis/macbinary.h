@@ -17,8 +17,11 @@ inline constexpr std::int64_t kMacBinaryHeaderSize = 128;
 
 struct MacBinaryInfo {
   std::string FileName;            // original Macintosh name, UTF-8 (decoded from CP932)
-  std::int32_t DataLength = 0;     // data fork length: 24 bits, 0..16,777,215
-  std::int32_t ResourceLength = 0; // resource fork length: 24 bits; may exceed what the file holds
+  // Fork lengths: the four-byte fields whenever the file is long enough to
+  // hold what they say, else their low three bytes (old writers left the top
+  // byte undefined). The resource length may exceed what the file holds.
+  std::int64_t DataLength = 0;
+  std::int64_t ResourceLength = 0;
   std::string FileType;            // up to 4 printable ASCII characters, blanks trimmed
   std::string Creator;             // likewise
   DateTime Created;                // Macintosh seconds, no zone shift
@@ -44,6 +47,8 @@ struct MacBinaryInfo {
 // multiple of 128 bytes. 0 when done, 1 when the file is shorter than 128 bytes
 // or cannot be read or written.
 [[nodiscard]] int MBInfPut(const std::filesystem::path& path, std::int64_t dataLength);
+// The same on an open file (read and write).
+[[nodiscard]] int MBInfPut(int fd, std::int64_t dataLength);
 
 // Appends the Macintosh information block (it starts with an empty line, and
 // every line ends with CR LF) to `report`. `match` is the suffix table's entry

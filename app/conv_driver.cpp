@@ -2,7 +2,11 @@
 
 #include <sys/stat.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <map>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -11,6 +15,7 @@
 #include "app/entry_list.h"
 #include "app/folder_listing.h"
 #include "app/path_helpers.h"
+#include "app/work_files.h"
 #include "convert/result_code.h"
 
 namespace ferrox {
@@ -56,6 +61,9 @@ int ConvDriver::Ferrox_Click_Etc(bool restore) {
       window_.Message("出力ﾌｧｲﾙ/ﾌｫﾙﾀﾞ名が長すぎます");
       return result::kOutputSide;
     }
+    // A trailing "/" says the output is a folder.
+    const std::string_view typed = TrimBlanks(outBox);
+    if (!typed.empty() && typed.back() == '/' && singleOut_.back() != '/') singleOut_ += '/';
     if (HasWildcard(inBox)) {
       entryMode_ = entry_mode::kWildcard;
     } else if (!FileExists(singleIn_)) {
@@ -67,6 +75,7 @@ int ConvDriver::Ferrox_Click_Etc(bool restore) {
   }
 
   window_.SetConvBusy(true);
+  ForgetSweptFolders();  // each run looks for what crashed runs left
   const std::uint16_t savedFileMode = settings_.FileMode;
   const std::uint16_t savedExecMode = settings_.ExecMode;
   if (entryMode_ != entry_mode::kOneFile) {
@@ -106,9 +115,16 @@ int ConvDriver::Ferrox_Click_EtcSub1() {
     inputs.push_back(singleIn_);
     outputs.push_back(singleOut_);
   }
+  // A file whose output names a folder ("dir/") goes into it under its own name.
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (!outputs[i].empty() && outputs[i].back() == '/' && !HasWildcard(inputs[i]) && IsFile(inputs[i])) {
+      outputs[i] += inputs[i].substr(inputs[i].find_last_of('/') + 1);
+    }
+  }
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     if (const int rc = CheckPair(inputs[i], outputs[i]); rc != 0) return rc;
   }
+  if (const int rc = CheckOutputsDistinct(inputs, outputs); rc != 0) return rc;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     if (const int rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]); rc != 0) return rc;
   }
@@ -128,7 +144,7 @@ int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
     if (IsFolder(input)) {
       wrongKind = IsFile(output);
     } else {
-      wrongKind = IsFolder(output) || output.back() == '/';
+      wrongKind = IsFolder(output) || output.back() == '/' || IsSpecialFile(output);
     }
   }
   if (wrongKind) {
@@ -156,6 +172,27 @@ int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
   } else if (!FileExists(input)) {
     window_.Message(InputNotFound(input));
     return result::kInputSide;
+  }
+  return result::kDone;
+}
+
+// In a list, no output may repeat or be the input of another pair: the later
+// conversion would overwrite what the earlier one made or read.
+int ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
+                                     const std::vector<std::string>& outputs) {
+  std::multimap<std::string, std::size_t> inputAt;
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (!HasWildcard(inputs[i])) inputAt.emplace(FileKey(inputs[i]), i);
+  }
+  std::set<std::string> seen;
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    const std::string key = FileKey(outputs[i]);
+    const auto [first, last] = inputAt.equal_range(key);
+    const bool othersInput = std::any_of(first, last, [i](const auto& entry) { return entry.second != i; });
+    if (!seen.insert(key).second || othersInput) {
+      window_.Message("出力ﾌｧｲﾙ [" + outputs[i] + "] が不正です");
+      return result::kOutputSide;
+    }
   }
   return result::kDone;
 }
@@ -249,13 +286,40 @@ int ConvDriver::ConvertPair(const std::string& input, std::string output) {
         const std::string name = MacOutputName(*suffixes_, settings_, input, sidecar_);
         if (!name.empty()) output = AddPathSeparator(GetParentFolder(output)) + name;
       }
-      output = runNames_.Claim(output);
+      // In a run that writes into its own input folder, a Mac name never
+      // lands on another input, which may not have been read yet.
+      std::string named = runNames_.Claim(output);
+      while (named != input && FileExists(named) && SameFolder(GetParentFolder(named), GetParentFolder(input))) {
+        named = runNames_.Claim(output);
+      }
+      output = named;
     }
   }
   window_.SetInFileText(input);
   window_.SetOutFileText(output);
   window_.PumpEvents();
   return Ferrox_Click_File();
+}
+
+// An existing output, and with FileMode bit 1 its backup, is replaced only when
+// it is a regular file (the backup one of this user's own, or the input).
+int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& outPath) {
+  std::string refused;
+  struct stat out {};
+  if (::stat(outPath.c_str(), &out) == 0 && !S_ISREG(out.st_mode)) {
+    refused = outPath;
+  } else if ((settings_.FileMode & file_mode::kBackup) != 0 && ::lstat(outPath.c_str(), &out) == 0) {
+    const std::string backup = GetNameWithoutExtension(outPath) + ".bak";
+    struct stat bak {};
+    struct stat in {};
+    if (::lstat(backup.c_str(), &bak) == 0 && (!S_ISREG(bak.st_mode) || bak.st_uid != ::geteuid()) &&
+        !(::stat(inPath.c_str(), &in) == 0 && in.st_dev == bak.st_dev && in.st_ino == bak.st_ino)) {
+      refused = backup;
+    }
+  }
+  if (refused.empty()) return result::kDone;
+  window_.Message("出力ﾌｧｲﾙ [" + refused + "] が不正です");
+  return result::kOutputSide;
 }
 
 int ConvDriver::Ferrox_Click_File() {
@@ -279,7 +343,9 @@ int ConvDriver::Ferrox_Click_File() {
     }
   }
 
-  const JobContext context{window_, settings_, gaiji_, survey_, sidecar_};
+  if (const int rc = CheckReplaceable(inPath, outPath); rc != 0) return rc;
+
+  const JobContext context{window_, settings_, gaiji_, sidecar_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
       window_.Message("作業領域(" + GetPathRoot(WorkFolder()) +
@@ -290,6 +356,9 @@ int ConvDriver::Ferrox_Click_File() {
     case result::kFailed:
       window_.Message("変換出来ませんでした");
       return result::kInputSide;
+    case result::kOutputFailed:
+      window_.Message("変換出来ませんでした");
+      return result::kOutputSide;
     case result::kSettings:
       window_.Message("変換設定に誤りがあります");
       return result::kSettingsSide;

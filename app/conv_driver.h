@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "app/mac_batch_names.h"
 
@@ -17,7 +18,6 @@
 namespace ferrox {
 
 class ConvWindow;
-class FileSurvey;
 class GaijiTable;
 struct ConversionSettings;
 
@@ -46,8 +46,6 @@ class ConvDriver {
   // boxes. Shows the job's message, if any.
   [[nodiscard]] int Ferrox_Click_File();
 
-  // The survey the window keeps, so the job does not read a surveyed file again.
-  void SetSurvey(FileSurvey* survey) noexcept { survey_ = survey; }
   // The suffix table, for Mac names in folder and wildcard runs (FileMode 512).
   void SetSuffixTable(const SuffixTable* table) noexcept { suffixes_ = table; }
 
@@ -59,13 +57,14 @@ class ConvDriver {
   int Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
   int Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
   int CheckPair(const std::string& input, const std::string& output);
+  int CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
+  int CheckReplaceable(const std::string& inPath, const std::string& outPath);
   int ConvertPair(const std::string& input, std::string output);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
 
   ConvWindow& window_;
   ConversionSettings& settings_;
   const GaijiTable* gaiji_;
-  FileSurvey* survey_ = nullptr;
   std::uint16_t entryMode_ = entry_mode::kOneFile;
   std::string singleIn_;   // the cleaned box texts of a one-pair run
   std::string singleOut_;

@@ -20,6 +20,7 @@
 #include "convert/output_file.h"
 #include "convert/result_code.h"
 #include "platform/file_times.h"
+#include "app/work_files.h"
 #include "platform/trash.h"
 
 namespace ferrox {
@@ -57,128 +58,189 @@ class WorkFiles {
   std::vector<std::string> paths_;
 };
 
-bool SameDevice(const std::string& a, const std::string& b) {
-  struct stat sa {};
-  struct stat sb {};
-  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev;
+// An open file descriptor, closed on destruction.
+class Fd {
+ public:
+  explicit Fd(int fd = -1) noexcept : fd_(fd) {}
+  ~Fd() { Reset(-1); }
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  void Reset(int fd) noexcept {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+  }
+  [[nodiscard]] int get() const noexcept { return fd_; }
+
+ private:
+  int fd_;
+};
+
+bool SameInode(const struct stat& a, const struct stat& b) noexcept {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// Copies `from` into the new file `to` and flushes it to disk.
-bool CopyToNewFile(const std::string& from, const std::string& to) {
-  const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) return false;
-  const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (out < 0) {
-    ::close(in);
+bool SameTime(const timespec& a, const timespec& b) noexcept {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+// Unchanged since `before` was taken: same file, length and times.
+bool Unchanged(const std::string& path, const struct stat& before) {
+  struct stat now {};
+  return ::stat(path.c_str(), &now) == 0 && SameInode(now, before) && now.st_size == before.st_size &&
+         SameTime(now.st_mtim, before.st_mtim) && SameTime(now.st_ctim, before.st_ctim);
+}
+
+// A file this user made and alone names: what the job may change.
+bool OwnPrivateFile(int fd) {
+  struct stat st {};
+  return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::geteuid() && st.st_nlink == 1;
+}
+
+// Copies all of `from` (from its start) into the new file `to`, which is
+// created private; returns the open new file, or -1.
+int CopyToNewFile(int from, const std::string& to) {
+  const int out = ::open(to.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (out < 0) return -1;
+  std::vector<char> buffer(1 << 16);
+  off_t at = 0;
+  for (;;) {
+    const ssize_t n = ::pread(from, buffer.data(), buffer.size(), at);
+    if (n < 0 && errno == EINTR) continue;
+    if (n == 0) return out;
+    if (n < 0 || !WriteAll(out, buffer.data(), static_cast<std::size_t>(n))) break;
+    at += n;
+  }
+  ::close(out);
+  return -1;
+}
+
+std::string NameOf(const std::string& path) { return path.substr(path.find_last_of('/') + 1); }
+
+// Folder of `path` with a trailing "/", "./" for a bare name.
+std::string FolderOf(const std::string& path) {
+  const std::string parent = GetParentFolder(path);
+  if (parent.empty()) return "./";
+  return parent.back() == '/' ? parent : parent + "/";
+}
+
+// Renames `from` to `to` when `to` does not exist, never over a file that
+// appeared meanwhile (where the file system can tell).
+bool RenameNew(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+// The old output goes to the trash while it still lies at its name: a second
+// name for it in a private holding folder is trashed (restorable to the
+// output's name), then one rename puts the new data in place. The output name
+// is never empty.
+bool TrashAndReplace(const std::string& staged, const std::string& outPath) {
+  const std::string holding = FolderOf(outPath) + "." + NextWorkStem() + ".old";
+  if (::mkdir(holding.c_str(), 0700) != 0) return false;
+  const std::string held = holding + "/" + NameOf(outPath);
+  TrashResult trashed;
+  if (::link(outPath.c_str(), held.c_str()) == 0) {
+    trashed = TrashDelete(held, outPath);
+    if (!trashed.ok) {
+      ::unlink(held.c_str());
+      ::rmdir(holding.c_str());
+      return false;
+    }
+    ::rmdir(holding.c_str());
+    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
+    TrashForget(trashed);  // the old output still lies at its name
     return false;
   }
-  std::vector<char> buffer(1 << 16);
-  bool ok = true;
-  for (;;) {
-    const ssize_t n = ::read(in, buffer.data(), buffer.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      ok = n == 0;
-      break;
-    }
-    if (!WriteAll(out, buffer.data(), static_cast<std::size_t>(n))) {
-      ok = false;
-      break;
-    }
+  // No second names on this file system: the old output is trashed first.
+  ::rmdir(holding.c_str());
+  trashed = TrashDelete(outPath);
+  if (!trashed.ok) return false;
+  if (RenameNew(staged, outPath)) return true;
+  (void)TrashRestore(trashed, outPath);
+  return false;
+}
+
+// Keeps the old output as `backup`, which must not exist, then puts the new
+// data in place.
+bool BackupAndReplace(const std::string& staged, const std::string& outPath, const std::string& backup) {
+  // A second name for the old output, then one rename: the output name never
+  // stands empty.
+  if (::link(outPath.c_str(), backup.c_str()) == 0) {
+    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
+    ::unlink(backup.c_str());
+    return false;
   }
-  ok = ::fsync(out) == 0 && ok;
-  ok = ::close(out) == 0 && ok;
-  ::close(in);
-  return ok;
+  if (!RenameNew(outPath, backup)) return false;
+  if (RenameNew(staged, outPath)) return true;
+  (void)RenameNew(backup, outPath);
+  return false;
 }
 
-// Flushes a finished file to the disk, so that the rename that puts it in
-// place can never leave an empty output behind after a system crash.
-bool SyncToDisk(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return false;
-  const bool ok = ::fsync(fd) == 0;
-  return ::close(fd) == 0 && ok;
-}
-
-std::int64_t FileSize(const std::string& path) {
-  struct stat st {};
-  return ::stat(path.c_str(), &st) == 0 ? static_cast<std::int64_t>(st.st_size) : -1;
-}
-
-bool EntryExists(const std::string& path) {
-  struct stat st {};
-  return ::lstat(path.c_str(), &st) == 0;
-}
-
-std::string AsciiUpper(std::string text) {
-  for (char& c : text) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return text;
-}
-
-// Puts the finished new data (`staged`, in the output's folder) at `outPath`,
-// first disposing of an old output as FileMode says. The old output stays at
-// its name until one rename replaces it, except when it goes to the trash.
-bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode) {
+// Puts the finished new data (`staged`, beside the output) at `outPath`,
+// disposing of an old output as FileMode says. Nothing the job did not make is
+// deleted: an old backup goes to the trash, and when the backup name is the
+// input itself, the old output goes to the trash instead.
+bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode,
+                 const struct stat& input) {
   struct stat old {};
-  if (::lstat(outPath.c_str(), &old) != 0) return ::rename(staged.c_str(), outPath.c_str()) == 0;
-  if (S_ISDIR(old.st_mode)) return false;  // a file never takes the place of a folder
+  if (::lstat(outPath.c_str(), &old) != 0) return errno == ENOENT && RenameNew(staged, outPath);
+  if (!S_ISREG(old.st_mode) && !S_ISLNK(old.st_mode)) return false;  // folders, pipes, devices stay
+  // A symbolic link is replaced as a link: what it leads to is not touched.
+  if (S_ISLNK(old.st_mode)) return ::rename(staged.c_str(), outPath.c_str()) == 0;
 
   if ((fileMode & file_mode::kBackup) != 0) {
     const std::string backup = GetNameWithoutExtension(outPath) + ".bak";
-    // An output that is itself named .bak cannot keep a backup of itself.
-    if (AsciiUpper(backup) == AsciiUpper(outPath)) return false;
-    if (EntryExists(backup)) {
-      ::chmod(backup.c_str(), 0600);
-      if (::unlink(backup.c_str()) != 0) return false;
+    // An output that is itself named .bak cannot keep a backup of itself;
+    // converted in place, the original goes to the trash instead.
+    if (backup == outPath) return SameInode(old, input) && TrashAndReplace(staged, outPath);
+    struct stat bak {};
+    if (::lstat(backup.c_str(), &bak) != 0) {
+      return errno == ENOENT && BackupAndReplace(staged, outPath, backup);
     }
-    // A second name for the old output, then one rename: the output name
-    // never stands empty.
-    if (::link(outPath.c_str(), backup.c_str()) == 0) {
-      return ::rename(staged.c_str(), outPath.c_str()) == 0;
-    }
-    if (::rename(outPath.c_str(), backup.c_str()) != 0) return false;
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    ::rename(backup.c_str(), outPath.c_str());
-    return false;
-  }
-  if ((fileMode & file_mode::kTrash) != 0) {
-    const TrashResult trashed = TrashDelete(outPath);
+    if (SameInode(bak, input)) return TrashAndReplace(staged, outPath);
+    if (!S_ISREG(bak.st_mode) || bak.st_uid != ::geteuid()) return false;
+    // The earlier generation is not destroyed: it goes to the trash.
+    const TrashResult trashed = TrashDelete(backup);
     if (!trashed.ok) return false;
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    (void)TrashRestore(trashed, outPath);  // the old output back at its name
+    if (BackupAndReplace(staged, outPath, backup)) return true;
+    (void)TrashRestore(trashed, backup);
     return false;
   }
+  if ((fileMode & file_mode::kTrash) != 0) return TrashAndReplace(staged, outPath);
   return ::rename(staged.c_str(), outPath.c_str()) == 0;
 }
 
 }  // namespace
 
-std::string WorkFolder() {
-  std::string folder;
-  for (const char* name : {"TMP", "TMPDIR"}) {
-    const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') {
-      folder = value;
-      break;
-    }
-  }
-  if (folder.empty()) folder = "/tmp";
-  if (folder.back() != '/') folder += '/';
-  return folder;
+// A new private work file in the work folder, removed by `cleanup`; "" on failure.
+std::string NewWorkFile(WorkFiles& cleanup) {
+  const std::string path = WorkFolder() + NextWorkStem() + ".tmp";
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (fd < 0) return {};
+  ::close(fd);
+  cleanup.Add(path);
+  return path;
 }
 
-std::string WorkFilePath() {
-  return WorkFolder() + "FRX" + std::to_string(::getpid()) + ".tmp";
+FileTimes MacFileTimes(const DateTime& created, const DateTime& modified) {
+  FileTimes times;
+  times.Creation = created;
+  times.LastAccess = modified;
+  times.LastWrite = modified;
+  times.CreationKnown = true;
+  return times;
 }
 
 int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
            const JobContext& context) {
   if (inPath.empty()) return result::kInputEmpty;
   if (outPath.empty()) return result::kOutputEmpty;
-  if (!EntryExists(inPath)) return result::kInputNotFound;
+  struct stat inStat {};
+  if (::stat(inPath.c_str(), &inStat) != 0) {
+    struct stat link {};
+    return ::lstat(inPath.c_str(), &link) == 0 ? result::kFailed : result::kInputNotFound;
+  }
   // Decided before anything moves: once the old output is swapped out, the
   // two names can no longer show that they were one file.
   const bool sameFile = IsOtherFile(inPath, outPath) == 0;
@@ -186,9 +248,6 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
 
   ConvWindow& window = context.window;
   const ConversionSettings& settings = context.settings;
-
-  struct stat inStat {};
-  if (::stat(inPath.c_str(), &inStat) != 0) return result::kFailed;
 
   // A BinHex or AppleSingle input is unwrapped into a private work file first,
   // every CRC and length checked before anything else is written; the survey
@@ -201,16 +260,9 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   std::string wrapError;
   if (ProbeMacWrapper(inPath, wrapped, wrapError) != MacWrapper::None) {
     if (wrapError.empty()) {
-      source = WorkFilePath() + ".data";
-      if (keepFork && wrapped.ResourceLength > 0) keptFork = WorkFilePath() + ".rsrc";
-      for (const std::string& path : {source, keptFork}) {
-        if (path.empty()) continue;
-        ::unlink(path.c_str());
-        const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (fd < 0) return result::kFailed;
-        ::close(fd);
-        cleanup.Add(path);
-      }
+      source = NewWorkFile(cleanup);
+      if (keepFork && wrapped.ResourceLength > 0) keptFork = NewWorkFile(cleanup);
+      if (source.empty() || (keepFork && wrapped.ResourceLength > 0 && keptFork.empty())) return result::kFailed;
       (void)UnwrapMacFile(inPath, wrapped, source, keptFork, wrapError);
     }
     if (!wrapError.empty()) {
@@ -219,49 +271,33 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
     }
   }
 
-  FileSurvey localSurvey;
-  FileSurvey& survey = context.survey != nullptr && source == inPath ? *context.survey : localSurvey;
+  // Surveyed afresh: a remembered survey could belong to what lay at this
+  // name before an earlier pair of the run replaced it.
+  FileSurvey survey;
   const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
   MacBinaryInfo info;
   std::uint16_t typeWord = 0;
-  const int kind = survey.FileTypeChk(source, surveySettings, window, info, typeWord);
+  const int kind = survey.SurveyFile(source, surveySettings, window, info, typeWord);
   if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
 
   std::int64_t dataStart = 0;
   std::int64_t dataLength = source == inPath ? inStat.st_size : wrapped.DataLength;
   std::optional<FileTimes> macTimes;
   bool rewriteHeader = false;
-  if (source != inPath && wrapped.HasDates && (settings.FileMode & file_mode::kMacDates) != 0) {
-    FileTimes times;
-    times.Creation = wrapped.Created;
-    times.LastAccess = wrapped.Modified;
-    times.LastWrite = wrapped.Modified;
-    times.CreationKnown = true;
-    macTimes = times;
-  }
+  const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
+  if (source != inPath && wrapped.HasDates && macDates) macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
   if (kind == survey_result::kMacBinary) {
     dataStart = kMacBinaryHeaderSize;
     dataLength = info.DataLength;
-    if ((settings.FileMode & file_mode::kMacDates) != 0) {
-      FileTimes times;
-      times.Creation = info.Created;
-      times.LastAccess = info.Modified;
-      times.LastWrite = info.Modified;
-      times.CreationKnown = true;
-      macTimes = times;
-    }
+    if (macDates) macTimes = MacFileTimes(info.Created, info.Modified);
     rewriteHeader = (flags & kJobMacBinaryCut) == 0;
+    // A resource fork the cut output drops is kept beside it with FileMode 1024.
     const std::int64_t forkAt = kMacBinaryHeaderSize + (std::int64_t{info.DataLength} + 127) / 128 * 128;
-    const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, FileSize(source) - forkAt);
-    if (keepFork && !rewriteHeader && forkLength > 0) {
-      keptFork = WorkFilePath() + ".rsrc";
-      ::unlink(keptFork.c_str());
-      const int fd = ::open(keptFork.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-      if (fd < 0) return result::kFailed;
-      ::close(fd);
-      cleanup.Add(keptFork);
-      if (!WriteAppleDoubleFrom(source, forkAt, forkLength, MakeFinderInfo(info.FileType, info.Creator),
-                                keptFork)) {
+    const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, inStat.st_size - forkAt);
+    if (keepFork && !rewriteHeader && forkLength > 0 && source == inPath) {
+      keptFork = NewWorkFile(cleanup);
+      if (keptFork.empty() || !WriteAppleDoubleFrom(source, forkAt, forkLength,
+                                                    MakeFinderInfo(info.FileType, info.Creator), keptFork)) {
         return result::kFailed;
       }
     }
@@ -269,23 +305,11 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   // An AppleDouble sidecar lends its dates (FileMode 4) and its resource fork (FileMode 1024).
   if (AppleFileInfo side; source == inPath && kind == survey_result::kOrdinary && !context.sidecar.empty() &&
                           ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
-    if (side.HasDates && (settings.FileMode & file_mode::kMacDates) != 0) {
-      FileTimes times;
-      times.Creation = side.Created;
-      times.LastAccess = side.Modified;
-      times.LastWrite = side.Modified;
-      times.CreationKnown = true;
-      macTimes = times;
-    }
+    if (side.HasDates && macDates) macTimes = MacFileTimes(side.Created, side.Modified);
     if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0) {
-      keptFork = WorkFilePath() + ".rsrc";
-      ::unlink(keptFork.c_str());
-      const int fd = ::open(keptFork.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-      if (fd < 0) return result::kFailed;
-      ::close(fd);
-      cleanup.Add(keptFork);
-      if (!WriteAppleDoubleFrom(context.sidecar, side.ResourceFork->Offset, side.ResourceFork->Length,
-                                side.FinderInfo, keptFork)) {
+      keptFork = NewWorkFile(cleanup);
+      if (keptFork.empty() || !WriteAppleDoubleFrom(context.sidecar, side.ResourceFork->Offset,
+                                                    side.ResourceFork->Length, side.FinderInfo, keptFork)) {
         return result::kFailed;
       }
     }
@@ -295,11 +319,12 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   const ProgressPanelOn panel(window);
   if (!window.ConvBusy()) return result::kCancelled;
 
-  const std::string workFile = WorkFilePath();
-  if (EntryExists(workFile)) {
-    ::chmod(workFile.c_str(), 0600);
-    ::unlink(workFile.c_str());
-  }
+  const std::string workFolder = WorkFolder();
+  const std::string outFolder = FolderOf(outPath);
+  SweepDeadWorkFilesOnce(workFolder);
+  SweepDeadWorkFilesOnce(outFolder);
+  const std::string stem = NextWorkStem();
+  const std::string workFile = workFolder + stem + ".tmp";
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
   const int rc = FerroxConv(workFile, source, dataStart, dataLength, flags, typeWord, rewriteHeader,
                             options, window);
@@ -307,55 +332,69 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   cleanup.Add(workFile);
   window.ShowProgress(dataLength, dataLength);
 
+  // From here on the work file is handled through its descriptor only.
+  Fd work(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+  if (work.get() < 0 || !OwnPrivateFile(work.get())) return result::kFailed;
   if (rewriteHeader) {
-    const std::int64_t size = FileSize(workFile);
-    if (size < kMacBinaryHeaderSize) return result::kFailed;
-    if (MBInfPut(workFile, size - kMacBinaryHeaderSize) != 0) return result::kFailed;
+    struct stat st {};
+    if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return result::kFailed;
+    if (MBInfPut(work.get(), st.st_size - kMacBinaryHeaderSize) != 0) return result::kFailed;
   }
 
   // The new data must lie in the output's folder before the old output is
-  // touched: a rename never crosses file systems.
-  const std::string parent = GetParentFolder(outPath);
-  const std::string outFolder = parent.empty() ? std::string(".") : parent;
-  std::string staged = workFile;
-  if (!SameDevice(WorkFolder(), outFolder)) {
-    staged = (outFolder.back() == '/' ? outFolder : outFolder + "/") + ".FRX" +
-             std::to_string(::getpid()) + ".tmp";
-    if (EntryExists(staged)) ::unlink(staged.c_str());
-    cleanup.Add(staged);
-    if (!CopyToNewFile(workFile, staged)) return result::kFailed;
-    ::unlink(workFile.c_str());
-    cleanup.Release(workFile);
-  } else if (!SyncToDisk(staged)) {  // the copy above is synced already
-    return result::kFailed;
+  // touched: a rename never crosses file systems (nor bind mounts of one). A
+  // second name does where it can, a private copy where it cannot.
+  const std::string staged = outFolder + "." + stem + ".tmp";
+  cleanup.Add(staged);
+  Fd copy;
+  if (::link(workFile.c_str(), staged.c_str()) != 0) {
+    copy.Reset(CopyToNewFile(work.get(), staged));
+    if (copy.get() < 0) return result::kOutputFailed;
   }
+  ::unlink(workFile.c_str());
+  cleanup.Release(workFile);
+  const int placed = copy.get() >= 0 ? copy.get() : work.get();
 
-  // Times and permissions go on before the rename, so the output appears
-  // complete in one step.
+  // Flushed and dated before the rename; the input's permission bits come
+  // after it, through the descriptor, so what a crash leaves is private and
+  // nobody can swap the name for a link to something else in between.
+  if (::fsync(placed) != 0) return result::kFailed;
   if (macTimes) {
-    (void)SetFileTimes(staged, *macTimes);
+    (void)SetFileTimes(placed, *macTimes);
   } else {
-    const struct timespec times[2] = {inStat.st_atim, inStat.st_mtim};
-    (void)::utimensat(AT_FDCWD, staged.c_str(), times, 0);
+    const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
+    (void)::futimens(placed, times);
   }
-  if (::chmod(staged.c_str(), inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
-    return result::kFailed;
-  }
-
-  if (!PlaceOutput(staged, outPath, settings.FileMode)) return result::kFailed;
+  if (!PlaceOutput(staged, outPath, settings.FileMode, inStat)) return result::kOutputFailed;
   cleanup.Release(staged);
   if (!keptFork.empty()) {
     // Beside the output, under the name today's tools look for.
-    const std::string sidecar = (outFolder.back() == '/' ? outFolder : outFolder + "/") + "._" +
-                                outPath.substr(outPath.find_last_of('/') + 1);
-    if (::rename(keptFork.c_str(), sidecar.c_str()) != 0) {
-      ::unlink(sidecar.c_str());
-      if (!CopyToNewFile(keptFork, sidecar)) return result::kFailed;
+    const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
+    const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
+    cleanup.Add(stagedFork);
+    Fd in(::open(keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (in.get() < 0) return result::kFailed;
+    Fd out(::link(keptFork.c_str(), stagedFork.c_str()) == 0
+               ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
+               : CopyToNewFile(in.get(), stagedFork));
+    if (out.get() < 0 || ::fchmod(out.get(), inStat.st_mode & 0666) != 0 ||
+        ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
+      return result::kFailed;
     }
-    (void)::chmod(sidecar.c_str(), inStat.st_mode & 0666);
+    cleanup.Release(stagedFork);
+  }
+  // The rename has put this very file in place (the descriptor says which).
+  struct stat now {};
+  struct stat held {};
+  if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
+      ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+    return result::kOutputFailed;
   }
 
-  if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0) {
+  // Only an input that nobody changed since it was read may go: data added
+  // during the run would be lost with it.
+  if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
+      Unchanged(inPath, inStat)) {
     ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
   }
   return result::kDone;

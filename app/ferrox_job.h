@@ -5,20 +5,26 @@
 // input.
 //
 // Safety rules the job keeps on every path it controls:
-// - the input is never changed; it is deleted only after a successful run,
-//   only with FileMode bit 256, and only when it is not the output file;
-// - the new data is complete (times and permission bits included) and lies
-//   next to the output before an old output is touched, and a replaced old
-//   output is swapped out by one rename, so a kill leaves the old or the new;
-// - a failure removes the work files it made.
+// - the input is never changed, moved or deleted, except that it is deleted
+//   after a successful run with FileMode bit 256 when it is not the output
+//   file and nobody changed it since it was read;
+// - the new data is complete (times and permission bits included, set through
+//   its descriptor while it is private) and lies next to the output before an
+//   old output is touched; the old output is swapped out by one rename, so a
+//   kill leaves the old or the new, and the output name is never empty;
+// - nothing the job did not make is destroyed: an old backup and an old
+//   output that cannot be backed up go to the trash;
+// - a failure removes the work files it made, and a crash leaves only files
+//   the next run removes (see work_files.h).
 
 #include <cstdint>
 #include <string>
 
+#include "app/work_files.h"
+
 namespace ferrox {
 
 class ConvWindow;
-class FileSurvey;
 class GaijiTable;
 struct ConversionSettings;
 
@@ -26,8 +32,7 @@ struct JobContext {
   ConvWindow& window;
   const ConversionSettings& settings;
   const GaijiTable* gaiji = nullptr;
-  FileSurvey* survey = nullptr;  // shared with the window so a surveyed file is not read twice
-  std::string sidecar;           // an AppleDouble file lending type, creator, dates and resource fork
+  std::string sidecar;  // an AppleDouble file lending type, creator, dates and resource fork
 };
 
 // Job flags (from the two check boxes).
@@ -36,13 +41,9 @@ inline constexpr std::uint16_t kJobText = 2;
 
 // Returns 0 (done, or nothing to do), -1 input not found, -2 input path empty,
 // -3 output path empty, or the conversion pass's -4, -5, -6, -7; -5 also for
-// any other failure on the way.
+// any other failure on the way, except -8 when the new output could not be
+// put beside or at the output (the old output then stands as it was).
 [[nodiscard]] int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
                          const JobContext& context);
-
-// The work folder: TMP, else TMPDIR, else /tmp, always ending in "/".
-[[nodiscard]] std::string WorkFolder();
-// The work file of this process: WorkFolder() + "FRX" + process id + ".tmp".
-[[nodiscard]] std::string WorkFilePath();
 
 }  // namespace ferrox

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "app/work_files.h"
+
 namespace ferrox {
 
 namespace {
@@ -59,6 +61,7 @@ FolderListing ListFolder(const std::string& folder, std::string_view pattern) {
   while (const dirent* entry = ::readdir(dir)) {
     const std::string name = entry->d_name;
     if (name == "." || name == "..") continue;
+    if (ClassifyWorkName(name) != WorkName::kNone) continue;  // a run's work file is never an input
     if (!pattern.empty() && !WildcardMatch(pattern, name)) continue;
     const std::string path = base + name;
     struct stat own {};

@@ -3,7 +3,7 @@
 // except "." and "..", sorted by name so that runs are repeatable, and split
 // into files and folders. Symbolic links to files count as files; links to
 // folders and special files (pipes, devices, sockets) are left out, so a walk
-// can never loop or block on a pipe.
+// can never loop or block on a pipe, and so are the work files of runs.
 
 #include <string>
 #include <string_view>

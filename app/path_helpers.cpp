@@ -17,14 +17,6 @@ bool StatOf(const std::string& path, struct stat& st) {
   return !path.empty() && ::stat(path.c_str(), &st) == 0;
 }
 
-std::string AsciiLower(std::string_view text) {
-  std::string lowered(text);
-  for (char& c : lowered) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lowered;
-}
-
 std::string LexicalForm(const std::string& path) {
   std::string form = std::filesystem::path(path).lexically_normal().string();
   while (form.size() > 1 && form.back() == '/') form.pop_back();
@@ -89,13 +81,27 @@ bool MakeFolder(const std::string& path) {
   return IsFolder(path);
 }
 
+std::string FileKey(const std::string& path) {
+  struct stat st {};
+  if (StatOf(path, st)) return "@" + std::to_string(st.st_dev) + ":" + std::to_string(st.st_ino);
+  return LexicalForm(path);
+}
+
+bool IsSpecialFile(const std::string& path) {
+  struct stat st {};
+  return StatOf(path, st) && !S_ISREG(st.st_mode) && !S_ISDIR(st.st_mode);
+}
+
 int IsOtherFile(const std::string& a, const std::string& b) {
-  const std::string la = AsciiLower(LexicalForm(a));
-  const std::string lb = AsciiLower(LexicalForm(b));
-  if (la == lb) return 0;
   struct stat sa {};
   struct stat sb {};
-  if (StatOf(a, sa) && StatOf(b, sb) && sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino) return 0;
+  if (StatOf(a, sa) && StatOf(b, sb)) {
+    if (sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino) return 0;
+    return sa.st_ino < sb.st_ino ? -1 : 1;
+  }
+  const std::string la = LexicalForm(a);
+  const std::string lb = LexicalForm(b);
+  if (la == lb) return 0;
   return la < lb ? -1 : 1;
 }
 

@@ -28,6 +28,10 @@ namespace ferrox {
 // The path exists and is not a folder.
 [[nodiscard]] bool IsFile(const std::string& path);
 
+// The path exists and is neither a regular file nor a folder (a device, a
+// pipe, a socket), symbolic links followed.
+[[nodiscard]] bool IsSpecialFile(const std::string& path);
+
 // The path trimmed of blanks, with one "/" appended unless it is empty or
 // already ends in "/".
 [[nodiscard]] std::string AddPathSeparator(std::string_view path);
@@ -36,11 +40,15 @@ namespace ferrox {
 // exists afterwards.
 [[nodiscard]] bool MakeFolder(const std::string& path);
 
-// 0 when a and b name the same file, non-zero otherwise. The same file: equal
-// once ASCII capitals are lowered and "." and ".." are resolved in the text,
-// or, for paths that exist, the same device and inode. Erring towards "same"
-// is what keeps an input from being deleted as someone else's output.
+// 0 when a and b name the same file, non-zero otherwise. Two existing paths
+// are the same file when they lead to the same device and inode; otherwise
+// their texts are compared once "." and ".." are resolved. Letter case alone
+// never makes two paths one file: Linux names are case-sensitive.
 [[nodiscard]] int IsOtherFile(const std::string& a, const std::string& b);
+
+// A text equal for two paths exactly when IsOtherFile finds them the same
+// file (for paths that do not change meanwhile).
+[[nodiscard]] std::string FileKey(const std::string& path);
 
 // The one path that a box holding a single name stands for: blanks trimmed,
 // surrounding quotes removed, trailing "/" removed except from the root.

@@ -95,7 +95,7 @@ std::string SettingsStore::GaijiTablePath() const {
 
 void SettingsStore::ReloadGaijiTable() { Gaiji.LoadGaijiTable(GaijiTablePath()); }
 
-SettingsLoadResult SettingsStore::Load(WindowPosition firstRunPosition) {
+SettingsLoadResult SettingsStore::Load(WindowPosition firstRunPosition, bool withGaijiTable) {
   SettingsLoadResult result;
   const ConversionSettings builtIn;
   Settings = builtIn;
@@ -132,7 +132,7 @@ SettingsLoadResult SettingsStore::Load(WindowPosition firstRunPosition) {
   if (Settings.Version != ProgramVersion()) DeleteHelpIndex(helpFile);
 
   result.suffix = SuffixTableLoad(Suffixes, configDir_);
-  ReloadGaijiTable();
+  if (withGaijiTable) ReloadGaijiTable();
   SuffixTableChanged = false;
   return result;
 }

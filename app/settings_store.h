@@ -31,7 +31,8 @@ class SettingsStore {
   // `firstRunPosition` as the window position), every key, the upgrade rules,
   // then the suffix and gaiji tables. Settings.Left/Top hold the stored
   // window position afterwards.
-  SettingsLoadResult Load(WindowPosition firstRunPosition = {});
+  // The gaiji table is read only with `withGaijiTable` (what converts needs it).
+  SettingsLoadResult Load(WindowPosition firstRunPosition = {}, bool withGaijiTable = true);
 
   // Every key (Left/Top from Settings: set them to the window's position
   // first), the version rule, then the suffix table when it was changed.

@@ -19,6 +19,22 @@ extern "C" void OnInterrupt(int) { g_interrupted = 1; }
 
 }  // namespace
 
+std::string ShownText(std::string_view text) {
+  std::string shown;
+  shown.reserve(text.size());
+  for (const char c : text) {
+    const auto b = static_cast<unsigned char>(c);
+    if (b < 0x20 || b == 0x7F) {
+      char hex[5];
+      std::snprintf(hex, sizeof hex, "\\x%02X", b);
+      shown += hex;
+    } else {
+      shown += c;
+    }
+  }
+  return shown;
+}
+
 CliWindow::CliWindow(const ConversionSettings& settings, FileSurvey& survey,
                      std::optional<bool> pinText, std::optional<bool> pinCut)
     : settings_(settings),
@@ -33,7 +49,7 @@ void CliWindow::CatchInterrupt() {
   sigemptyset(&action.sa_mask);
   // SA_RESETHAND is an unsigned constant; sa_flags is an int.
   action.sa_flags = static_cast<int>(SA_RESETHAND);  // a second Ctrl-C ends the program
-  ::sigaction(SIGINT, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) ::sigaction(signal, &action, nullptr);
 }
 
 bool CliWindow::Interrupted() { return g_interrupted != 0; }
@@ -49,11 +65,12 @@ void CliWindow::SetInFileText(const std::string& text) {
 // survey of a single file, always, as FileMode bit 2 describes.
 void CliWindow::ProposeCheckBoxesFor(const std::string& text) {
   if (!pinText_ || !pinCut_) {
-    if (!text.empty() && !HasWildcard(text) && text.front() != '"' && IsFile(text)) {
+    // A name the run walks to is a name even with "*" or "?" in it.
+    if (!text.empty() && text.front() != '"' && IsFile(text)) {
       const SurveySettings survey{settings_.ChkSize, settings_.BinRate, settings_.ConvMode};
       MacBinaryInfo info;
       std::uint16_t flags = 0;
-      const int kind = survey_.FileTypeChk(text, survey, *this, info, flags);
+      const int kind = survey_.SurveyFile(text, survey, *this, info, flags);
       if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
         boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
                                    settings_.FileMode | file_mode::kBatch, boxes_);
@@ -91,7 +108,7 @@ void CliWindow::ClearProgressLine() {
 
 void CliWindow::Message(const std::string& text) {
   ClearProgressLine();
-  std::fprintf(stderr, "%s\n", text.c_str());
+  std::fprintf(stderr, "%s\n", ShownText(text).c_str());
   std::fflush(stderr);
 }
 

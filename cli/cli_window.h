@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "app/check_box_proposal.h"
 #include "app/conv_window.h"
@@ -17,6 +18,10 @@ struct ConversionSettings;
 }  // namespace ferrox
 
 namespace ferrox::cli {
+
+// `text` as it may reach a terminal: control characters (a Mac name can hold
+// ESC sequences) are shown as \xNN.
+[[nodiscard]] std::string ShownText(std::string_view text);
 
 class CliWindow final : public ConvWindow {
  public:
@@ -45,6 +50,8 @@ class CliWindow final : public ConvWindow {
   void ClearProgressLine();
 
   // Installs the SIGINT handler: the first Ctrl-C cancels, a second one ends
+  // the program at once.
+  // Ctrl-C (SIGINT), SIGTERM and SIGHUP cancel the run; a second one ends
   // the program at once.
   static void CatchInterrupt();
   [[nodiscard]] static bool Interrupted();

@@ -11,6 +11,7 @@
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
 #include "cli/cli_window.h"
+#include "convert/gaiji_table.h"
 #include "convert/result_code.h"
 #include "suffix/file_name_rec.h"
 
@@ -18,15 +19,29 @@ namespace ferrox::cli {
 
 namespace {
 
-void Say(const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); }
+void Say(const std::string& line) { std::fprintf(stderr, "%s\n", ShownText(line).c_str()); }
 
 // Loads the stored settings and tables, then applies this run's options.
 // False (with the message shown) when the options make no usable settings.
 bool LoadSettings(SettingsStore& store, const Arguments& arguments) {
-  const SettingsLoadResult loaded = store.Load();
+  const SettingsLoadResult loaded = store.Load({}, false);
   if (loaded.suffix.Failed()) Say(SuffixLoadMessage(loaded.suffix));
   ApplyOverrides(arguments, store.Settings);
-  if (arguments.gaijiTable) store.ReloadGaijiTable();
+  // Only a conversion reads the gaiji table.
+  if (arguments.command == Command::kConvert) {
+    store.ReloadGaijiTable();
+    switch (store.Gaiji.LoadProblem()) {
+      case GaijiLoadProblem::kNotAFile:
+        Say("外字ﾃｰﾌﾞﾙ [" + store.GaijiTablePath() + "] は通常のﾌｧｲﾙではありません");
+        return false;
+      case GaijiLoadProblem::kTooLarge:
+        Say("外字ﾃｰﾌﾞﾙ [" + store.GaijiTablePath() + "] が大き過ぎます (" +
+            std::to_string(kGaijiTableMaxBytes >> 20) + " MiB まで)");
+        return false;
+      case GaijiLoadProblem::kNone:
+        break;
+    }
+  }
   if (arguments.chkSize && *arguments.chkSize < 100) {
     Say("ﾌｧｲﾙの調査ｻｲｽﾞが少な過ぎます。100 Byte 以上に設定して下さい。");
     return false;
@@ -83,12 +98,11 @@ int RunConvert(const Arguments& arguments) {
 
   CliWindow::CatchInterrupt();
   ConvDriver driver(window, store.Settings, &store.Gaiji);
-  driver.SetSurvey(&survey);
   driver.SetSuffixTable(&store.Suffixes);
   const int rc = driver.Ferrox_Click_Etc(false);
   window.ClearProgressLine();
-  // A cancel that came after the last check still counts as a cancel.
-  if (rc == result::kDone && CliWindow::Interrupted()) return kExitCancelled;
+  // A cancel that came once the last file was being put in place did not
+  // stop it: the run is done (130 would say that file was left untouched).
   return ExitStatus(rc);
 }
 
@@ -129,7 +143,7 @@ int RunName(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
   const auto& o = arguments.operands;
-  std::printf("%s\n", FileNameRec(store.Suffixes, store.Settings, o[0], o[1], o[2]).c_str());
+  std::printf("%s\n", ShownText(FileNameRec(store.Suffixes, store.Settings, o[0], o[1], o[2])).c_str());
   return 0;
 }
 

@@ -1,5 +1,11 @@
 #include "convert/gaiji_table.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
 #include <algorithm>
 #include <cstring>
 #include <fstream>
@@ -140,10 +146,34 @@ std::vector<std::string_view> SplitLines(std::string_view text) {
   return lines;
 }
 
-std::string ReadWhole(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return {};
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+// The whole table file, when it is a regular file within the bound. Opened
+// without blocking and checked on the descriptor: a pipe named as the table
+// never holds the program up.
+GaijiLoadProblem ReadWhole(const std::string& path, std::string& text) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return GaijiLoadProblem::kNone;  // missing or unreadable: the default table
+  struct stat st {};
+  GaijiLoadProblem problem = GaijiLoadProblem::kNone;
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    problem = GaijiLoadProblem::kNotAFile;
+  } else if (st.st_size > static_cast<off_t>(kGaijiTableMaxBytes)) {
+    problem = GaijiLoadProblem::kTooLarge;
+  } else {
+    char buffer[1 << 16];
+    for (;;) {
+      const ssize_t n = ::read(fd, buffer, sizeof buffer);
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) break;
+      text.append(buffer, static_cast<std::size_t>(n));
+      if (text.size() > kGaijiTableMaxBytes) {  // grew while read
+        text.clear();
+        problem = GaijiLoadProblem::kTooLarge;
+        break;
+      }
+    }
+  }
+  ::close(fd);
+  return problem;
 }
 
 }  // namespace
@@ -152,13 +182,11 @@ GaijiTable::GaijiTable() { records_.push_back(Record{0, 0, std::string(kGeta)});
 
 std::size_t GaijiTable::LoadGaijiTable(const std::string& path) {
   records_.assign(1, Record{0, 0, std::string(kGeta)});
+  problem_ = GaijiLoadProblem::kNone;
   if (path.empty()) return 0;
   std::string text;
-  try {
-    text = ReadWhole(path);
-  } catch (const std::exception&) {
-    return 0;  // unreadable: the default table stays
-  }
+  problem_ = ReadWhole(path, text);
+  if (problem_ != GaijiLoadProblem::kNone) return 0;  // the default table stays
 
   std::string separator = ",";
   Code code = Code::kSjis;

@@ -9,6 +9,13 @@
 
 namespace ferrox {
 
+// Why a named table file was not read (a missing file is no problem: the
+// default table stands).
+enum class GaijiLoadProblem { kNone, kNotAFile, kTooLarge };
+
+// A table file beyond this is refused: real tables are a few kilobytes.
+inline constexpr std::size_t kGaijiTableMaxBytes = 4u << 20;
+
 class GaijiTable {
  public:
   struct Record {
@@ -21,7 +28,10 @@ class GaijiTable {
 
   // Rebuilds the table from `path`. A missing, empty or partly bad file never
   // fails: what could be read stays. Returns the number of data records read.
+  // A named file that is not a regular file or is larger than
+  // kGaijiTableMaxBytes is not read; LoadProblem says so.
   std::size_t LoadGaijiTable(const std::string& path);
+  [[nodiscard]] GaijiLoadProblem LoadProblem() const noexcept { return problem_; }
 
   // Index of the record for this code, or 0 (the default) when there is none.
   [[nodiscard]] std::size_t GaijiTableSearch(std::uint8_t first, std::uint8_t second) const noexcept;
@@ -38,6 +48,7 @@ class GaijiTable {
 
  private:
   std::vector<Record> records_;
+  GaijiLoadProblem problem_ = GaijiLoadProblem::kNone;
 };
 
 }  // namespace ferrox

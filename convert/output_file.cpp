@@ -35,7 +35,8 @@ OutputFile::~OutputFile() { Discard(); }
 bool OutputFile::Create(const std::string& path, bool sparse) {
   path_ = path;
   sparse_ = sparse;
-  fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  // Private until its owner gives it the input's permissions, whatever the umask.
+  fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   created_ = fd_ >= 0;
   return created_;
 }

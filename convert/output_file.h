@@ -22,7 +22,8 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Creates `path`, which must not exist; false with errno set on failure.
+  // Creates `path`, which must not exist, readable and writable by its owner
+  // only; false with errno set on failure.
   // With `sparse`, stretches of zero bytes become holes.
   [[nodiscard]] bool Create(const std::string& path, bool sparse);
 

@@ -13,6 +13,7 @@ inline constexpr int kSettings = -4;
 inline constexpr int kFailed = -5;
 inline constexpr int kCancelled = -6;
 inline constexpr int kDiskFull = -7;
+inline constexpr int kOutputFailed = -8;  // the job: the new output could not be put in place
 
 // The drivers.
 inline constexpr int kInputSide = -1;

@@ -82,6 +82,11 @@ int SetFileTimes(const std::filesystem::path& path, const FileTimes& times) {
   return utimensat(AT_FDCWD, path.c_str(), ts, 0) == 0 ? 0 : -1;
 }
 
+int SetFileTimes(int fd, const FileTimes& times) {
+  const timespec ts[2] = {ToTimespec(times.LastAccess), ToTimespec(times.LastWrite)};
+  return futimens(fd, ts) == 0 ? 0 : -1;
+}
+
 int CopyFileTimes(const std::filesystem::path& from, const std::filesystem::path& to) {
   struct stat st {};
   if (stat(from.c_str(), &st) != 0) {

@@ -37,6 +37,8 @@ struct FileTimes {
 // cannot set a birth time, so `times.Creation` is ignored. Returns 0, or -1
 // when the times cannot be set.
 [[nodiscard]] int SetFileTimes(const std::filesystem::path& path, const FileTimes& times);
+// The same on an open file.
+[[nodiscard]] int SetFileTimes(int fd, const FileTimes& times);
 
 // Gives `to` the last-write and last-access times of `from`, to the
 // nanosecond. Returns 0, or -1 when either file cannot be reached.

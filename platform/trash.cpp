@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QUrl>
 
 namespace ferrox {
 
@@ -34,14 +35,43 @@ TrashResult TrashDelete(const std::string& path) {
   return result;
 }
 
+namespace {
+
+QString InfoPathOf(const QString& inTrash) {
+  // The trash keeps files in "files/" and their descriptions in "info/".
+  const QFileInfo file(inTrash);
+  return file.dir().absolutePath() + QStringLiteral("/../info/") + file.fileName() + QStringLiteral(".trashinfo");
+}
+
+}  // namespace
+
+TrashResult TrashDelete(const std::string& path, const std::string& shownPath) {
+  TrashResult result = TrashDelete(path);
+  if (!result.ok) return result;
+  QFile info(InfoPathOf(QString::fromStdString(result.trashPath)));
+  if (!info.open(QIODevice::ReadOnly)) return result;
+  QList<QByteArray> lines = info.readAll().split('\n');
+  info.close();
+  const QString shown = QFileInfo(QString::fromStdString(shownPath)).absoluteFilePath();
+  for (auto& line : lines) {
+    if (line.startsWith("Path=")) line = "Path=" + QUrl::toPercentEncoding(shown, "/");
+  }
+  if (info.open(QIODevice::WriteOnly | QIODevice::Truncate)) info.write(lines.join('\n'));
+  return result;
+}
+
+void TrashForget(const TrashResult& trashed) {
+  if (!trashed.ok || trashed.trashPath.empty()) return;
+  const QString inTrash = QString::fromStdString(trashed.trashPath);
+  QFile::remove(InfoPathOf(inTrash));
+  QFile::remove(inTrash);
+}
+
 bool TrashRestore(const TrashResult& trashed, const std::string& path) {
   if (!trashed.ok || trashed.trashPath.empty()) return false;
   const QString inTrash = QString::fromStdString(trashed.trashPath);
   if (!QFile::rename(inTrash, QString::fromStdString(path))) return false;
-  // The trash keeps files in "files/" and their descriptions in "info/".
-  const QFileInfo file(inTrash);
-  QFile::remove(file.dir().absolutePath() + QStringLiteral("/../info/") + file.fileName() +
-                QStringLiteral(".trashinfo"));
+  QFile::remove(InfoPathOf(inTrash));
   return true;
 }
 

@@ -151,7 +151,7 @@ TEST_F(CliConvert, OldOutputIsBackedUpTrashedOrReplacedAndTheInputDeletedOnReque
   // An output named .bak cannot keep its backup: nothing is touched.
   Write("out.bak", "old");
   const CliResult r = Run({"convert", "case117/in.txt", "out.bak"});
-  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.err, "変換出来ませんでした\n");
   EXPECT_EQ(Read("out.bak"), "old");
   EXPECT_TRUE(WorkFilesLeft(root_).empty());

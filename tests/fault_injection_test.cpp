@@ -1,11 +1,16 @@
 // Fault injection through the real ferrox program: a preloaded shim makes the
-// Nth write, rename, fsync or file creation fail. For every such call of a
+// Nth write, rename, fsync or file creation fail, or kills the program (kill
+// -9) just before the Nth call that changes a file. For every such call of a
 // conversion the input survives; a failure keeps the old output (in place, as
 // the backup or in the trash) and gives one of the job's own messages; a
-// success has the new output; and no work file stays behind. The table of
-// what was tried is printed, one row per failing call.
+// success has the new output; after a kill the output name holds the old or
+// the new output whole; and no work file stays behind (after a kill, once the
+// next run has started). The table of what was tried is printed, one row per
+// call.
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <filesystem>
@@ -29,6 +34,8 @@ struct Scenario {
   const char* fileMode;
   bool workOnOtherFileSystem;
   const char* error = "ENOSPC";  // what the failing call reports
+  bool kill = false;              // kill -9 before the call instead of failing it
+  bool inPlace = false;           // the input is the output
 };
 
 // The messages a failed job may give; anything else is a finding.
@@ -58,14 +65,14 @@ class FaultInjection : public CliTest {
     return counts;
   }
 
-  std::string TrashedOld(const std::string& dir) const {
+  std::string TrashedOld(const std::string& dir, const std::string& old = kOld) const {
     std::error_code ec;
     const fs::path trash = fs::path(root_) / ".home/.local/share/Trash/files";
     for (const auto& entry : fs::directory_iterator(trash, ec)) {
       std::ifstream in(entry.path(), std::ios::binary);
       std::stringstream s;
       s << in.rdbuf();
-      if (s.str() == kOld && entry.path().filename().string().starts_with("out")) {
+      if (s.str() == old && entry.path().filename().string().starts_with("out")) {
         fs::remove(entry.path());
         fs::remove(trash.parent_path() / "info" / (entry.path().filename().string() + ".trashinfo"));
         return dir;
@@ -81,42 +88,74 @@ class FaultInjection : public CliTest {
       work = "/dev/shm/ferrox-fault-" + std::to_string(::getpid());
       fs::create_directories(work);
     }
+    const std::string inName = s.inPlace ? "/out.txt" : "/in.txt";
     auto call = [&](const std::string& dir) {
-      return CliCall{{"convert", "--text", "--file-mode", s.fileMode, Path(dir + "/in.txt"), Path(dir + "/out.txt")},
+      return CliCall{{"convert", "--text", "--file-mode", s.fileMode, Path(dir + inName), Path(dir + "/out.txt")},
                      {}, {{"TMP", work}}, {}};
     };
+    const std::string old = s.inPlace ? input : kOld;
 
     // The first run of a fresh config folder writes the settings store; run
     // once so that the counted run and the faulty runs make the same calls.
     Write("clean/in.txt", input);
-    Write("clean/out.txt", kOld);
+    Write("clean/out.txt", old);
     ASSERT_EQ(Run(call("clean")).status, 0);
-    Write("clean/out.txt", kOld);
-    TrashedOld("clean");
+    Write("clean/in.txt", input);
+    Write("clean/out.txt", old);
+    TrashedOld("clean", old);
     const std::map<std::string, long> counts = CountCalls(call("clean"));
     const std::string expected = Read("clean/out.txt");
-    ASSERT_NE(expected, kOld);
+    ASSERT_NE(expected, old);
 
     int run = 0;
     for (const auto& [family, count] : counts) {
+      // A failing removal cannot clean up; a kill before one is what matters.
+      if (family == "remove" && !s.kill) continue;
       for (long nth = 1; nth <= count; ++nth) {
         const std::string dir = "run" + std::to_string(++run);
-        Write(dir + "/in.txt", input);
-        Write(dir + "/out.txt", kOld);
+        if (!s.inPlace) Write(dir + "/in.txt", input);
+        Write(dir + "/out.txt", old);
+        // As in the counted run, an earlier backup is there to go to the trash.
+        if (s.fileMode == std::string("1")) Write(dir + "/out.bak", "older backup");
         CliCall faulty = call(dir);
         faulty.env.emplace_back("LD_PRELOAD", FERROX_FAULT_SHIM);
         faulty.env.emplace_back("FERROX_FAULT_CALL", family);
         faulty.env.emplace_back("FERROX_FAULT_NTH", std::to_string(nth));
         faulty.env.emplace_back("FERROX_FAULT_ERRNO", s.error);
+        if (s.kill) faulty.env.emplace_back("FERROX_FAULT_KILL", std::to_string(SIGKILL));
         const CliResult r = Run(faulty);
         const std::string where = std::string(s.name) + " " + family + " #" + std::to_string(nth);
 
-        EXPECT_EQ(Read(dir + "/in.txt"), input) << where << ": the input changed";
-        const bool outIsOld = Exists(dir + "/out.txt") && Read(dir + "/out.txt") == kOld;
+        const bool outIsOld = Exists(dir + "/out.txt") && Read(dir + "/out.txt") == old;
         const bool outIsNew = Exists(dir + "/out.txt") && Read(dir + "/out.txt") == expected;
-        const bool bakIsOld = Exists(dir + "/out.bak") && Read(dir + "/out.bak") == kOld;
-        const bool oldInTrash = !outIsOld && !bakIsOld && !TrashedOld(dir).empty();
-        if (r.status == 0) {
+        const bool bakIsOld = Exists(dir + "/out.bak") && Read(dir + "/out.bak") == old;
+        const bool oldInTrash = !outIsOld && !bakIsOld && !TrashedOld(dir, old).empty();
+        if (s.inPlace) {
+          EXPECT_TRUE(outIsOld || bakIsOld || oldInTrash) << where << ": the input is lost";
+        } else if (s.fileMode == std::string("256") && !Exists(dir + "/in.txt")) {
+          EXPECT_TRUE(outIsNew) << where << ": the input was deleted without the new output";
+        } else if (s.fileMode == std::string("256") && r.status == 0) {
+          ADD_FAILURE() << where << ": the input was not deleted";
+        } else {
+          EXPECT_EQ(Read(dir + "/in.txt"), input) << where << ": the input changed";
+        }
+        if (s.kill && r.status != 0) {  // 0: the counted run made more such calls than this one
+          EXPECT_EQ(r.status, 128 + SIGKILL) << where;
+          EXPECT_TRUE(outIsOld || outIsNew) << where << ": the output name holds neither the old nor the new";
+          if (outIsNew && s.fileMode == std::string("1")) {
+            EXPECT_TRUE(bakIsOld) << where << ": no backup";
+          }
+          // What a crash leaves is private, and the next run removes it.
+          for (const auto& left : WorkFilesLeft(Path(dir))) {
+            struct stat st {};
+            if (::lstat(left.c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
+              EXPECT_EQ(st.st_mode & 077, 0u) << where << ": " << left;
+            }
+          }
+          Write("next/in.txt", input);
+          CliCall next{{"convert", "--text", Path("next/in.txt"), Path(dir + "/next.txt")}, {}, {{"TMP", work}}, {}};
+          EXPECT_EQ(Run(next).status, 0) << where;
+        } else if (r.status == 0) {
           // Success: the new output stands, and the old one is where FileMode sends it.
           EXPECT_TRUE(outIsNew) << where << ": success without the new output";
           if (s.fileMode == std::string("1")) {
@@ -129,12 +168,15 @@ class FaultInjection : public CliTest {
           EXPECT_TRUE(outIsOld || bakIsOld || oldInTrash) << where << ": the old output is lost";
           EXPECT_TRUE(KnownMessage(r.err)) << where << ": unexpected message: " << r.err;
         }
-        // Every description in the trash belongs to a file still there.
+        // Every description in the trash belongs to a file still there (a kill
+        // between the two steps of a move to the trash may leave a description).
         std::error_code ec;
         for (const auto& info : fs::directory_iterator(fs::path(root_) / ".home/.local/share/Trash/info", ec)) {
           const std::string name = info.path().stem().string();
-          EXPECT_TRUE(fs::exists(fs::path(root_) / ".home/.local/share/Trash/files" / name))
-              << where << ": orphan " << info.path();
+          if (!s.kill) {
+            EXPECT_TRUE(fs::exists(fs::path(root_) / ".home/.local/share/Trash/files" / name))
+                << where << ": orphan " << info.path();
+          }
         }
         std::vector<std::string> left = WorkFilesLeft(Path(dir));
         std::erase_if(left, [&](const std::string& p) { return p.find("/.out") != std::string::npos ||
@@ -145,7 +187,8 @@ class FaultInjection : public CliTest {
         EXPECT_TRUE(left.empty()) << where << ": work file left: " << left.front();
 
         std::string message = r.err.substr(0, r.err.find('\n'));
-        std::cout << "| " << s.name << " | " << family << " #" << nth << " | exit " << r.status << " | "
+        std::cout << "| " << s.name << " | " << family << " #" << nth << " | "
+                  << (r.status == 128 + SIGKILL ? "kill -9" : "exit " + std::to_string(r.status)) << " | "
                   << (message.empty() ? "(none)" : message) << " | "
                   << (outIsNew ? "new output" : outIsOld ? "old output kept" : "output absent")
                   << (bakIsOld ? ", old in .bak" : "") << (oldInTrash ? ", old in trash" : "")
@@ -162,6 +205,14 @@ TEST_F(FaultInjection, TrashOldOutput) { RunScenario({"trash", "128", false}); }
 TEST_F(FaultInjection, WorkFolderOnAnotherFileSystem) { RunScenario({"other-fs", "0", true}); }
 TEST_F(FaultInjection, InputOutputErrors) { RunScenario({"backup-EIO", "1", false, "EIO"}); }
 TEST_F(FaultInjection, InputOutputErrorsAcrossFileSystems) { RunScenario({"trash-other-fs-EIO", "128", true, "EIO"}); }
+// The kill column: kill -9 just before each file-changing call, in every mode.
+TEST_F(FaultInjection, KillReplace) { RunScenario({"kill replace", "0", false, "ENOSPC", true}); }
+TEST_F(FaultInjection, KillBackup) { RunScenario({"kill backup", "1", false, "ENOSPC", true}); }
+TEST_F(FaultInjection, KillTrash) { RunScenario({"kill trash", "128", false, "ENOSPC", true}); }
+TEST_F(FaultInjection, KillDeleteInput) { RunScenario({"kill delete-input", "256", false, "ENOSPC", true}); }
+TEST_F(FaultInjection, KillOtherFileSystem) { RunScenario({"kill other-fs backup", "1", true, "ENOSPC", true}); }
+TEST_F(FaultInjection, KillInPlace) { RunScenario({"kill in-place backup", "1", false, "ENOSPC", true, true}); }
+TEST_F(FaultInjection, KillInPlaceTrash) { RunScenario({"kill in-place trash", "128", false, "ENOSPC", true, true}); }
 
 }  // namespace
 }  // namespace ferrox::testing

@@ -17,7 +17,7 @@ namespace {
 using testing::MacBinaryHeader;
 using testing::MacBinaryHeaderBytes;
 
-MacBinaryInfo Info(std::string name, std::int32_t data, std::int32_t res, std::string type,
+MacBinaryInfo Info(std::string name, std::int64_t data, std::int64_t res, std::string type,
                    std::string creator, double created = 0, double modified = 0) {
   return {std::move(name), data, res, std::move(type), std::move(creator), MacTimeToDate(created),
           MacTimeToDate(modified)};
@@ -35,8 +35,12 @@ TEST(ParseMacBinaryHeader, ReadsValidHeaders) {
       {"Shift JIS names whose trail byte is 0x5C", {"\x95\x5C\x83\x5C\x94\x5C.txt", "TEXT", "ttxt", 3}, 131,
        Info("表ソ能.txt", 3, 0, "TEXT", "ttxt")},
       {"type and creator trimmed of blanks", {"a", "GIF ", " ab "}, 128, Info("a", 0, 0, "GIF", "ab")},
-      {"fork lengths are 24 bits: the top byte is ignored", {"a", "TEXT", "ttxt", 0x01000010u, 0xFF000020u},
-       128 + 16, Info("a", 16, 32, "TEXT", "ttxt")},
+      {"a file too short for the 32-bit lengths: 24 bits, the top byte ignored",
+       {"a", "TEXT", "ttxt", 0x01000010u, 0xFF000020u}, 128 + 16, Info("a", 16, 32, "TEXT", "ttxt")},
+      {"32-bit lengths where the file holds them", {"a", "TEXT", "ttxt", 0x01000010u, 0x01000000u},
+       128 + 0x02000010, Info("a", 0x01000010, 0x01000000, "TEXT", "ttxt")},
+      {"32-bit data length, resource too long for it: 24 bits", {"a", "TEXT", "ttxt", 0x01000010u, 0x01000020u},
+       128 + 0x01000010, Info("a", 0x01000010, 0x20, "TEXT", "ttxt")},
       {"largest 24-bit data fork", {"a", "TEXT", "ttxt", 0xFFFFFF}, 128 + 0xFFFFFF,
        Info("a", 0xFFFFFF, 0, "TEXT", "ttxt")},
       {"name of 31 bytes", {std::string(31, 'n')}, 128, Info(std::string(31, 'n'), 0, 0, "TEXT", "ttxt")},

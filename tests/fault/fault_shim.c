@@ -1,14 +1,17 @@
 /* A preloaded shim that makes one file-system call fail, for the end-to-end
  * fault tests. Environment:
- *   FERROX_FAULT_CALL   write | rename | fsync | open  (which family to fail)
+ *   FERROX_FAULT_CALL   write | rename | fsync | open | remove  (which family to fail)
  *   FERROX_FAULT_NTH    fail the Nth call of that family (1-based); 0 = never
  *   FERROX_FAULT_ERRNO  ENOSPC (default), EIO, EACCES or EXDEV
  *   FERROX_FAULT_COUNT  if set, a file to which the call counts are written at exit
+ *   FERROX_FAULT_KILL   a signal number: the process sends it to itself just
+ *                       before that call instead of failing it (9: kill -9)
  * Only writes to regular files count, so messages on stderr never fail.
  * "open" counts opens that create or truncate a file. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
+#include <signal.h>
 #include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -20,13 +23,14 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-enum family { F_WRITE, F_RENAME, F_FSYNC, F_OPEN, F_COUNT };
-static const char *const family_names[F_COUNT] = {"write", "rename", "fsync", "open"};
+enum family { F_WRITE, F_RENAME, F_FSYNC, F_OPEN, F_REMOVE, F_COUNT };
+static const char *const family_names[F_COUNT] = {"write", "rename", "fsync", "open", "remove"};
 static long counts[F_COUNT];
 static int target = -1;
 static long nth;
 static int fail_errno = ENOSPC;
 static int ready;
+static int kill_signal;
 
 static void report(void) {
   const char *path = getenv("FERROX_FAULT_COUNT");
@@ -49,6 +53,7 @@ static void setup(void) {
   if (e && strcmp(e, "EIO") == 0) fail_errno = EIO;
   if (e && strcmp(e, "EACCES") == 0) fail_errno = EACCES;
   if (e && strcmp(e, "EXDEV") == 0) fail_errno = EXDEV;
+  kill_signal = getenv("FERROX_FAULT_KILL") ? atoi(getenv("FERROX_FAULT_KILL")) : 0;
   if (getenv("FERROX_FAULT_COUNT")) atexit(report);
 }
 
@@ -56,7 +61,12 @@ static void setup(void) {
 static int hit(enum family f) {
   setup();
   ++counts[f];
-  return (int)f == target && nth > 0 && counts[f] == nth;
+  const int now = (int)f == target && nth > 0 && counts[f] == nth;
+  if (now && kill_signal > 0) {
+    kill(getpid(), kill_signal);
+    return 0;  /* a signal that does not end the program: the call goes on */
+  }
+  return now;
 }
 
 static int is_regular_fd(int fd) {
@@ -174,3 +184,27 @@ ssize_t sendfile64(int out, int in, off64_t *off, size_t n) {
 }
 
 ssize_t sendfile(int out, int in, off_t *off, size_t n) { return sendfile64(out, in, (off64_t *)off, n); }
+
+int unlink(const char *path) {
+  REAL(unlink);
+  if (hit(F_REMOVE)) { errno = fail_errno; return -1; }
+  return real_unlink(path);
+}
+
+int unlinkat(int dir, const char *path, int flags) {
+  REAL(unlinkat);
+  if (hit(F_REMOVE)) { errno = fail_errno; return -1; }
+  return real_unlinkat(dir, path, flags);
+}
+
+int rmdir(const char *path) {
+  REAL(rmdir);
+  if (hit(F_REMOVE)) { errno = fail_errno; return -1; }
+  return real_rmdir(path);
+}
+
+int mkdir(const char *path, mode_t mode) {
+  REAL(mkdir);
+  if (hit(F_OPEN)) { errno = fail_errno; return -1; }
+  return real_mkdir(path, mode);
+}
