@@ -8,6 +8,7 @@
 #include "analysis/macbinary.h"
 
 // std
+#include <cctype>
 #include <climits>
 #include <fstream>
 #include <system_error>
@@ -34,6 +35,19 @@ bool CopyRange(std::ifstream& in, std::int64_t offset, std::int64_t length, std:
     length -= n;
   }
   return true;
+}
+
+// Any text with a line that starts with ':' can look like BinHex for a while;
+// only a file that says it is one is called a damaged one.
+bool ClaimsBinHex(const std::filesystem::path& path) {
+  std::string ext = path.extension().string();
+  for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  if (ext == ".hqx") return true;
+  std::ifstream in(path, std::ios::binary);
+  std::string head(static_cast<std::size_t>(BinHexDecoder::kBinHexPreamble), '\0');
+  in.read(head.data(), static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<std::size_t>(in.gcount()));
+  return head.find("(This file must be converted with BinHex") != std::string::npos;
 }
 
 }  // namespace
@@ -72,7 +86,9 @@ MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& in
   BinHexDecoder decoder(in);
   BinHexInfo hqx;
   const BinHexStatus status = decoder.ReadHeader(hqx);
-  if (status != BinHexStatus::Ok && status != BinHexStatus::HeaderCrc) return MacWrapper::None;
+  if (status != BinHexStatus::Ok && !(status == BinHexStatus::HeaderCrc && ClaimsBinHex(path))) {
+    return MacWrapper::None;
+  }
   info = {};
   info.Kind = MacWrapper::BinHex;
   if (status != BinHexStatus::Ok) {

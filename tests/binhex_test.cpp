@@ -2,6 +2,7 @@
 // macutils' binhex and hexbin, and every kind of damaged input.
 
 #include "analysis/binhex.h"
+#include "analysis/mac_wrapper.h"
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,28 @@ TEST(BinHexDecoder, RefusesDamagedInput) {
   }
   EXPECT_TRUE(LooksLikeBinHex(text.substr(0, 200)));
   EXPECT_FALSE(LooksLikeBinHex(spoiled(0).substr(0, 200)));
+}
+
+// Only a file that says it is BinHex is refused as a damaged one.
+TEST(ProbeMacWrapper, DamagedHeaderOnlyWhereTheFileClaimsBinHex) {
+  BinHexFile spoiled{"memo", "TEXT", "ttxt", "data", ""};
+  spoiled.crcXor[0] = 1;
+  const std::string claims = EncodeBinHex(spoiled);
+  const std::string bare = claims.substr(claims.find('\n') + 1);  // no "(This file must be converted" line
+  const struct { const char* name; std::string bytes; MacWrapper kind; bool damaged; } rows[] = {
+      {"notes.txt", "a line\n" + bare, MacWrapper::None, false},
+      {"notes.hqx", "a line\n" + bare, MacWrapper::BinHex, true},
+      {"claims.txt", claims, MacWrapper::BinHex, true},
+      {"good.txt", EncodeBinHex({"memo", "TEXT", "ttxt", "data", ""}), MacWrapper::BinHex, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const testing::ScratchDir dir;
+    WrappedMacFile info;
+    std::string error;
+    EXPECT_EQ(ProbeMacWrapper(dir.Write(row.name, row.bytes), info, error), row.kind);
+    EXPECT_EQ(!error.empty(), row.damaged) << error;
+  }
 }
 
 // macutils encodes and decodes; the forks must come out as hexbin gives them.
