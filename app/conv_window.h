@@ -27,6 +27,8 @@ class ConvWindow : public ProgressSink {
 
   // One message box (exclamation, OK only) or one line on stderr.
   virtual void Message(const std::string& text) = 0;
+  // A note that needs no answer (the command line's message line); the window shows none.
+  virtual void Note(const std::string& /*text*/) {}
   // A Yes/No question, No being the default.
   [[nodiscard]] virtual bool Question(const std::string& text) = 0;
 

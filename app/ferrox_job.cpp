@@ -391,6 +391,13 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
     return result::kOutputFailed;
   }
 
+  const std::int64_t forkLength = source != inPath                   ? wrapped.ResourceLength
+                                  : kind == survey_result::kMacBinary ? info.ResourceLength
+                                                                      : 0;
+  if (forkLength > 0 && keptFork.empty() && !rewriteHeader) {
+    window.Note("[" + inPath + "] ﾘｿｰｽﾌｫｰｸ(" + std::to_string(forkLength) + " Byte)は出力されませんでした");
+  }
+
   // Only an input that nobody changed since it was read may go: data added
   // during the run would be lost with it.
   if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&

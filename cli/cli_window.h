@@ -41,6 +41,7 @@ class CliWindow final : public ConvWindow {
   void ShowProgress(std::int64_t done, std::int64_t total) override;
 
   void Message(const std::string& text) override;
+  void Note(const std::string& text) override { Message(text); }
   [[nodiscard]] bool Question(const std::string&) override { return false; }
   void AllEnabled(bool) override {}
   void ProgressPanel(bool on) override;
