@@ -49,6 +49,19 @@ class ConvDriver {
   // The suffix table, for Mac names in folder and wildcard runs (FileMode 512).
   void SetSuffixTable(const SuffixTable* table) noexcept { suffixes_ = table; }
 
+  // The input files a run of the two boxes would convert, in run order, found
+  // by the run's own walk without converting, creating or saying anything.
+  // Empty when the run would be refused before its first file.
+  [[nodiscard]] std::vector<std::string> PlannedInputs();
+
+  // What the last run did with its files, for the window's summary.
+  struct Tally {
+    int converted = 0;  // converted as text
+    int copied = 0;     // copied as they are (a MacBinary wrapper may be taken off)
+    int skipped = 0;    // left as they are: no job flag and the output is the input
+  };
+  [[nodiscard]] const Tally& LastRun() const noexcept { return tally_; }
+
   [[nodiscard]] std::uint16_t EntryMode() const noexcept { return entryMode_; }
   void SetEntryMode(std::uint16_t mode) noexcept { entryMode_ = mode; }
 
@@ -60,6 +73,7 @@ class ConvDriver {
   int CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
   int CheckReplaceable(const std::string& inPath, const std::string& outPath);
   int ConvertPair(const std::string& input, std::string output);
+  bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
 
   ConvWindow& window_;
@@ -73,6 +87,8 @@ class ConvDriver {
   std::string batchRoot_;   // input folder of the current folder or wildcard walk; "" otherwise
   std::string sidecar_;     // the AppleDouble sidecar of the pair being converted
   RunOutputNames runNames_;
+  std::vector<std::string>* planned_ = nullptr;  // set while PlannedInputs walks
+  Tally tally_;
 };
 
 }  // namespace ferrox
