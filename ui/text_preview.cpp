@@ -69,6 +69,7 @@ QString TieWarning(const std::string& path, FileSurvey& survey, const Conversion
   SilentProgress quiet;
   const int kind = survey.FileTypeChk(path, {settings.ChkSize, settings.BinRate, settings.ConvMode}, quiet, info, flags);
   if ((kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) || flags == 0) return {};
+  if ((flags & survey::kUtf8) != 0) return {};  // UTF-8 has no code bits, and needs none
   bool undecided = false;
   if ((flags & (survey::kSjis | survey::kJis | survey::kEuc)) == 0) {
     // No code although the surveyed part holds eight-bit bytes: every
