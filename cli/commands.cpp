@@ -168,6 +168,7 @@ int RunConvert(const Arguments& arguments) {
   window.SetInFileText(inText);
 
   ConvDriver driver(window, store.Settings, &store.Gaiji);
+  driver.SetSuffixTable(&store.Suffixes);
   const int rc = driver.Ferrox_Click_Etc(false);
   window.ClearProgressLine();
   // A cancel that came once the last file was being put in place did not
