@@ -10,8 +10,11 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${FERROX_PACKAGE_DIR:-$root/build-package}
 [ "${FERROX_SKIP_PACKAGE:-0}" = 1 ] && { echo "package: skipped" >&2; exit 0; }
 
+buildlog=$(mktemp)
 FERROX_BUILD_DIR=$build FERROX_BUILD_TYPE=Release "$root/scripts/build.sh" \
-  -DCMAKE_INSTALL_PREFIX=/usr -DFERROX_TESTS=OFF >/dev/null
+  -DCMAKE_INSTALL_PREFIX=/usr -DFERROX_TESTS=OFF >"$buildlog" 2>&1 ||
+  { tail -n 40 "$buildlog" >&2; rm -f "$buildlog"; echo "package: the Release build failed" >&2; exit 1; }
+rm -f "$buildlog"
 rm -f "$build"/ferrox_*.deb
 (cd "$build" && cpack -G DEB >/dev/null)
 deb=$(ls "$build"/ferrox_*.deb)
