@@ -8,7 +8,7 @@
 // ferrox
 #include "analysis/char_type.h"
 #include "analysis/survey_flags.h"
-#include "convert/conv_mode.h"
+#include "text/conv_mode.h"
 
 // std
 #include <algorithm>

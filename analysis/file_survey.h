@@ -10,7 +10,7 @@
 #include <string>
 
 #include "analysis/macbinary.h"
-#include "convert/progress_sink.h"
+#include "text/progress_sink.h"
 
 namespace ferrox {
 

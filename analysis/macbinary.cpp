@@ -5,7 +5,7 @@
 
 // ferrox
 #include "analysis/report_format.h"
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 // system
 #include <fcntl.h>

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "convert/progress_sink.h"
+#include "text/progress_sink.h"
 
 namespace ferrox {
 

@@ -6,6 +6,7 @@
 #include "analysis/file_survey.h"
 #include "analysis/survey_report.h"
 #include "app/conv_driver.h"
+#include "app/engine_settings.h"
 #include "app/entry_expand.h"
 #include "app/entry_list.h"
 #include "app/path_helpers.h"
@@ -116,13 +117,13 @@ int RunSurvey(const Arguments& arguments) {
   if (arguments.flagsOnly) {
     MacBinaryInfo info;
     std::uint16_t flags = 0;
-    const int kind = survey.FileTypeChk(path, SurveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode},
+    const int kind = survey.FileTypeChk(path, SurveyOf(settings),
                                         sink, info, flags);
     std::printf("%d 0x%04X\n", kind, static_cast<unsigned>(flags));
     return kind == survey_result::kUnreadable ? 1 : 0;
   }
 
-  const ReportSettings reportSettings{settings.ChkSize, settings.BinRate, settings.ConvMode, settings.FileMode};
+  const ReportSettings reportSettings = ReportOf(settings);
   const SuffixTable& table = store.Suffixes;
   const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
     const int row = SuffixTableSearch(table, type, creator);
@@ -142,7 +143,7 @@ int RunName(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
   const auto& o = arguments.operands;
-  std::printf("%s\n", ShownText(FileNameRec(store.Suffixes, store.Settings, o[0], o[1], o[2])).c_str());
+  std::printf("%s\n", ShownText(FileNameRec(store.Suffixes, NameRulesOf(store.Settings), o[0], o[1], o[2])).c_str());
   return 0;
 }
 

@@ -6,9 +6,9 @@
 #include <cstring>
 
 // ferrox
-#include "analysis/code_ranges.h"
 #include "analysis/survey_flags.h"
-#include "convert/conv_mode.h"
+#include "text/code_ranges.h"
+#include "text/conv_mode.h"
 
 namespace ferrox {
 

@@ -13,8 +13,8 @@
 #include <optional>
 #include <string_view>
 
-#include "analysis/code_ranges.h"
-#include "convert/transcoders.h"
+#include "text/code_ranges.h"
+#include "text/jis_pairs.h"
 
 namespace ferrox {
 namespace {

@@ -1,8 +1,8 @@
 #include "suffix/file_name_rec.h"
 
-#include "convert/cp932.h"
 #include "suffix/suffix_pattern.h"
 #include "suffix/utf8_chars.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 
@@ -30,15 +30,14 @@ char32_t FullWidthForm(char32_t c) {
 
 // Replaces the forbidden characters. NUL cannot reach a file name on this
 // system at all, so it is dropped.
-std::string Substitute(std::string_view text, const ConversionSettings& settings) {
-  const bool fixedChar = (settings.ConvMode & conv_mode::kFncChar) != 0;
+std::string Substitute(std::string_view text, const FileNameRules& rules) {
   std::string out;
   out.reserve(text.size());
   for (const char32_t c : utf8::Decode(text)) {
     if (c == 0) continue;
     if (const char32_t wide = FullWidthForm(c)) {
-      if (fixedChar) {
-        out += settings.FNCChar;
+      if (rules.fixedChar) {
+        out += rules.fncChar;
       } else {
         utf8::Append(out, wide);
       }
@@ -79,9 +78,9 @@ int SuffixTableSearch(const SuffixTable& table, std::string_view type, std::stri
   return -1;
 }
 
-std::string FileNameRec(const SuffixTable& table, const ConversionSettings& settings, std::string_view name,
+std::string FileNameRec(const SuffixTable& table, const FileNameRules& rules, std::string_view name,
                         std::string_view type, std::string_view creator) {
-  const std::string name2(TrimSpaces(Substitute(name, settings)));
+  const std::string name2(TrimSpaces(Substitute(name, rules)));
   if (name2.empty() || cp932::SjisWidth(name2) > kMaxNameBytes) return {};
 
   const int row = SuffixTableSearch(table, type, creator);
@@ -90,11 +89,11 @@ std::string FileNameRec(const SuffixTable& table, const ConversionSettings& sett
     if (extension.empty() || EndsWithExtension(name2, extension)) return name2;
     return name2 + "." + extension;
   }
-  if ((settings.FileMode & file_mode::kUnknownName) == 0) return name2;
+  if (!rules.unknownName) return name2;
   // Type and creator become part of the name, so they get the same
   // substitution as the name itself.
-  return name2 + "(" + std::string(TrimSpaces(Substitute(creator, settings))) + ")." +
-         std::string(TrimSpaces(Substitute(type, settings)));
+  return name2 + "(" + std::string(TrimSpaces(Substitute(creator, rules))) + ")." +
+         std::string(TrimSpaces(Substitute(type, rules)));
 }
 
 }  // namespace ferrox

@@ -1,8 +1,8 @@
 #include "suffix/suffix_edit_rules.h"
 
-#include "analysis/code_ranges.h"
-#include "convert/cp932.h"
 #include "suffix/utf8_chars.h"
+#include "text/code_ranges.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 

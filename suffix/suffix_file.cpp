@@ -9,8 +9,8 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "convert/cp932.h"
 #include "suffix/suffix_table.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 

@@ -3,6 +3,7 @@
 #include "ui/input_proposal.h"
 
 // ferrox
+#include "app/engine_settings.h"
 #include "app/entry_list.h"
 #include "app/folder_listing.h"
 #include "app/path_helpers.h"
@@ -11,7 +12,6 @@
 namespace ferrox::ui {
 namespace {
 
-SurveySettings SurveyOf(const ConversionSettings& s) { return {s.ChkSize, s.BinRate, s.ConvMode}; }
 
 std::string Join(const std::string& folder, const std::string& name) {
   return folder.ends_with('/') ? folder + name : folder + "/" + name;
@@ -46,7 +46,7 @@ std::string ProposeOutputFor(const std::string& name, FileSurvey& survey, const 
   MacBinaryInfo info;
   std::uint16_t flags = 0;
   if (survey.FileTypeChk(name, SurveyOf(settings), sink, info, flags) == survey_result::kMacBinary) {
-    const std::string macName = FileNameRec(table, settings, info.FileName, info.FileType, info.Creator);
+    const std::string macName = FileNameRec(table, NameRulesOf(settings), info.FileName, info.FileType, info.Creator);
     const std::string folder = GetParentFolder(name);
     if (!macName.empty() && !folder.empty()) return Join(folder, macName);
   }

@@ -3,7 +3,7 @@
 #include "ui/report_window.h"
 
 // ferrox
-#include "convert/cp932.h"
+#include "text/cp932.h"
 #include "ui/file_dialog.h"
 #include "ui/help_window.h"
 #include "ui/message_box.h"

@@ -1,11 +1,11 @@
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 #include <iconv.h>
 
 #include <cerrno>
 #include <cstdint>
 
-#include "analysis/code_ranges.h"
+#include "text/code_ranges.h"
 
 namespace ferrox::cp932 {
 namespace {
