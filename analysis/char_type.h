@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "text/code_ranges.h"
+
 namespace ferrox {
 
 namespace char_type {
@@ -59,6 +61,60 @@ inline constexpr auto kLowTypes = detail::MakeLowTypes();
 // Index into a block buffer. Signed: a scanner that rejects its first byte
 // leaves the position one before where it started.
 using BufIndex = std::ptrdiff_t;
+
+namespace char_type::detail {
+
+// The classifier itself, inline so that the scanners and the block converters
+// compile it into their loops; GetCharType is the same as a call.
+constexpr bool InRange(std::uint8_t b, int lo, int hi) noexcept { return b >= lo && b <= hi; }
+
+inline std::uint16_t EscapeType(std::uint8_t b1, std::uint8_t b2) noexcept {
+  using namespace char_type;
+  if (b1 == 0x24 && (b2 == 0x42 || b2 == 0x40)) return kJisKanjiIn;
+  if (b1 == 0x28) {
+    if (b2 == 0x42 || b2 == 0x4A) return kJisKanjiOut;
+    if (b2 == 0x49) return kJisKanaIn;
+  }
+  return kNone;
+}
+
+// The multi-byte bits of a position whose first byte is 0x80 or above.
+template <bool kGaijiAsChar>
+[[gnu::always_inline]] inline std::uint16_t HighType(std::uint8_t b0, std::uint8_t b1) noexcept {
+  using namespace char_type;
+  using code_ranges::Lead;
+  std::uint16_t t = InRange(b0, 0xA0, 0xDF) ? kSjisKana : kNone;
+  if (b0 == 0x8E && InRange(b1, 0xA0, 0xDF)) t |= kEucKana;
+  if (code_ranges::IsSjisTrail(b1)) {
+    const Lead lead = code_ranges::SjisLead(b0, b1);
+    if (lead == Lead::kStandard) t |= kSjisDouble;
+    else if (kGaijiAsChar && lead == Lead::kGaiji) t |= kSjisDouble | kSjisGaiji;
+  }
+  if (code_ranges::IsEucByte(b1)) {
+    const Lead lead = code_ranges::EucLead(b0);
+    if (lead == Lead::kStandard) t |= kEucDouble;
+    else if (kGaijiAsChar && lead == Lead::kGaiji) t |= kEucDouble | kEucGaiji;
+  }
+  return t;
+}
+
+template <bool kGaijiAsChar>
+[[gnu::always_inline]] inline std::uint16_t CharType(std::uint8_t b0, std::uint8_t b1,
+                                                   std::uint8_t b2) noexcept {
+  using namespace char_type;
+  if (b0 >= 0x80) return HighType<kGaijiAsChar>(b0, b1);
+  const std::uint16_t t = kLowTypes[b0];
+  if (t != kLookAhead) return t;
+  if (b0 == 0x0D) return b1 == 0x0A ? kCrLf : kCr;
+  if (b0 == 0x1B) return EscapeType(b1, b2);
+  // SO: kana-in only when a kana byte follows, and after it another kana, SI or ESC.
+  if (InRange(b1, 0x20, 0x5F) && (b2 == 0x1B || b2 == 0x0F || InRange(b2, 0x20, 0x5F))) {
+    return kJisKanaIn;
+  }
+  return kNone;
+}
+
+}  // namespace char_type::detail
 
 [[nodiscard]] std::uint16_t GetCharType(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2,
                                         bool gaijiAsChar) noexcept;

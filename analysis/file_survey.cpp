@@ -8,6 +8,8 @@
 // ferrox
 #include "analysis/char_type.h"
 #include "analysis/survey_flags.h"
+#include "analysis/tie_break.h"
+#include "analysis/utf8_reading.h"
 #include "text/conv_mode.h"
 
 // std
@@ -117,7 +119,7 @@ std::int64_t BinaryAllowance(std::int64_t length, std::int16_t binRate) noexcept
 }
 
 void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
-                    bool gaijiAsChar) noexcept {
+                    bool gaijiAsChar, bool breakTies) noexcept {
   std::uint16_t& flags = state.Flags;
   SurveyChunk(chunk, state, [&](const std::uint8_t* b, BufIndex& i, BufIndex stop,
                                 std::uint16_t& mark) {
@@ -163,7 +165,9 @@ void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state
       SjisCheck(b, i, stop, flags, count, gaijiAsChar);
       Mark(mark, survey::kMarkSjis);
     } else if ((type & ct::kSjisBits) != 0 && (type & ct::kEucBits) != 0) {
-      i = AfterSjisOrEuc(SjisOrEuc(b, i, stop, gaijiAsChar), i, mark, flags);
+      SjisOrEucResult r = SjisOrEuc(b, i, stop, gaijiAsChar);
+      if (r.verdict == 0 && breakTies) r.verdict = BreakTie(b, i, r, i == 0);
+      i = AfterSjisOrEuc(r, i, mark, flags);
     } else {
       return TolerateBinary(state);
     }
@@ -219,6 +223,11 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
   state.Allowance = BinaryAllowance(length, settings.BinRate);
   const bool full = (settings.ConvMode & conv_mode::kFull) != 0;
   const bool gaijiAsChar = conv_mode::GaijiAsChar(settings.ConvMode);
+  const bool breakTies = (settings.ConvMode & conv_mode::kOldTieRule) == 0;
+  // The UTF-8 reading goes along with the other one over the same chunks.
+  Utf8Reading utf8(start, state.Allowance);
+  if ((settings.ConvMode & conv_mode::kNoUtf8) != 0) utf8 = Utf8Reading::Off();
+  bool legacy = true;  // the Shift JIS/EUC/JIS reading still holds
 
   std::ifstream in(path, std::ios::binary);
   if (!in) {
@@ -236,19 +245,27 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
     if (!in.read(reinterpret_cast<char*>(buf.data()), static_cast<std::streamsize>(size))) {
       return false;
     }
-    if (full) {
-      TextBinaryChk3(buf, state, gaijiAsChar);
-    } else {
-      TextBinaryChk3Lite(buf, state, gaijiAsChar);
+    utf8.Feed(buf, offset);
+    if (legacy) {
+      if (full) {
+        TextBinaryChk3(buf, state, gaijiAsChar, breakTies);
+      } else {
+        TextBinaryChk3Lite(buf, state, gaijiAsChar);
+      }
+      legacy = state.Verdict != -1;
     }
-    if (state.Verdict == -1) {
+    if (!legacy && !utf8.Alive()) {
       return true;  // binary: flags stay 0
     }
-    const auto consumed = static_cast<std::int64_t>(size - state.Carry);
+    // Once only the UTF-8 reading is left, chunks overlap by two bytes, as they do for the other.
+    const auto consumed = static_cast<std::int64_t>(size - (legacy ? state.Carry : 2));
     offset += consumed;
     remaining -= consumed;
   }
-  std::uint16_t result = state.Flags;
+  if (!legacy && utf8.Flags() == 0) {
+    return true;  // binary to the other reading, and no UTF-8 character seen
+  }
+  std::uint16_t result = utf8.Flags() != 0 ? utf8.Flags() : state.Flags;
   if ((result & survey::kMarkMask) == 0) {
     result |= survey::kMarkSjis;
   }

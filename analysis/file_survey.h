@@ -18,7 +18,8 @@ namespace ferrox {
 struct SurveySettings {
   std::int32_t ChkSize = 10000;  // bytes surveyed; below 1 = no limit
   std::int16_t BinRate = 3;      // percent of binary bytes tolerated in text
-  std::uint16_t ConvMode = 12;   // bit 4: full surveyor; bit 8: gaiji count as characters
+  std::uint16_t ConvMode = 12;   // bit 4: full surveyor; 8: gaiji count as characters;
+                                 // 32: no UTF-8; 256: Shift JIS/EUC ties by the old rule
 
   friend bool operator==(const SurveySettings&, const SurveySettings&) = default;
 };
@@ -46,8 +47,10 @@ struct ChunkSurveyState {
 
 // Full chunk surveyor: ASCII, Shift JIS, EUC-JP and JIS. Positions up to the
 // chunk's last index minus 2 are examined; the rest is left in `state.Carry`.
+// `breakTies` (ConvMode bit 256 clear) lets BreakTie settle the stretches that
+// SjisOrEuc leaves undecided; without it they follow the code seen so far.
 void TextBinaryChk3(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,
-                    bool gaijiAsChar) noexcept;
+                    bool gaijiAsChar, bool breakTies = true) noexcept;
 
 // Light chunk surveyor: Shift JIS and line ends only; ESC and 0x1A are binary.
 void TextBinaryChk3Lite(std::span<const std::uint8_t> chunk, ChunkSurveyState& state,

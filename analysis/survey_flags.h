@@ -25,6 +25,13 @@ inline constexpr std::uint16_t kJisGaiji = 0x2000;
 inline constexpr std::uint16_t kEucGaiji = 0x4000;
 inline constexpr std::uint16_t kGaijiMask = 0x7000;
 
+// UTF-8 text. The line-end, end-of-file and tolerated-binary bits mean what
+// they mean for any text; the code bits 0x0002, 0x0004 and 0x0008 are clear,
+// the first-code mark is 0x0100, and the gaiji bits are read differently:
+inline constexpr std::uint16_t kUtf8 = 0x8000;
+inline constexpr std::uint16_t kUtf8Bom = 0x1000;         // the text starts with a byte order mark
+inline constexpr std::uint16_t kUtf8Decomposed = 0x2000;  // decomposed characters (NFD) seen
+
 // What the job assumes for a file on which the survey found nothing but text
 // conversion was asked for: Shift JIS mark, CR LF, Shift JIS, tolerated binary.
 inline constexpr std::uint16_t kForcedText = 0x0113;

@@ -122,6 +122,11 @@ void AppendLineEnds(ReportText& out, std::uint16_t f, bool codesFollow) {
 }
 
 void AppendCodes(ReportText& out, std::uint16_t f) {
+  if ((f & survey::kUtf8) != 0) {
+    out.Clause((f & survey::kUtf8Bom) != 0 ? "コード体系はUTF-8（BOM付き）です。" : "コード体系はUTF-8です。");
+    out.Flush();
+    return;
+  }
   switch (f & (survey::kSjis | survey::kJis | survey::kEuc)) {
     case 0x00: out.Clause("コード体系はASCIIコードのみです。"); break;
     case 0x02: out.Clause("コード体系はシフトJISです。"); break;
@@ -195,13 +200,17 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
       out.Line("ただし、このファイルには " + std::to_string(s.BinRate) +
                "％以下のバイナリーデータが含まれています。");
     }
-    const bool full = (s.ConvMode & conv_mode::kFull) != 0;
-    AppendLineEnds(out, f, full);
-    if (full) {
+    // UTF-8 is named even by the light survey: it is converted all the same.
+    const bool utf8 = (f & survey::kUtf8) != 0;
+    const bool codes = utf8 || (s.ConvMode & conv_mode::kFull) != 0;
+    AppendLineEnds(out, f, codes);
+    if (codes) {
       AppendCodes(out, f);
     }
     out.FlushIfAny();
-    if ((f & survey::kGaijiMask) != 0) {
+    if (utf8 && (f & survey::kUtf8Decomposed) != 0) {
+      out.Line("また、このテキストには分解された文字（濁点が分かれた「か゛」など）が含まれています。");
+    } else if (!utf8 && (f & survey::kGaijiMask) != 0) {
       out.Line("また、このテキストには外字が含まれています。");
     }
     const bool appendEof = (s.ConvMode & conv_mode::kAppendEof) != 0;

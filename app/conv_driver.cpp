@@ -36,7 +36,48 @@ bool SameFolder(const std::string& a, const std::string& b) {
 
 std::string InputNotFound(const std::string& input) { return "入力ﾌｧｲﾙ [" + input + "] が見つかりません"; }
 
+// The window as a planning walk sees it: the same boxes and check boxes, no
+// messages, no progress, never busy with a real job.
+class PlanningWindow : public ConvWindow {
+ public:
+  explicit PlanningWindow(const ConvWindow& real) : real_(real), in_(real.InFileText()), out_(real.OutFileText()) {}
+  [[nodiscard]] std::string InFileText() const override { return in_; }
+  void SetInFileText(const std::string& text) override { in_ = text; }
+  [[nodiscard]] std::string OutFileText() const override { return out_; }
+  void SetOutFileText(const std::string& text) override { out_ = text; }
+  [[nodiscard]] bool TextCnvChecked() const override { return real_.TextCnvChecked(); }
+  [[nodiscard]] bool MBCutChecked() const override { return real_.MBCutChecked(); }
+  void SetConvBusy(bool) override {}
+  void Message(const std::string&) override {}
+  [[nodiscard]] bool Question(const std::string&) override { return false; }
+  void AllEnabled(bool) override {}
+  void ProgressPanel(bool) override {}
+  void Beep() override {}
+  void PumpEvents() override {}
+  [[nodiscard]] bool ConvBusy() const override { return true; }
+  void ShowProgress(std::int64_t, std::int64_t) override {}
+
+ private:
+  const ConvWindow& real_;
+  std::string in_;
+  std::string out_;
+};
+
 }  // namespace
+
+std::vector<std::string> ConvDriver::PlannedInputs() {
+  PlanningWindow window(window_);
+  ConvDriver walk(window, settings_, gaiji_);
+  std::vector<std::string> inputs;
+  walk.planned_ = &inputs;
+  if (walk.Ferrox_Click_Etc(false) != result::kDone) inputs.clear();
+  return inputs;
+}
+
+bool ConvDriver::EnsureFolder(const std::string& folder) {
+  if (planned_ != nullptr) return true;  // a planning walk makes nothing
+  return IsFolder(folder) || MakeFolder(folder);
+}
 
 ConvDriver::ConvDriver(ConvWindow& window, ConversionSettings& settings, const GaijiTable* gaiji)
     : window_(window), settings_(settings), gaiji_(gaiji) {}
@@ -74,6 +115,7 @@ int ConvDriver::Ferrox_Click_Etc(bool restore) {
     }
   }
 
+  tally_ = {};
   window_.SetConvBusy(true);
   ForgetSweptFolders();  // each run looks for what crashed runs left
   const std::uint16_t savedFileMode = settings_.FileMode;
@@ -201,7 +243,7 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
   if (!HasWildcard(input)) {
     if (!IsFolder(input)) return ConvertPair(input, output);
     if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
-    if (!FileExists(output) && !MakeFolder(output)) {
+    if (!FileExists(output) && !EnsureFolder(output)) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
       return result::kOutputSide;
     }
@@ -219,7 +261,7 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
   for (const auto& name : listing.folders) entries.emplace_back(name, true);
   std::sort(entries.begin(), entries.end());
 
-  if (!IsFolder(outFolder) && !MakeFolder(outFolder)) {
+  if (!EnsureFolder(outFolder)) {
     window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
     return result::kOutputSide;
   }
@@ -229,7 +271,7 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
     if (isFolder) {
       if ((settings_.FileMode & file_mode::kFolderSelect) == 0) continue;
       if (IsOutputRoot(inFolder + name)) continue;
-      if (!IsFolder(outFolder + name) && !MakeFolder(outFolder + name)) {
+      if (!EnsureFolder(outFolder + name)) {
         window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
         return result::kOutputSide;
       }
@@ -254,7 +296,7 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
     const std::string inSub = Join(inFolder, name);
     const std::string outSub = Join(outFolder, name);
     if (IsOutputRoot(inSub)) continue;  // an output folder inside the input is not walked again
-    if (!FileExists(outSub) && !MakeFolder(outSub)) {
+    if (!FileExists(outSub) && !EnsureFolder(outSub)) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
       return result::kOutputSide;
     }
@@ -268,6 +310,10 @@ bool ConvDriver::IsOutputRoot(const std::string& folder) const {
 }
 
 int ConvDriver::ConvertPair(const std::string& input, const std::string& output) {
+  if (planned_ != nullptr) {
+    planned_->push_back(input);
+    return result::kDone;
+  }
   window_.SetInFileText(input);
   window_.SetOutFileText(output);
   window_.PumpEvents();
@@ -318,6 +364,8 @@ int ConvDriver::Ferrox_Click_File() {
 
   if (const int rc = CheckReplaceable(inPath, outPath); rc != 0) return rc;
 
+  // Without a job flag a file onto itself is left as it is; onto another name it is copied.
+  const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
   const JobContext context{window_, settings_, gaiji_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
@@ -345,6 +393,13 @@ int ConvDriver::Ferrox_Click_File() {
       window_.Message(InputNotFound(inPath));
       return result::kInputSide;
     default:
+      if (leftAsItIs) {
+        ++tally_.skipped;
+      } else if ((flags & kJobText) != 0) {
+        ++tally_.converted;
+      } else {
+        ++tally_.copied;
+      }
       return result::kDone;
   }
 }

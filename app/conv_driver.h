@@ -44,6 +44,19 @@ class ConvDriver {
   // boxes. Shows the job's message, if any.
   [[nodiscard]] int Ferrox_Click_File();
 
+  // The input files a run of the two boxes would convert, in run order, found
+  // by the run's own walk without converting, creating or saying anything.
+  // Empty when the run would be refused before its first file.
+  [[nodiscard]] std::vector<std::string> PlannedInputs();
+
+  // What the last run did with its files, for the window's summary.
+  struct Tally {
+    int converted = 0;  // converted as text
+    int copied = 0;     // copied as they are (a MacBinary wrapper may be taken off)
+    int skipped = 0;    // left as they are: no job flag and the output is the input
+  };
+  [[nodiscard]] const Tally& LastRun() const noexcept { return tally_; }
+
   [[nodiscard]] std::uint16_t EntryMode() const noexcept { return entryMode_; }
   void SetEntryMode(std::uint16_t mode) noexcept { entryMode_ = mode; }
 
@@ -55,6 +68,7 @@ class ConvDriver {
   int CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
   int CheckReplaceable(const std::string& inPath, const std::string& outPath);
   int ConvertPair(const std::string& input, const std::string& output);
+  bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
 
   ConvWindow& window_;
@@ -64,6 +78,8 @@ class ConvDriver {
   std::string singleIn_;   // the cleaned box texts of a one-pair run
   std::string singleOut_;
   std::string outputRoot_;  // output folder of the current walk; never walked as input
+  std::vector<std::string>* planned_ = nullptr;  // set while PlannedInputs walks
+  Tally tally_;
 };
 
 }  // namespace ferrox

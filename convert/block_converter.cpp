@@ -7,6 +7,8 @@
 
 // ferrox
 #include "analysis/survey_flags.h"
+#include "convert/ascii_run.h"
+#include "convert/pair_scan.h"
 #include "text/code_ranges.h"
 #include "text/conv_mode.h"
 
@@ -18,16 +20,10 @@ namespace ct = char_type;
 
 constexpr bool IsPrintable(std::uint8_t b) noexcept { return b >= 0x20 && b <= 0x7E; }
 
-// GetCharType without the call for the bytes below 0x80 that need at most
-// one byte of look-ahead.
+// GetCharType compiled into the converter's loop.
 inline std::uint16_t TypeAt(const std::uint8_t* p, bool gaijiAsChar) noexcept {
-  const std::uint8_t b = p[0];
-  if (b < 0x80) {
-    const std::uint16_t t = ct::kLowTypes[b];
-    if (t != ct::kLookAhead) return t;
-    if (b == 0x0D) return p[1] == 0x0A ? ct::kCrLf : ct::kCr;
-  }
-  return GetCharType(b, p[1], p[2], gaijiAsChar);
+  return gaijiAsChar ? ct::detail::CharType<true>(p[0], p[1], p[2])
+                     : ct::detail::CharType<false>(p[0], p[1], p[2]);
 }
 
 // The first index from i on (at most end + 1) that holds no junk byte below
@@ -42,6 +38,51 @@ inline BufIndex SkipJunk(const std::uint8_t* in, BufIndex i, BufIndex end) noexc
     }
     if (i > end || in[i] >= 0x80 || ct::kLowTypes[in[i]] != ct::kNone) return i;
     ++i;
+  }
+}
+
+// Copies the ASCII run at i; i ends on the first byte not taken.
+inline void CopyAscii(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                      BufIndex end, SimdLevel level) noexcept {
+  const AsciiRunEnd e = AsciiRun(in, i, end, out + o, level);
+  o = e.q - out;
+  i = e.stop;
+}
+
+// The two readings of SjisOrEuc, each alone, asking only whether the reading
+// holds (it does not stop on a byte that only the other code explains) and
+// counts no gaiji. When the reading of the code in force holds so, the other
+// reading can at best tie it, so the verdict is that code whatever the other
+// reading finds, and it need not be made. Standard pairs, which neither stop
+// a reading nor count as gaiji, are passed over a vector at a time.
+bool EucReadingHolds(const std::uint8_t* in, BufIndex p, BufIndex end, bool gaijiAsChar,
+                     SimdLevel level) noexcept {
+  for (;;) {
+    p += pair_scan::StandardEucPairsAhead(in, p, end, level);
+    if (p > end) return true;
+    const std::uint16_t t = TypeAt(in + p, gaijiAsChar);
+    if ((t & (ct::kEucKana | ct::kEucDouble)) == 0) {
+      return (t & ~(ct::kSjisBits | ct::kSjisGaiji)) != 0;
+    }
+    if ((t & ct::kEucGaiji) != 0) return false;
+    p += 2;
+  }
+}
+
+bool SjisReadingHolds(const std::uint8_t* in, BufIndex p, BufIndex end, bool gaijiAsChar,
+                      SimdLevel level) noexcept {
+  for (;;) {
+    p += pair_scan::StandardSjisPairsAhead(in, p, end, level);
+    if (p > end) return true;
+    const std::uint16_t t = TypeAt(in + p, gaijiAsChar);
+    if ((t & ct::kSjisKana) != 0) {
+      p += 1;
+    } else if ((t & ct::kSjisDouble) != 0) {
+      if ((t & ct::kSjisGaiji) != 0) return false;
+      p += 2;
+    } else {
+      return (t & ~(ct::kEucBits | ct::kEucGaiji)) != 0;
+    }
   }
 }
 
@@ -106,10 +147,6 @@ std::uint16_t BlockSettings::BaseState() const noexcept {
   return (typeFlags & survey::kEuc) != 0 ? code_state::kEuc : code_state::kSjis;
 }
 
-std::uint16_t QuickCharType(const std::uint8_t* b, bool gaijiAsChar) noexcept {
-  return TypeAt(b, gaijiAsChar);
-}
-
 BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                        const BlockSettings& settings, BufIndex& carry,
                        std::uint16_t& codeState) noexcept {
@@ -119,6 +156,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
   const bool gaijiAsChar = settings.gaijiAsChar;
   const GaijiPolicy& policy = settings.policy;
   const std::uint16_t base = settings.BaseState();
+  const SimdLevel level = CurrentSimdLevel();
   std::uint16_t s = codeState;
   BufIndex o = 0;
   BufIndex i = 0;
@@ -132,8 +170,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     }
     if (s != kJisKanji && s != kJisKana) {
       if (IsPrintable(b)) {
-        AsciiCopy(out, in, o, i, end);
-        ++i;
+        CopyAscii(out, in, o, i, end, level);
         continue;
       }
       const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
@@ -158,17 +195,12 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
         CopyRun<SjisCopy>(out, in, o, i, end, policy);
         s = kSjis;
       } else {
-        int verdict = SjisOrEuc(in, i, end, gaijiAsChar).verdict;
-        if (verdict == 0) {
-          // Undecided: stay with the code in force, else the file's base code.
-          if (s == kEuc) {
-            verdict = 2;
-          } else if (s == kSjis) {
-            verdict = 1;
-          } else {
-            verdict = base == kEuc ? 2 : 1;
-          }
-        }
+        // Undecided stays with the code in force, else the file's base code.
+        const bool leanEuc = s == kEuc || (s != kSjis && base == kEuc);
+        const bool holds = leanEuc ? EucReadingHolds(in, i, end, gaijiAsChar, level)
+                                   : SjisReadingHolds(in, i, end, gaijiAsChar, level);
+        int verdict = holds ? (leanEuc ? 2 : 1) : SjisOrEuc(in, i, end, gaijiAsChar).verdict;
+        if (verdict == 0) verdict = leanEuc ? 2 : 1;
         if (verdict == 1) {
           CopyRun<SjisCopy>(out, in, o, i, end, policy);
           s = kSjis;
@@ -239,6 +271,7 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
   const BufIndex last = length - 1;
   const BufIndex end = last - 2;
   const GaijiPolicy& policy = settings.policy;
+  const SimdLevel level = CurrentSimdLevel();
   BufIndex o = 0;
   BufIndex i = 0;
 
@@ -246,8 +279,8 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
     const std::uint8_t b = in[i];
     switch (kLite.cls[b]) {
       case LiteClass::kAscii:
-        AsciiCopy(out, in, o, i, end);
-        break;
+        CopyAscii(out, in, o, i, end, level);
+        continue;
       case LiteClass::kSingle:
         out[o++] = b;
         break;

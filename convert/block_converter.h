@@ -56,9 +56,4 @@ inline constexpr std::uint16_t kEuc = 0x0800;
                                          BufIndex length, const BlockSettings& settings,
                                          BufIndex& carry) noexcept;
 
-// The type of position 0 of `b`, as GetCharType would give it, without a call
-// for the bytes whose type needs no look-ahead. Exposed so that tests can hold
-// it to the classifier.
-[[nodiscard]] std::uint16_t QuickCharType(const std::uint8_t* b, bool gaijiAsChar) noexcept;
-
 }  // namespace ferrox

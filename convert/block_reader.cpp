@@ -15,7 +15,7 @@
 namespace ferrox {
 
 BlockReader::BlockReader(std::size_t chunk, std::size_t largestBlock)
-    : buf_(chunk + largestBlock + 2) {}
+    : size_(chunk + largestBlock + 2), buf_(new std::uint8_t[size_]) {}
 
 BlockReader::~BlockReader() {
   if (fd_ >= 0) ::close(fd_);
@@ -41,18 +41,18 @@ bool BlockReader::Fill(std::int64_t offset, std::size_t length) {
   std::size_t keep = 0;
   if (offset >= bufStart_ && offset < bufEnd) {
     keep = static_cast<std::size_t>(bufEnd - offset);
-    std::memmove(buf_.data(), buf_.data() + (offset - bufStart_), keep);
+    std::memmove(buf_.get(), buf_.get() + (offset - bufStart_), keep);
   }
   bufStart_ = offset;
   bufFill_ = keep;
-  const std::size_t room = buf_.size() - 2;
+  const std::size_t room = size_ - 2;
   while (bufFill_ < room) {
     const std::int64_t at = bufStart_ + static_cast<std::int64_t>(bufFill_);
     if (at >= limit_) break;
     const std::size_t want =
         static_cast<std::size_t>(std::min<std::int64_t>(static_cast<std::int64_t>(room - bufFill_),
                                                         limit_ - at));
-    const ssize_t got = ::pread(fd_, buf_.data() + bufFill_, want, at);
+    const ssize_t got = ::pread(fd_, buf_.get() + bufFill_, want, at);
     if (got < 0) {
       if (errno == EINTR) continue;
       return false;
@@ -61,7 +61,7 @@ bool BlockReader::Fill(std::int64_t offset, std::size_t length) {
     bufFill_ += static_cast<std::size_t>(got);
   }
   if (bufFill_ < length) {
-    std::memset(buf_.data() + bufFill_, 0, length - bufFill_);
+    std::memset(buf_.get() + bufFill_, 0, length - bufFill_);
     bufFill_ = length;
   }
   return true;
@@ -73,7 +73,7 @@ const std::uint8_t* BlockReader::Block(std::int64_t offset, std::size_t length,
   if (offset < bufStart_ || offset + static_cast<std::int64_t>(length) > bufEnd) {
     if (!Fill(offset, length)) return nullptr;
   }
-  std::uint8_t* p = buf_.data() + (offset - bufStart_);
+  std::uint8_t* p = buf_.get() + (offset - bufStart_);
   for (std::size_t z = 0; z < zeros; ++z) p[length + z] = 0;
   return p;
 }

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace ferrox {
 
@@ -32,7 +32,8 @@ class BlockReader {
 
   int fd_ = -1;
   std::int64_t limit_ = 0;
-  std::vector<std::uint8_t> buf_;
+  std::size_t size_;                     // bytes in buf_, the last two for the zeros
+  std::unique_ptr<std::uint8_t[]> buf_;  // left uninitialised: only what was read is used
   std::int64_t bufStart_ = 0;  // file offset of buf_[0]
   std::size_t bufFill_ = 0;    // valid bytes in buf_
 };

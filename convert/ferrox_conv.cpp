@@ -10,6 +10,7 @@
 #include "convert/keta_soroe.h"
 #include "convert/output_file.h"
 #include "convert/result_code.h"
+#include "convert/utf8_converter.h"
 #include "text/conv_mode.h"
 
 // std
@@ -17,6 +18,7 @@
 #include <cerrno>
 #include <limits>
 #include <new>
+#include <optional>
 #include <vector>
 
 namespace ferrox {
@@ -25,6 +27,14 @@ namespace {
 
 constexpr std::size_t kReadChunk = 256 * 1024;
 constexpr std::size_t kFlushAt = 256 * 1024;
+
+// A small file gets buffers of its own size: a batch of small files then
+// spends its time on the files, not on setting up memory it never uses.
+std::size_t SizedFor(std::int64_t bytes, std::size_t most) noexcept {
+  constexpr std::int64_t kPage = 4096;
+  const std::int64_t rounded = (std::max<std::int64_t>(bytes, 1) + kPage - 1) / kPage * kPage;
+  return static_cast<std::size_t>(std::min<std::int64_t>(rounded, static_cast<std::int64_t>(most)));
+}
 
 int FailureCode() noexcept {
   return (errno == ENOSPC || errno == EDQUOT) ? result::kDiskFull : result::kFailed;
@@ -42,10 +52,15 @@ std::size_t ConvertedBound(std::size_t blockBytes, const BlockSettings& settings
   return (blockBytes / 2 + 1) * perPair + 8;
 }
 
+std::optional<Utf8Converter> MakeUtf8(std::uint16_t typeFlags, const GaijiTable* gaiji) {
+  if ((typeFlags & survey::kUtf8) == 0) return std::nullopt;
+  return std::optional<Utf8Converter>(std::in_place, gaiji);
+}
+
 class Pass {
  public:
   Pass(const ConvOptions& options, ProgressSink& progress, std::int32_t blockSize,
-       std::uint16_t typeFlags, bool text)
+       std::uint16_t typeFlags, bool text, std::int64_t inputBytes)
       : options_(options),
         progress_(progress),
         blockSize_(static_cast<std::size_t>(blockSize)),
@@ -53,10 +68,12 @@ class Pass {
         full_((options.convMode & conv_mode::kFull) != 0),
         lineSize_(options.lineSize),
         settings_(BlockSettings::Make(typeFlags, options.convMode, options.gaiji)),
-        convertedMax_(ConvertedBound(blockSize_ + 2, settings_)),
+        utf8_(MakeUtf8(typeFlags, options.gaiji)),
+        convertedMax_(utf8_ ? utf8_->OutputBound(blockSize_ + 2)
+                            : ConvertedBound(blockSize_ + 2, settings_)),
         outputMax_(lineSize_ > 0 ? 3 * convertedMax_ + 8 : convertedMax_),
-        reader_(kReadChunk, blockSize_),
-        out_(kFlushAt, std::max(outputMax_, blockSize_)) {
+        reader_(SizedFor(inputBytes, kReadChunk), blockSize_),
+        out_(SizedFor(2 * inputBytes, kFlushAt), std::max(outputMax_, blockSize_)) {
     if (text_ && lineSize_ > 0) converted_.resize(convertedMax_ + 2);
   }
 
@@ -74,6 +91,7 @@ class Pass {
   bool full_;
   std::int32_t lineSize_;
   BlockSettings settings_;
+  std::optional<Utf8Converter> utf8_;  // for text the survey found to be UTF-8
   std::size_t convertedMax_;
   std::size_t outputMax_;
   BlockReader reader_;
@@ -100,8 +118,9 @@ bool Pass::TextBlock(const std::uint8_t* in, std::size_t length, bool last) {
   const bool fold = lineSize_ > 0;
   std::uint8_t* dst = fold ? converted_.data() : out_.Space(outputMax_);
   if (dst == nullptr) return false;
-  BufIndex n = full_ ? FerroxConvSub(dst, in, inLength, settings_, carry_, codeState_)
-                     : FerroxConvSubLite(dst, in, inLength, settings_, carry_);
+  BufIndex n = utf8_  ? utf8_->Convert(dst, in, inLength, last, carry_)
+               : full_ ? FerroxConvSub(dst, in, inLength, settings_, carry_, codeState_)
+                       : FerroxConvSubLite(dst, in, inLength, settings_, carry_);
   if (last) carry_ = 0;
   if (fold) {
     converted_[static_cast<std::size_t>(n)] = 0;
@@ -167,7 +186,8 @@ int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
     return result::kFailed;
   }
   try {
-    Pass pass(options, progress, blockSize, typeFlags, (opFlags & kOpText) != 0);
+    Pass pass(options, progress, blockSize, typeFlags, (opFlags & kOpText) != 0,
+              dataStart + dataLength);
     return pass.Run(outPath, inPath, dataStart, dataLength, keepHeader, typeFlags);
   } catch (const std::bad_alloc&) {
     return result::kFailed;  // the pass's destructor has removed its output

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace ferrox {
 
@@ -42,15 +42,18 @@ class OutputFile {
  private:
   bool Flush();
   bool Write(const std::uint8_t* data, std::size_t size);
+  void StartWriteBack(std::int64_t at, std::size_t size) noexcept;
 
   std::string path_;
   int fd_ = -1;
   bool created_ = false;
   bool sparse_ = false;
   bool holeAtEnd_ = false;
-  std::int64_t size_ = 0;  // bytes (and holes) written so far
+  std::int64_t size_ = 0;      // bytes (and holes) written so far
+  std::int64_t waitedTo_ = 0;  // bytes known to be on the disk
   std::size_t flushAt_;
-  std::vector<std::uint8_t> buf_;
+  std::size_t capacity_;                 // bytes in buf_
+  std::unique_ptr<std::uint8_t[]> buf_;  // left uninitialised: only what was put in is written
   std::size_t used_ = 0;
 };
 

@@ -5,6 +5,7 @@
 
 #include "convert/gaiji_table.h"
 #include "convert/pair_scan.h"
+#include "convert/simd_level.h"
 #include "text/code_ranges.h"
 #include "text/conv_mode.h"
 #include "text/jis_pairs.h"
@@ -20,16 +21,6 @@ enum Step : std::uint8_t { kStop, kByte, kLeadByte, kLead88, kSs2, kCr, kLf };
 
 constexpr void Fill(std::array<Step, 256>& t, int lo, int hi, Step s) {
   for (int b = lo; b <= hi; ++b) t[static_cast<std::size_t>(b)] = s;
-}
-
-constexpr std::array<Step, 256> MakeAsciiSteps() {
-  std::array<Step, 256> t{};
-  Fill(t, 0x20, 0x7E, kByte);
-  t[0x09] = kByte;
-  t[0x0C] = kByte;
-  t[0x0D] = kCr;
-  t[0x0A] = kLf;
-  return t;
 }
 
 constexpr std::array<Step, 256> MakeSjisSteps(bool strict) {
@@ -67,7 +58,6 @@ constexpr std::array<Step, 256> MakeEucSteps(bool strict) {
   return t;
 }
 
-constexpr auto kAsciiSteps = MakeAsciiSteps();
 constexpr auto kSjisStrictSteps = MakeSjisSteps(true);
 constexpr auto kSjisLooseSteps = MakeSjisSteps(false);
 constexpr auto kEucStrictSteps = MakeEucSteps(true);
@@ -107,15 +97,6 @@ std::size_t ReplaceGaiji(const GaijiTable* table, std::uint8_t s1, std::uint8_t 
   return table->GaijiSet(table->GaijiTableSearch(s1, s2), q, 0);
 }
 
-// True when all eight bytes of w are in 0x20..0x7E.
-constexpr bool AllPrintable(std::uint64_t w) noexcept {
-  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
-  constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
-  const std::uint64_t below = (w - kOnes * 0x20) & ~w;  // high bit set where a byte < 0x20
-  const std::uint64_t above = (w + kOnes * 0x01) | w;   // high bit set where a byte >= 0x7F
-  return ((below | above) & kHigh) == 0;
-}
-
 // CR, CR LF and LF all become CR LF. Returns the input bytes taken.
 inline BufIndex LineEnd(Step s, const std::uint8_t* p, std::uint8_t*& q) noexcept {
   q[0] = 0x0D;
@@ -135,10 +116,10 @@ struct RunEnd {
 
 template <Mode kMode>
 RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
-                 const GaijiTable* table) noexcept {
+               const GaijiTable* table, SimdLevel level) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kSjisStrictSteps : kSjisLooseSteps;
   while (k <= end) {
-    pair_scan::CopyStandardSjisPairs(in, k, end, q);
+    if (in[k] >= 0x81) pair_scan::CopyStandardSjisPairs(in, k, end, q, level);
     if (k > end) break;
     const std::uint8_t b = in[k];
     const Step s = steps[b];
@@ -173,10 +154,10 @@ RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q
 
 template <Mode kMode>
 RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
-                const GaijiTable* table) noexcept {
+              const GaijiTable* table, SimdLevel level) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kEucStrictSteps : kEucLooseSteps;
   while (k <= end) {
-    pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q);
+    if (in[k] >= 0xA1) pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q, level);
     if (k > end) break;
     const std::uint8_t b = in[k];
     const Step s = steps[b];
@@ -213,9 +194,9 @@ RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
 
 template <Mode kMode>
 RunEnd JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
-                   const GaijiTable* table) noexcept {
+                 const GaijiTable* table, SimdLevel level) noexcept {
   while (k <= end) {
-    pair_scan::ConvertStandardPairs<pair_scan::PairCode::kJis>(in, k, end, q);
+    pair_scan::ConvertStandardPairs<pair_scan::PairCode::kJis>(in, k, end, q, level);
     if (k > end) break;
     const std::uint8_t b = in[k];
     const std::uint8_t c = in[k + 1];
@@ -240,7 +221,7 @@ RunEnd JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
 }
 
 using RunFn = RunEnd (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*,
-                           const GaijiTable*) noexcept;
+                         const GaijiTable*, SimdLevel) noexcept;
 
 // The mode is chosen once per call; the loop itself never tests it.
 inline void CopyRun(RunFn strict, RunFn pass, RunFn replace, std::uint8_t* out,
@@ -249,7 +230,7 @@ inline void CopyRun(RunFn strict, RunFn pass, RunFn replace, std::uint8_t* out,
   const RunFn run = policy.mode == Mode::kStrict ? strict
                     : policy.mode == Mode::kPass ? pass
                                                  : replace;
-  const RunEnd e = run(in, i, end, out + o, policy.table);
+  const RunEnd e = run(in, i, end, out + o, policy.table, CurrentSimdLevel());
   consumed = e.stop - i;
   o = e.q - out;
   i = e.stop - 1;
@@ -266,36 +247,6 @@ GaijiPolicy GaijiPolicy::FromConvMode(std::uint16_t convMode, const GaijiTable* 
     p.mode = (convMode & conv_mode::kGaijiTable) != 0 ? Mode::kReplace : Mode::kPass;
   }
   return p;
-}
-
-void AsciiCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
-               BufIndex end) noexcept {
-  std::uint8_t* q = out + o;
-  BufIndex k = i;
-  while (k <= end) {
-    // Eight printable bytes at a time while the line lasts.
-    while (k + 7 <= end) {
-      std::uint64_t w;
-      std::memcpy(&w, in + k, 8);
-      if (!AllPrintable(w)) break;
-      std::memcpy(q, &w, 8);
-      q += 8;
-      k += 8;
-    }
-    if (k > end) break;
-    const std::uint8_t b = in[k];
-    const Step s = kAsciiSteps[b];
-    if (s == kByte) {
-      *q++ = b;
-      ++k;
-    } else if (s == kStop) {
-      break;
-    } else {
-      k += LineEnd(s, in + k, q);
-    }
-  }
-  o = q - out;
-  i = k - 1;
 }
 
 void SjisCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,

@@ -27,8 +27,6 @@ struct GaijiPolicy {
                                                 const GaijiTable* table) noexcept;
 };
 
-void AsciiCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
-               BufIndex end) noexcept;
 void SjisCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
               BufIndex& consumed, const GaijiPolicy& policy) noexcept;
 void EucCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,

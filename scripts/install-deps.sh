@@ -8,6 +8,9 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libgtest-dev libgmock-dev libbenchmark-dev
   clang-14 libclang-rt-14-dev
   nkf dos2unix xvfb xauth fonts-ipafont-gothic python3
+  valgrind time manpages-ja
+  qt6-translations-l10n
+  valgrind time manpages-ja
 )
 
 missing=()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Saves a PNG of every window of the desktop program (main window, progress,
-# options dialogs, gaiji dialog, suffix editor, report, about box, help) into
+# options dialogs, gaiji dialog, suffix editor, report, about box, help, the
+# summary after a run, the report with its preview, the file dialog) into
 # a folder, drawn on a virtual X display with a Japanese font from Debian.
 #   scripts/screenshots.sh [OUTPUT_FOLDER]   (default: build/screenshots)
 set -euo pipefail
@@ -8,7 +9,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${FERROX_BUILD_DIR:-$root/build}
 out=$(realpath -m "${1:-$build/screenshots}")
 
-for p in xvfb fonts-ipafont-gothic; do
+for p in xvfb fonts-ipafont-gothic qt6-translations-l10n; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || "$root/scripts/install-deps.sh"
 done
 [ -x "$build/ui/ferrox-gui-screenshots" ] || cmake --build "$build" --target ferrox-gui-screenshots

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "convert/block_converter.h"
 
 namespace ferrox {
 namespace {
@@ -46,22 +45,6 @@ TEST(GetCharType, ClassifiesEachPosition) {
     SCOPED_TRACE(::testing::Message() << std::hex << int{c.b0} << ' ' << int{c.b1} << ' ' << int{c.b2});
     EXPECT_EQ(GetCharType(c.b0, c.b1, c.b2, false), c.strict);
     EXPECT_EQ(GetCharType(c.b0, c.b1, c.b2, true), c.permissive);
-  }
-}
-
-// The block converter's shortcut for the types of single bytes must be the classifier's.
-TEST(GetCharType, QuickCharTypeAgrees) {
-  const std::uint8_t thirds[] = {0x00, 0x0A, 0x0F, 0x1B, 0x20, 0x40, 0x42, 0x49, 0x5F, 0x80, 0xA1};
-  for (bool gaiji : {false, true}) {
-    for (int b0 = 0; b0 < 256; ++b0) {
-      for (int b1 = 0; b1 < 256; ++b1) {
-        for (std::uint8_t b2 : thirds) {
-          const std::uint8_t p[3] = {static_cast<std::uint8_t>(b0), static_cast<std::uint8_t>(b1), b2};
-          ASSERT_EQ(QuickCharType(p, gaiji), GetCharType(p[0], p[1], p[2], gaiji))
-              << b0 << " " << b1 << " " << int{b2};
-        }
-      }
-    }
   }
 }
 

@@ -109,6 +109,12 @@ TEST_F(SurveyReportTest, OneFile) {
       {"hint.txt", hint, {10000, 3, 4, 117},
        Lines({kPlain, "サイズ  :109 Byte", "", kText, "ただし、このファイルには 3％以下のバイナリーデータが含まれています。",
               kAscii, "", "　動作設定の[外字を文字扱いする]にチェックが無いので、", "外字コードが含まれている可能性もあります。"})},
+      // UTF-8 is named even by the light survey; BOM and decomposed characters are told.
+      {"mac.txt", "\xef\xbb\xbf\xe3\x81\x8b\xe3\x82\x99\xe6\x97\xa5\nabc", {10000, 3, 0, 117},
+       Lines({kPlain, "サイズ  :16 Byte", "", kText, "改行コードはUnix形式で、コード体系はUTF-8（BOM付き）です。",
+              "また、このテキストには分解された文字（濁点が分かれた「か゛」など）が含まれています。"})},
+      {"nfc.txt", "\xe3\x81\x8c\xe6\x97\xa5\r\nabc", {10000, 3, 12, 117},
+       Lines({kPlain, "サイズ  :11 Byte", "", kText, "改行コードはDOS/Windows形式で、コード体系はUTF-8です。"})},
       {"nohint.txt", hint, {10000, 3, 12, 117},
        Lines({kPlain, "サイズ  :109 Byte", "", kText, "ただし、このファイルには 3％以下のバイナリーデータが含まれています。",
               kAscii})},

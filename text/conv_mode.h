@@ -11,6 +11,8 @@ inline constexpr std::uint16_t kFncChar = 2;          // bad file-name character
 inline constexpr std::uint16_t kFull = 4;             // recognise JIS and EUC (full survey and converter)
 inline constexpr std::uint16_t kGaijiAsChar = 8;      // gaiji and machine-dependent characters are characters
 inline constexpr std::uint16_t kGaijiTable = 16;      // replace gaiji through the gaiji table
+inline constexpr std::uint16_t kNoUtf8 = 32;          // the survey does not recognise UTF-8
+inline constexpr std::uint16_t kOldTieRule = 256;     // Shift JIS/EUC ties by the first-code mark and run lengths only
 
 [[nodiscard]] constexpr bool GaijiAsChar(std::uint16_t convMode) noexcept {
   return (convMode & kGaijiAsChar) != 0;

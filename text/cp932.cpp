@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "text/code_ranges.h"
+#include "text/nfc.h"
 
 namespace ferrox::cp932 {
 namespace {
@@ -138,5 +139,42 @@ std::string FromUtf8Lossy(std::string_view utf8) {
 }
 
 std::size_t SjisWidth(std::string_view utf8) { return FromUtf8Lossy(utf8).size(); }
+
+namespace {
+
+UnicodeTable BuildTable() {
+  UnicodeTable table{};
+  for (std::uint16_t b = 1; b < 0x80; ++b) table[b] = b;
+  const iconv_t cd = iconv_open("CP932", "UTF-32LE");
+  if (cd == reinterpret_cast<iconv_t>(-1)) return table;
+  for (char32_t cp = 0x80; cp < 0x10000; ++cp) {
+    if (cp >= 0xD800 && cp <= 0xDFFF) continue;
+    char in[4] = {static_cast<char>(cp & 0xFF), static_cast<char>(cp >> 8), 0, 0};
+    char out[8];
+    char* src = in;
+    char* dst = out;
+    std::size_t left = sizeof in;
+    std::size_t room = sizeof out;
+    iconv(cd, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(cd, &src, &left, &dst, &room) == static_cast<std::size_t>(-1)) continue;
+    const auto n = dst - out;
+    const auto b0 = static_cast<std::uint8_t>(out[0]);
+    if (n == 1) table[cp] = b0;
+    if (n == 2) table[cp] = static_cast<std::uint16_t>(b0 << 8 | static_cast<std::uint8_t>(out[1]));
+  }
+  iconv_close(cd);
+  for (char32_t cp = 0x80; cp < 0x10000; ++cp) {
+    const char32_t to = nfc::SingletonOf(cp);
+    if (table[cp] != 0 && to != 0 && to < 0x10000 && table[to] == 0) table[to] = table[cp];
+  }
+  return table;
+}
+
+}  // namespace
+
+const UnicodeTable& FromUnicodeTable() {
+  static const UnicodeTable table = BuildTable();
+  return table;
+}
 
 }  // namespace ferrox::cp932

@@ -49,6 +49,9 @@ def main():
     corpora = {
         "fuzz_survey": text_seeds(),
         "fuzz_convert": text_seeds(),
+        # Mode byte (converter, gaiji bits, base code, start state, table) and block size.
+        "fuzz_fast_pass": {f"{name}_{mode:02x}": bytes([mode, 29]) + data
+                           for name, data in text_seeds().items() for mode in (0x01, 0x1D, 0x79, 0x98)},
         "fuzz_macbinary": {
             "text": macbinary_seed("表ソ能.txt".encode("cp932"), b"TEXT", b"ttxt", enc(TEXT, "cp932", "\r")),
             "empty_data": macbinary_seed(b"a", b"APPL", b"????", b""),

@@ -4,13 +4,13 @@
 
 // ferrox
 #include "app/version.h"
+#include "ui/app_icon.h"
 
 // Qt
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
-#include <QStyle>
 #include <QVBoxLayout>
 
 namespace ferrox::ui {
@@ -20,7 +20,8 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   setWindowTitle(QStringLiteral("バージョン情報"));
 
   auto* icon = new QLabel(this);
-  icon->setPixmap(style()->standardIcon(QStyle::SP_DriveFDIcon).pixmap(48, 48));
+  icon->setObjectName(QStringLiteral("imgIcon"));
+  icon->setPixmap(AppIcon().pixmap(64, 64));
   auto* name = new QLabel(QStringLiteral("<b style='font-size:16pt'>Ferrox</b>"), this);
   name->setObjectName(QStringLiteral("lblTitle"));
   auto* version = new QLabel(

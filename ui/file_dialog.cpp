@@ -5,6 +5,9 @@
 // Qt
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
+#include <QSplitter>
+#include <QTreeView>
 
 namespace ferrox::ui {
 namespace {
@@ -15,27 +18,40 @@ FileDialogHandler& Handler() {
 }
 
 QStringList RealDialog(const FileDialogRequest& r) {
-  const QString filter = QtNameFilter(r.filter);
+  QFileDialog dialog(r.owner, r.title, r.initialPath);
   switch (r.mode) {
-    case FileDialogMode::Open: {
-      const QString path = QFileDialog::getOpenFileName(r.owner, r.title, r.initialPath, filter);
-      return path.isEmpty() ? QStringList{} : QStringList{path};
-    }
-    case FileDialogMode::OpenMany:
-      return QFileDialog::getOpenFileNames(r.owner, r.title, r.initialPath, filter);
-    case FileDialogMode::Save: {
-      const QString path = QFileDialog::getSaveFileName(r.owner, r.title, r.initialPath, filter);
-      return path.isEmpty() ? QStringList{} : QStringList{path};
-    }
-    case FileDialogMode::Folder: {
-      const QString path = QFileDialog::getExistingDirectory(r.owner, r.title, r.initialPath);
-      return path.isEmpty() ? QStringList{} : QStringList{path};
-    }
+    case FileDialogMode::Open: dialog.setFileMode(QFileDialog::ExistingFile); break;
+    case FileDialogMode::OpenMany: dialog.setFileMode(QFileDialog::ExistingFiles); break;
+    case FileDialogMode::Save:
+      dialog.setFileMode(QFileDialog::AnyFile);
+      dialog.setAcceptMode(QFileDialog::AcceptSave);
+      break;
+    case FileDialogMode::Folder:
+      dialog.setFileMode(QFileDialog::Directory);
+      dialog.setOption(QFileDialog::ShowDirsOnly);
+      break;
   }
-  return {};
+  if (r.mode != FileDialogMode::Folder) dialog.setNameFilter(QtNameFilter(r.filter));
+  const QFileInfo initial(r.initialPath);
+  if (!r.initialPath.isEmpty() && !initial.isDir()) dialog.selectFile(initial.fileName());
+  FitFileDialog(dialog);
+  if (dialog.exec() != QDialog::Accepted) return {};
+  return dialog.selectedFiles();
 }
 
 }  // namespace
+
+void FitFileDialog(QFileDialog& dialog) {
+  // Qt's own dialog (no desktop dialog on offer): room for the name, size,
+  // type and date columns of Japanese labels.
+  dialog.setViewMode(QFileDialog::Detail);
+  dialog.resize(860, 520);
+  if (auto* view = dialog.findChild<QTreeView*>(QStringLiteral("treeView"))) {
+    const int widths[] = {270, 110, 180, 140};  // name, size, type, date
+    for (int column = 0; column < 4; ++column) view->header()->resizeSection(column, widths[column]);
+  }
+  if (auto* panes = dialog.findChild<QSplitter*>(QStringLiteral("splitter"))) panes->setSizes({160, 700});
+}
 
 FileDialogHandler SetFileDialogHandler(FileDialogHandler handler) {
   FileDialogHandler old = std::move(Handler());

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 
+class QFileDialog;
 class QWidget;
 
 namespace ferrox::ui {
@@ -31,6 +32,9 @@ using FileDialogHandler = std::function<QStringList(const FileDialogRequest&)>;
 FileDialogHandler SetFileDialogHandler(FileDialogHandler handler);
 
 [[nodiscard]] QStringList ShowFileDialog(const FileDialogRequest& request);
+
+// Sizes Qt's own file dialog so that its columns show.
+void FitFileDialog(QFileDialog& dialog);
 
 // "a|*.txt|b|*.*" as a Qt name filter: "a (*.txt);;b (*)".
 [[nodiscard]] QString QtNameFilter(const QString& pairs);

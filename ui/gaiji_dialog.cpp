@@ -3,10 +3,12 @@
 #include "ui/gaiji_dialog.h"
 
 // ferrox
+#include "app/path_helpers.h"
 #include "convert/gaiji_table.h"
 #include "ui/dialog_buttons.h"
 #include "ui/file_dialog.h"
 #include "ui/help_window.h"
+#include "ui/message_box.h"
 #include "ui/path_box.h"
 
 // Qt
@@ -23,14 +25,14 @@ GaijiDialog::GaijiDialog(ConversionSettings& settings, GaijiTable& table, QWidge
   setObjectName(QStringLiteral("fomGaiSet"));
   setWindowTitle(QStringLiteral("外字の変換設定"));
 
-  chkGaijiConv_ = new QCheckBox(QStringLiteral("変換定義ファイルの設定を元に変換する"), this);
+  chkGaijiConv_ = new QCheckBox(QStringLiteral("変換定義ファイルの設定を元に変換する(&E)"), this);
   chkGaijiConv_->setObjectName(QStringLiteral("chkGaijiConv"));
-  auto* label = new QLabel(QStringLiteral("変換定義ファイル："), this);
+  auto* label = new QLabel(QStringLiteral("変換定義ファイル(&F)："), this);
   txtGaijiTable_ = new PathBox(PathBox::DropMode::FirstOnly, this);
   txtGaijiTable_->setObjectName(QStringLiteral("txtGaijiTable"));
   txtGaijiTable_->setMinimumWidth(360);
   label->setBuddy(txtGaijiTable_);
-  cmdGaijiTable_ = new QPushButton(QStringLiteral("参照..."), this);
+  cmdGaijiTable_ = new QPushButton(QStringLiteral("参照(&B)..."), this);
   cmdGaijiTable_->setObjectName(QStringLiteral("cmdGaijiTable"));
   cmdGaijiTable_->setAutoDefault(false);
 
@@ -38,7 +40,9 @@ GaijiDialog::GaijiDialog(ConversionSettings& settings, GaijiTable& table, QWidge
 
   connect(chkGaijiConv_, &QCheckBox::toggled, this, &GaijiDialog::chkGaijiConv_Click);
   connect(cmdGaijiTable_, &QPushButton::clicked, this, &GaijiDialog::cmdGaijiTable_Click);
-  connect(buttons.ok, &QPushButton::clicked, this, [this] { cmdExit_Click(); accept(); });
+  connect(buttons.ok, &QPushButton::clicked, this, [this] {
+    if (cmdExit_Click()) accept();
+  });
 
   auto* pathRow = new QHBoxLayout;
   pathRow->addWidget(txtGaijiTable_, 1);
@@ -75,12 +79,22 @@ void GaijiDialog::cmdGaijiTable_Click() {
   txtGaijiTable_->SetTextAtEnd(chosen.first());
 }
 
-void GaijiDialog::cmdExit_Click() {
+bool GaijiDialog::cmdExit_Click() {
+  // A table that is not there would turn every gaiji into the geta mark
+  // without a word; the path is refused while replacement is on.
+  const std::string path = txtGaijiTable_->text().toStdString();
+  if (chkGaijiConv_->isChecked() && !IsFile(path)) {
+    Exclaim(this, QStringLiteral("変換定義ﾌｧｲﾙ [") + txtGaijiTable_->text() + QStringLiteral("] が見つかりません"));
+    txtGaijiTable_->setFocus();
+    txtGaijiTable_->selectAll();
+    return false;
+  }
   std::uint16_t mode = settings_.ConvMode & static_cast<std::uint16_t>(~conv_mode::kGaijiTable);
   if (chkGaijiConv_->isChecked()) mode |= conv_mode::kGaijiTable;
   settings_.ConvMode = mode;
-  settings_.GaijiTable = txtGaijiTable_->text().toStdString();
+  settings_.GaijiTable = path;
   table_.LoadGaijiTable(settings_.GaijiTable);
+  return true;
 }
 
 }  // namespace ferrox::ui

@@ -24,7 +24,9 @@ class GaijiDialog : public QDialog {
   // OK stores the two fields in `settings` and reloads `table` from the path.
   GaijiDialog(ConversionSettings& settings, GaijiTable& table, QWidget* parent = nullptr);
 
-  void cmdExit_Click();
+  // Stores the fields; false (after a message) when replacement is on and the
+  // table file is not there.
+  [[nodiscard]] bool cmdExit_Click();
   void cmdGaijiTable_Click();
 
  private:

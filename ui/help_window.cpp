@@ -2,11 +2,15 @@
 
 #include "ui/help_window.h"
 
+#include <algorithm>
+
 // ferrox
 #include "ui/message_box.h"
 
 // Qt
-#include <QCoreApplication>
+#include <QApplication>
+#include <QDialog>
+#include <QScreen>
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
@@ -22,6 +26,26 @@ const QString kHelpFileName = QStringLiteral("ferrox.html");
 QPointer<HelpWindow>& TheHelpWindow() {
   static QPointer<HelpWindow> window;
   return window;
+}
+
+// A modal dialog blocks every window outside itself, so while one is open the
+// help is that dialog's child window. When the dialog closes, the help moves
+// under the dialog that is modal then, or back to the application, and stays
+// open where it was.
+void HangUnderModal(HelpWindow* help, const QWidget* leaving = nullptr) {
+  QWidget* modal = QApplication::activeModalWidget();
+  if (modal == help || modal == leaving) modal = nullptr;
+  if (help->parentWidget() == modal) return;
+  const QRect frame = help->geometry();
+  const bool shown = help->isVisible();
+  help->setParent(modal, Qt::Window);
+  help->setGeometry(frame);
+  if (shown) help->show();
+  if (auto* dialog = qobject_cast<QDialog*>(modal)) {
+    QObject::connect(
+        dialog, &QDialog::finished, help, [help, dialog] { HangUnderModal(help, dialog); },
+        Qt::SingleShotConnection);
+  }
 }
 
 }  // namespace
@@ -53,9 +77,25 @@ void ShowHelp(QWidget* owner, const QString& topic) {
     return;
   }
   QPointer<HelpWindow>& window = TheHelpWindow();
-  if (!window) {
+  const bool fresh = !window;
+  if (fresh) {
     window = new HelpWindow();
     window->setAttribute(Qt::WA_DeleteOnClose);
+  }
+  HangUnderModal(window);
+  if (fresh) {
+    // Beside the window that asked, not in a corner of the screen.
+    const QWidget* anchor = owner != nullptr ? owner->window() : nullptr;
+    if (anchor != nullptr && anchor->isVisible()) {
+      QRect place(QPoint(), window->size());
+      place.moveCenter(anchor->frameGeometry().center() + QPoint(40, 40));
+      if (const QScreen* screen = anchor->screen()) {
+        const QRect area = screen->availableGeometry();
+        place.moveLeft(std::clamp(place.left(), area.left(), std::max(area.left(), area.right() - place.width())));
+        place.moveTop(std::clamp(place.top(), area.top(), std::max(area.top(), area.bottom() - place.height())));
+      }
+      window->move(place.topLeft());
+    }
   }
   window->ShowTopic(file, topic);
   window->show();

@@ -5,7 +5,6 @@
 // ferrox
 #include "app/engine_settings.h"
 #include "app/entry_list.h"
-#include "app/folder_listing.h"
 #include "app/path_helpers.h"
 #include "suffix/file_name_rec.h"
 
@@ -18,22 +17,6 @@ std::string Join(const std::string& folder, const std::string& name) {
 }
 
 bool IsList(const std::string& text) { return TrimLeftBlanks(text).starts_with('"'); }
-
-void AddListing(std::vector<std::string>& out, const std::string& folder, std::string_view pattern) {
-  for (const std::string& file : ListFolder(folder, pattern).files) out.push_back(Join(folder, file));
-}
-
-// The files a single name stands for in the report's several-files list.
-void Expand(std::vector<std::string>& out, const std::string& name, const ConversionSettings& settings) {
-  if (HasWildcard(name)) {
-    const std::string folder = GetParentFolder(name);
-    if (!folder.empty()) AddListing(out, folder, std::string_view(name).substr(name.rfind('/') + 1));
-  } else if (IsFolder(name)) {
-    if ((settings.FileMode & file_mode::kFolderSelect) != 0) AddListing(out, name, {});
-  } else if (IsFile(name)) {
-    out.push_back(name);
-  }
-}
 
 }  // namespace
 
@@ -60,10 +43,12 @@ InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey, co
   if (IsList(boxText)) {
     std::vector<std::string> outputs;
     for (const std::string& name : CommaToDim(boxText)) {
+      if (name.empty()) return proposal;  // no list to propose
       std::string out = ProposeOutputFor(name, survey, settings, table, sink);
-      if (out.empty()) return proposal;  // a name that names nothing: no list to propose
+      // A name that names nothing stays in the list as its own output, so the
+      // two lists still pair up and the run can say which input is missing.
+      if (out.empty()) out = name;
       outputs.push_back(std::move(out));
-      Expand(proposal.expanded, name, settings);
     }
     if (!outputs.empty()) proposal.output = QuotedList(outputs);
     return proposal;
@@ -71,10 +56,6 @@ InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey, co
   const std::string name = NormalizeEntry(boxText);
   std::string out = ProposeOutputFor(name, survey, settings, table, sink);
   if (!out.empty()) proposal.output = std::move(out);
-  if (HasWildcard(name) || IsFolder(name)) {
-    Expand(proposal.expanded, name, settings);
-    return proposal;
-  }
   if (IsFile(name)) {
     MacBinaryInfo info;
     std::uint16_t flags = 0;

@@ -18,7 +18,6 @@ namespace ferrox::ui {
 struct InputProposal {
   std::optional<std::string> output;        // the output entry; none = leave the box alone
   std::optional<CheckBoxes> boxes;          // none = leave the check boxes alone
-  std::vector<std::string> expanded;        // the files a folder, wildcard or list names
 };
 
 // The output for one input name: a MacBinary file goes to its Mac name (made

@@ -6,6 +6,7 @@
 #include <QApplication>
 
 int main(int argc, char* argv[]) {
+  ferrox::ui::PreferPortalFileDialogs();
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Ferrox"));
   QStringList arguments = QApplication::arguments();

@@ -12,6 +12,7 @@
 #include "suffix/file_name_rec.h"
 #include "ui/about_dialog.h"
 #include "ui/file_dialog.h"
+#include "ui/fixed_font.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/help_window.h"
 #include "ui/input_proposal.h"
@@ -22,11 +23,13 @@
 #include "ui/setup2_dialog.h"
 #include "ui/setup_dialog.h"
 #include "ui/suffix_set_dialog.h"
+#include "ui/text_preview.h"
 
 // Qt
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QDesktopServices>
 #include <QFrame>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -34,6 +37,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTimer>
+#include <QUrl>
 #include <QVBoxLayout>
 
 namespace ferrox::ui {
@@ -101,12 +105,12 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   txtInFile_ = new PathBox(PathBox::DropMode::List, this);
   txtInFile_->setObjectName(QStringLiteral("txtInFile"));
   inLabel->setBuddy(txtInFile_);
-  comInFile_ = MakeButton(this, "comInFile", QStringLiteral("参照..."));
+  comInFile_ = MakeButton(this, "comInFile", QStringLiteral("参照(&B)..."));
   auto* outLabel = new QLabel(QStringLiteral("出力ﾌｧｲﾙ(&O)："), this);
   txtOutFile_ = new PathBox(PathBox::DropMode::List, this);
   txtOutFile_->setObjectName(QStringLiteral("txtOutFile"));
   outLabel->setBuddy(txtOutFile_);
-  comOutFile_ = MakeButton(this, "comOutFile", QStringLiteral("参照..."));
+  comOutFile_ = MakeButton(this, "comOutFile", QStringLiteral("参照(&W)..."));
 
   chkMBCut_ = new QCheckBox(QStringLiteral("MacBinaryを外す(&M)"), this);
   chkMBCut_->setObjectName(QStringLiteral("chkMBCut"));
@@ -123,6 +127,7 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   lblInfo_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
   lblInfo_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   lblInfo_->setWordWrap(true);
+  lblInfo_->setFont(JapaneseFixedFont());  // the report's columns line up as in the report window
   auto* infoArea = new QScrollArea(this);
   infoArea->setWidget(lblInfo_);
   infoArea->setWidgetResizable(true);
@@ -134,6 +139,18 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   lblCnvSub_ = meta->outer;
   lblCnvSub2_ = meta->inner;
   picCnvMeta_->hide();
+
+  summary_ = new QFrame(this);
+  summary_->setObjectName(QStringLiteral("fraSummary"));
+  summary_->setFrameStyle(QFrame::StyledPanel | QFrame::Plain);
+  lblSummary_ = new QLabel(summary_);
+  lblSummary_->setObjectName(QStringLiteral("lblSummary"));
+  lblSummary_->setWordWrap(true);
+  cmdOpenOutput_ = MakeButton(summary_, "cmdOpenOutput", QStringLiteral("出力ﾌｫﾙﾀﾞを開く(&F)"));
+  auto* summaryRow = new QHBoxLayout(summary_);
+  summaryRow->addWidget(lblSummary_, 1);
+  summaryRow->addWidget(cmdOpenOutput_);
+  summary_->hide();
 
   comFerrox_ = MakeButton(this, "comFerrox", QStringLiteral("変換(&C)"));
   comFerrox_->setDefault(true);
@@ -168,7 +185,13 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   layout->addLayout(checks);
   layout->addWidget(lblInfolbl_);
   layout->addLayout(info, 1);
+  layout->addWidget(summary_);
   layout->addLayout(buttons);
+  QWidget* const tabOrder[] = {txtInFile_, comInFile_, txtOutFile_,    comOutFile_, chkMBCut_, chkTextCnv_,
+                               cmdInfo_,   comFerrox_, cmdOpenOutput_, comVirsion_, cmdHelp_,  cmdExit_};
+  for (std::size_t i = 1; i < std::size(tabOrder); ++i) {
+    setTabOrder(tabOrder[i - 1], tabOrder[i]);
+  }
   resize(560, 380);
 
   inputTimer_ = new QTimer(this);
@@ -177,6 +200,17 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   connect(inputTimer_, &QTimer::timeout, this, &MainWindow::txtInFile_Change);
   connect(txtInFile_, &QLineEdit::textEdited, inputTimer_, qOverload<>(&QTimer::start));
   connect(txtInFile_, &PathBox::dropped, this, &MainWindow::txtInFile_Change);
+  connect(txtInFile_, &QLineEdit::textEdited, this, &MainWindow::HideSummary);
+  connect(txtOutFile_, &QLineEdit::textEdited, this, &MainWindow::HideSummary);
+  // Enter in a path box is the default button, as in a dialog.
+  for (PathBox* pathBox : {txtInFile_, txtOutFile_}) {
+    connect(pathBox, &QLineEdit::returnPressed, this, [this] {
+      if (comFerrox_->isEnabled()) comFerrox_->click();
+    });
+  }
+  // A history entry picked from the input box's list is a new input.
+  connect(txtInFile_, &PathBox::historyPicked, this, &MainWindow::txtInFile_Change);
+  connect(cmdOpenOutput_, &QPushButton::clicked, this, &MainWindow::cmdOpenOutput_Click);
   connect(comInFile_, &QPushButton::clicked, this, &MainWindow::comInFile_Click);
   connect(comOutFile_, &QPushButton::clicked, this, &MainWindow::comOutFile_Click);
   connect(comFerrox_, &QPushButton::clicked, this, &MainWindow::comFerrox_Click);
@@ -184,6 +218,8 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   connect(comVirsion_, &QPushButton::clicked, this, &MainWindow::comVirsion_Click);
   connect(cmdHelp_, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kMain); });
   connect(cmdExit_, &QPushButton::clicked, this, &QWidget::close);
+  paths_ = LoadPathMemory(store_.SettingsFile());
+  LoadHistories();
 }
 
 MainWindow::~MainWindow() = default;
@@ -274,14 +310,33 @@ void MainWindow::txtInFile_Change() {
     chkTextCnv_->setChecked(proposal.boxes->textCnv);
     chkMBCut_->setChecked(proposal.boxes->mbCut);
   }
+  ShowInfo();
+}
+
+void MainWindow::ShowInfo() {
+  const std::string entry = InFileText();
   const ConversionSettings& s = store_.Settings;
   const SuffixTable& table = store_.Suffixes;
   const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
     const int row = SuffixTableSearch(table, type, creator);
     return row < 0 ? nullptr : &table[static_cast<std::size_t>(row)];
   };
-  const std::string report = InfoTextSet(survey_, NormalizeEntry(entry), proposal.expanded,
-                                         {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
+  const std::string name = NormalizeEntry(entry);
+  // Several files: the very files a run of the two boxes would convert.
+  std::vector<std::string> planned;
+  if (!IsFile(name) && !TrimBlanks(entry).empty()) planned = driver_->PlannedInputs();
+  std::string report =
+      InfoTextSet(survey_, name, planned, {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
+  if (!report.empty() && IsFile(name)) {
+    QString tie = TieWarning(name, survey_, s);
+    if (!tie.isEmpty()) report += "\r\n" + tie.replace(QLatin1Char('\n'), QStringLiteral("\r\n")).toStdString() + "\r\n";
+  }
+  if (!report.empty() && (s.ConvMode & conv_mode::kGaijiTable) != 0) {
+    const std::string gaijiTable = store_.GaijiTablePath();
+    if (!IsFile(gaijiTable)) {
+      report += "\r\n外字変換定義ﾌｧｲﾙ [" + gaijiTable + "] が見つかりません。外字は全て〓になります。\r\n";
+    }
+  }
   lastReport_ = QString::fromStdString(report);
   QString shown = lastReport_;
   shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
@@ -306,7 +361,9 @@ void MainWindow::SurveyForBatch() {
 
 void MainWindow::comFerrox_Click() {
   inputTimer_->stop();
+  HideSummary();
   const int result = driver_->Ferrox_Click_Etc(true);
+  if (result == 0) RunFinished();
   switch (result) {
     case -3:
       if (chkTextCnv_->isEnabled()) chkTextCnv_->setFocus();
@@ -334,13 +391,21 @@ void MainWindow::cmdInfo_Click() {
     if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) flags = word;
   }
   ReportWindow report(lastReport_, txtInFile_->text(), flags, this);
+  if (flags) {
+    const QString head = ConvertedHead({name, chkTextCnv_->isChecked()}, survey_, store_.Settings, &store_.Gaiji);
+    report.SetPreview(head, TieWarning(name, survey_, store_.Settings));
+  }
   report.exec();
 }
 
 void MainWindow::comInFile_Click() {
-  const QStringList chosen = ShowFileDialog(
-      {this, FileDialogMode::OpenMany, QStringLiteral("入力ﾌｧｲﾙの選択"), kFilterAll, txtInFile_->text()});
+  const QString start = txtInFile_->text().trimmed().startsWith(QLatin1Char('"')) || txtInFile_->text().isEmpty()
+                            ? QString::fromStdString(paths_.inFolder)
+                            : txtInFile_->text();
+  const QStringList chosen =
+      ShowFileDialog({this, FileDialogMode::OpenMany, QStringLiteral("入力ﾌｧｲﾙの選択"), kFilterAll, start});
   if (chosen.isEmpty()) return;
+  paths_.inFolder = GetParentFolder(chosen.first().toStdString());
   txtInFile_->SetTextAtEnd(JoinEntry(chosen));
   txtInFile_Change();
 }
@@ -348,11 +413,16 @@ void MainWindow::comInFile_Click() {
 void MainWindow::comOutFile_Click() {
   const std::string in = NormalizeEntry(InFileText());
   const bool folder = HasWildcard(in) || IsFolder(in);
+  const QString start = txtOutFile_->text().trimmed().startsWith(QLatin1Char('"')) || txtOutFile_->text().isEmpty()
+                            ? QString::fromStdString(paths_.outFolder)
+                            : txtOutFile_->text();
   const QStringList chosen =
       ShowFileDialog({this, folder ? FileDialogMode::Folder : FileDialogMode::Save,
                       folder ? QStringLiteral("出力ﾌｫﾙﾀﾞの選択") : QStringLiteral("出力ﾌｧｲﾙの選択"),
-                      kFilterAll, txtOutFile_->text()});
-  if (!chosen.isEmpty()) txtOutFile_->SetTextAtEnd(chosen.first());
+                      kFilterAll, start});
+  if (chosen.isEmpty()) return;
+  txtOutFile_->SetTextAtEnd(chosen.first());
+  paths_.outFolder = folder ? chosen.first().toStdString() : GetParentFolder(chosen.first().toStdString());
 }
 
 void MainWindow::comVirsion_Click() {
@@ -384,6 +454,64 @@ void MainWindow::OpenAbout(QWidget* owner) {
   dialog.exec();
 }
 
+// ---- after a run ----------------------------------------------------------
+
+namespace {
+
+// The folder that holds what a run wrote: the output folder itself, or the
+// folder of the (first) output file.
+std::string OutputFolderOf(const std::string& outBox) {
+  const std::vector<std::string> outputs = TrimLeftBlanks(outBox).starts_with('"')
+                                               ? CommaToDim(outBox)
+                                               : std::vector<std::string>{NormalizeEntry(outBox)};
+  if (outputs.empty() || outputs.front().empty()) return {};
+  const std::string& first = outputs.front();
+  if (IsFolder(first)) return first;
+  const std::string parent = GetParentFolder(first);
+  return parent.empty() ? CurrentFolder() : parent;
+}
+
+}  // namespace
+
+void MainWindow::RunFinished() {
+  const ConvDriver::Tally& tally = driver_->LastRun();
+  lblSummary_->setText(QStringLiteral("変換完了：テキスト変換 %1 個、そのままコピー %2 個、変換不要 %3 個")
+                           .arg(tally.converted)
+                           .arg(tally.copied)
+                           .arg(tally.skipped));
+  outputFolder_ = QString::fromStdString(OutputFolderOf(OutFileText()));
+  cmdOpenOutput_->setEnabled(!outputFolder_.isEmpty());
+  summary_->show();
+
+  PathMemory::Remember(paths_.inHistory, InFileText());
+  PathMemory::Remember(paths_.outHistory, OutFileText());
+  const std::string in = NormalizeEntry(InFileText());
+  if (!TrimLeftBlanks(InFileText()).starts_with('"')) {
+    paths_.inFolder = IsFolder(in) ? in : GetParentFolder(in);
+  }
+  if (!outputFolder_.isEmpty()) paths_.outFolder = outputFolder_.toStdString();
+  LoadHistories();
+}
+
+void MainWindow::HideSummary() { summary_->hide(); }
+
+void MainWindow::cmdOpenOutput_Click() {
+  if (outputFolder_.isEmpty()) return;
+  if (!QDesktopServices::openUrl(QUrl::fromLocalFile(outputFolder_))) {
+    Exclaim(this, QStringLiteral("ﾌｫﾙﾀﾞ [") + outputFolder_ + QStringLiteral("] を開けませんでした"));
+  }
+}
+
+void MainWindow::LoadHistories() {
+  const auto toList = [](const std::vector<std::string>& history) {
+    QStringList list;
+    for (const std::string& entry : history) list << QString::fromStdString(entry);
+    return list;
+  };
+  txtInFile_->SetHistory(toList(paths_.inHistory));
+  txtOutFile_->SetHistory(toList(paths_.outHistory));
+}
+
 // ---- life cycle ----------------------------------------------------------
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -394,7 +522,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   }
   store_.Settings.Left = x();
   store_.Settings.Top = y();
-  if (!store_.Save()) {
+  if (!store_.Save() || !SavePathMemory(store_.SettingsFile(), paths_)) {
     Exclaim(this, QStringLiteral("設定ﾌｧｲﾙ [") + QString::fromStdString(store_.SettingsFile()) +
                       QStringLiteral("] に保存できませんでした"));
   }
@@ -426,6 +554,13 @@ QString MainWindow::EntryFromArguments() const {
 
 void MainWindow::Form_Activate() {
   if (!activationPending_) return;
+  if (convBusy_) {
+    // A run began before the first activation came round (it pumps events):
+    // the run's forced automatic bit is not the user's, and the command line
+    // must not start a second run inside it.
+    activationPending_ = false;
+    return;
+  }
   const std::uint16_t exec = store_.Settings.ExecMode;
   const bool automatic = (exec & exec_mode::kAuto) != 0;
   if (automatic) {
@@ -442,10 +577,14 @@ void MainWindow::Form_Activate() {
   if (automatic) {
     QCoreApplication::processEvents();
     const int result = driver_->Ferrox_Click_Etc(false);
-    if (result == 0) Beep();
     // A run refused before it started leaves the flag set; the window is idle now.
     convBusy_ = false;
     activationPending_ = false;
+    if (result == 0) {
+      Beep();
+      RunFinished();
+    }
+    ShowInfo();  // the panel shows the last file of the run, not the first
     if ((exec & exec_mode::kEndAfterAuto) != 0 || result == -6) {
       close();
       return;

@@ -8,6 +8,7 @@
 // ferrox
 #include "analysis/file_survey.h"
 #include "app/conv_window.h"
+#include "app/path_memory.h"
 
 // Qt
 #include <QElapsedTimer>
@@ -61,6 +62,8 @@ class MainWindow : public QWidget, public ConvWindow {
   void cmdInfo_Click();
   // Surveys the input box and proposes the output and the check boxes.
   void txtInFile_Change();
+  // Opens the folder of the last run's output in the file manager.
+  void cmdOpenOutput_Click();
 
   // Shortest time between two event pumps during long work.
   static constexpr int kPumpIntervalMs = 25;
@@ -83,6 +86,12 @@ class MainWindow : public QWidget, public ConvWindow {
   void OpenSetup2(QWidget* owner);
   void OpenAbout(QWidget* owner);
   void SurveyForBatch();
+  // The information panel and the report of the input box as it stands.
+  void ShowInfo();
+  // After a run that ended well: what it did, the output folder, the histories.
+  void RunFinished();
+  void HideSummary();
+  void LoadHistories();
   [[nodiscard]] QString EntryFromArguments() const;
 
   SettingsStore& store_;
@@ -113,6 +122,11 @@ class MainWindow : public QWidget, public ConvWindow {
   QPushButton* comVirsion_;
   QPushButton* cmdExit_;
   QTimer* inputTimer_;
+  QFrame* summary_;
+  QLabel* lblSummary_;
+  QPushButton* cmdOpenOutput_;
+  QString outputFolder_;  // of the last run, for cmdOpenOutput
+  PathMemory paths_;
 
   // Saved by ProgressPanel(true), put back by ProgressPanel(false).
   bool savedMBCutEnabled_ = true;

@@ -3,9 +3,13 @@
 #include "ui/path_box.h"
 
 // Qt
+#include <QAbstractItemView>
+#include <QCompleter>
 #include <QDragEnterEvent>
+#include <QKeyEvent>
 #include <QDropEvent>
 #include <QMimeData>
+#include <QStringListModel>
 #include <QUrl>
 
 namespace ferrox::ui {
@@ -29,8 +33,39 @@ QString JoinEntry(const QStringList& paths) {
   return quoted.join(QLatin1Char(','));
 }
 
-PathBox::PathBox(DropMode mode, QWidget* parent) : QLineEdit(parent), mode_(mode) {
+PathBox::PathBox(DropMode mode, QWidget* parent)
+    : QLineEdit(parent), mode_(mode), history_(new QStringListModel(this)) {
   setAcceptDrops(true);
+  auto* completer = new QCompleter(history_, this);
+  completer->setCaseSensitivity(Qt::CaseSensitive);  // Linux names differ by case
+  completer->setCompletionMode(QCompleter::PopupCompletion);
+  setCompleter(completer);
+  connect(completer, qOverload<const QString&>(&QCompleter::activated), this, [this](const QString& entry) {
+    SetTextAtEnd(entry);
+    emit historyPicked();
+  });
+}
+
+void PathBox::SetHistory(const QStringList& entries) { history_->setStringList(entries); }
+
+QStringList PathBox::History() const { return history_->stringList(); }
+
+void PathBox::keyPressEvent(QKeyEvent* event) {
+  // Enter while the history list is open picks the entry and does not
+  // convert: left unaccepted, the key goes back to the list, which takes it.
+  const bool listShown = completer() != nullptr && completer()->popup()->isVisible();
+  if (listShown && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
+    event->ignore();
+    return;
+  }
+  QCompleter* list = completer();
+  const bool down = event->key() == Qt::Key_Down && (event->modifiers() & ~Qt::KeypadModifier) == 0;
+  if (down && list != nullptr && history_->rowCount() > 0 && !list->popup()->isVisible()) {
+    list->setCompletionPrefix(QString());
+    list->complete();
+    return;
+  }
+  QLineEdit::keyPressEvent(event);
 }
 
 void PathBox::SetTextAtEnd(const QString& text) {

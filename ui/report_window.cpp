@@ -2,9 +2,12 @@
 
 #include "ui/report_window.h"
 
+#include <algorithm>
+
 // ferrox
 #include "text/cp932.h"
 #include "ui/file_dialog.h"
+#include "ui/fixed_font.h"
 #include "ui/help_window.h"
 #include "ui/message_box.h"
 
@@ -12,7 +15,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QFileInfo>
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -46,7 +48,7 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   text_->setObjectName(QStringLiteral("txtReport"));
   text_->setReadOnly(true);
   text_->setLineWrapMode(QPlainTextEdit::NoWrap);
-  text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+  text_->setFont(JapaneseFixedFont());
   QString shown = report;
   shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
   text_->setPlainText(shown);
@@ -55,6 +57,19 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   flagLine->setObjectName(QStringLiteral("lblFlags"));
   flagLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
   flagLine->setVisible(flags.has_value());
+
+  previewLabel_ = new QLabel(QStringLiteral("変換後の先頭(&P)："), this);
+  preview_ = new QPlainTextEdit(this);
+  preview_->setObjectName(QStringLiteral("txtPreview"));
+  preview_->setReadOnly(true);
+  preview_->setLineWrapMode(QPlainTextEdit::NoWrap);
+  preview_->setFont(JapaneseFixedFont());
+  previewLabel_->setBuddy(preview_);
+  tieWarning_ = new QLabel(this);
+  tieWarning_->setObjectName(QStringLiteral("lblTieWarning"));
+  tieWarning_->setWordWrap(true);
+  tieWarning_->setStyleSheet(QStringLiteral("color: #b00000;"));
+  for (QWidget* part : std::initializer_list<QWidget*>{previewLabel_, preview_, tieWarning_}) part->hide();
 
   auto* copy = new QPushButton(QStringLiteral("コピー(&C)"), this);
   copy->setObjectName(QStringLiteral("cmdCopy"));
@@ -65,6 +80,7 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   auto* close = new QPushButton(QStringLiteral("閉じる"), this);
   close->setObjectName(QStringLiteral("cmdExit"));
   close->setDefault(true);
+  setTabOrder(text_, preview_);
   connect(copy, &QPushButton::clicked, this, &ReportWindow::CopyReport);
   connect(save, &QPushButton::clicked, this, &ReportWindow::cmdSave_Click);
   connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kReport); });
@@ -77,10 +93,22 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   buttons->addWidget(help);
   buttons->addWidget(close);
   auto* layout = new QVBoxLayout(this);
-  layout->addWidget(text_, 1);
+  layout->addWidget(text_, 2);
   layout->addWidget(flagLine);
+  layout->addWidget(tieWarning_);
+  layout->addWidget(previewLabel_);
+  layout->addWidget(preview_, 1);
   layout->addLayout(buttons);
   resize(600, 420);
+}
+
+void ReportWindow::SetPreview(const QString& head, const QString& warning) {
+  preview_->setPlainText(head);
+  tieWarning_->setText(warning);
+  tieWarning_->setVisible(!warning.isEmpty());
+  previewLabel_->show();
+  preview_->show();
+  resize(width(), std::max(height(), 560));
 }
 
 void ReportWindow::CopyReport() {

@@ -8,6 +8,7 @@
 // Qt
 #include <QDialog>
 
+class QLabel;
 class QPlainTextEdit;
 
 namespace ferrox::ui {
@@ -20,6 +21,10 @@ class ReportWindow : public QDialog {
   ReportWindow(const QString& report, const QString& inputPath, std::optional<std::uint16_t> flags,
                QWidget* parent = nullptr);
 
+  // Shows the converted head of the file under the report, with the code
+  // warning of the survey when there is one.
+  void SetPreview(const QString& head, const QString& warning);
+
   void CopyReport();
   // Writes the report as CP932 with CR LF; false (after a message) on failure.
   bool SaveReport(const QString& path);
@@ -30,6 +35,9 @@ class ReportWindow : public QDialog {
   QString report_;
   QString inputPath_;
   QPlainTextEdit* text_;
+  QLabel* previewLabel_;
+  QPlainTextEdit* preview_;
+  QLabel* tieWarning_;
 };
 
 // The survey flag word as the report window prints it, with its legend.

@@ -37,27 +37,27 @@ Setup2Dialog::Setup2Dialog(ConversionSettings& settings, QWidget* parent)
                          std::max(0, settings.ChkSize), QStringLiteral(" Byte"));
   txtBinRate_ = MakeSpin(survey, "txtBinRate", 0, 100, std::max<int>(0, settings.BinRate), QStringLiteral(" ％"));
   auto* surveyForm = new QFormLayout(survey);
-  surveyForm->addRow(QStringLiteral("調査するサイズ："), txtChkSize_);
-  surveyForm->addRow(QStringLiteral("バイナリーの許容率："), txtBinRate_);
+  surveyForm->addRow(QStringLiteral("調査するサイズ(&C)："), txtChkSize_);
+  surveyForm->addRow(QStringLiteral("バイナリーの許容率(&B)："), txtBinRate_);
 
   auto* naming = new QGroupBox(QStringLiteral("ファイル名"), this);
   chkFncChar_ = MakeCheck(naming, "chkFncChar",
-                          QStringLiteral("ファイル名に使えない文字を全角にせず置換文字にする"),
+                          QStringLiteral("ファイル名に使えない文字を全角にせず置換文字にする(&N)"),
                           settings.ConvMode & conv_mode::kFncChar);
   txtFNCChar_ = new QLineEdit(QString::fromStdString(settings.FNCChar), naming);
   txtFNCChar_->setObjectName(QStringLiteral("txtFNCChar"));
   txtFNCChar_->setMaxLength(1);
   txtFNCChar_->setMaximumWidth(48);
   auto* namingForm = new QFormLayout;
-  namingForm->addRow(QStringLiteral("置換文字："), txtFNCChar_);
+  namingForm->addRow(QStringLiteral("置換文字(&P)："), txtFNCChar_);
   auto* namingLayout = new QVBoxLayout(naming);
   namingLayout->addWidget(chkFncChar_);
   namingLayout->addLayout(namingForm);
 
   auto* start = new QGroupBox(QStringLiteral("起動時の動作"), this);
-  chkAuto_ = MakeCheck(start, "chkAuto", QStringLiteral("起動時にコマンドラインのファイルを自動変換する"),
+  chkAuto_ = MakeCheck(start, "chkAuto", QStringLiteral("起動時にコマンドラインのファイルを自動変換する(&A)"),
                        settings.ExecMode & exec_mode::kAuto);
-  chkAutoEnd_ = MakeCheck(start, "chkAutoEnd", QStringLiteral("自動変換が終わったら終了する"),
+  chkAutoEnd_ = MakeCheck(start, "chkAutoEnd", QStringLiteral("自動変換が終わったら終了する(&E)"),
                           settings.ExecMode & exec_mode::kEndAfterAuto);
   chkAutoEnd_->setEnabled(chkAuto_->isChecked());
   connect(chkAuto_, &QCheckBox::toggled, chkAutoEnd_, &QWidget::setEnabled);

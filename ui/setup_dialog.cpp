@@ -29,17 +29,19 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   const std::uint16_t fm = settings.FileMode;
 
   auto* text = new QGroupBox(QStringLiteral("テキストの変換"), this);
-  chkJisEuc_ = MakeCheck(text, "chkJisEuc", QStringLiteral("JIS/EUCを認識する(シフトJISに変換)"),
+  chkJisEuc_ = MakeCheck(text, "chkJisEuc", QStringLiteral("JIS/EUCを認識する(シフトJISに変換)(&J)"),
                          cm & conv_mode::kFull);
-  chkGaijiChar_ = MakeCheck(text, "chkGaijiChar", QStringLiteral("外字を文字扱いする"),
+  chkGaijiChar_ = MakeCheck(text, "chkGaijiChar", QStringLiteral("外字を文字扱いする(&K)"),
                             cm & conv_mode::kGaijiAsChar);
-  chkEof_ = MakeCheck(text, "chkEof", QStringLiteral("テキストファイルの場合は終端に EOF を付加する"),
+  chkEof_ = MakeCheck(text, "chkEof", QStringLiteral("テキストファイルの場合は終端に EOF を付加する(&E)"),
                       cm & conv_mode::kAppendEof);
   txtLineSize_ = MakeSpin(text, "txtLineSize", 0, std::numeric_limits<std::int16_t>::max(),
                           std::max<int>(0, settings.LineSize), QStringLiteral(" Byte"));
   auto* gaiji = MakeButton(text, "cmdGaiji", QStringLiteral("外字の変換設定(&G)..."));
   auto* lineRow = new QHBoxLayout;
-  lineRow->addWidget(new QLabel(QStringLiteral("1行の最大長："), text));
+  auto* lineLabel = new QLabel(QStringLiteral("1行の最大長(&L)："), text);
+  lineLabel->setBuddy(txtLineSize_);
+  lineRow->addWidget(lineLabel);
   lineRow->addWidget(txtLineSize_);
   lineRow->addWidget(new QLabel(QStringLiteral("（0=制限無し）"), text));
   lineRow->addStretch(1);
@@ -53,9 +55,9 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   const bool backup = fm & file_mode::kBackup;
   const bool trash = !backup && (fm & file_mode::kTrash);
   auto* existing = new QGroupBox(QStringLiteral("出力ファイルが既にある場合"), this);
-  optBackup_ = MakeRadio(existing, "optBackup", QStringLiteral("拡張子を .bak にして残す"), backup);
-  optTrash_ = MakeRadio(existing, "optTrash", QStringLiteral("ごみ箱に移す"), trash);
-  optDelete_ = MakeRadio(existing, "optDelete", QStringLiteral("削除する"), !backup && !trash);
+  optBackup_ = MakeRadio(existing, "optBackup", QStringLiteral("拡張子を .bak にして残す(&B)"), backup);
+  optTrash_ = MakeRadio(existing, "optTrash", QStringLiteral("ごみ箱に移す(&T)"), trash);
+  optDelete_ = MakeRadio(existing, "optDelete", QStringLiteral("削除する(&R)"), !backup && !trash);
   auto* existingLayout = new QHBoxLayout(existing);
   existingLayout->addWidget(optBackup_);
   existingLayout->addWidget(optTrash_);
@@ -63,16 +65,16 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   existingLayout->addStretch(1);
 
   auto* files = new QGroupBox(QStringLiteral("ファイルの扱い"), this);
-  chkFolder_ = MakeCheck(files, "chkFolder", QStringLiteral("フォルダ選択を有効にする"),
+  chkFolder_ = MakeCheck(files, "chkFolder", QStringLiteral("フォルダ選択を有効にする(&F)"),
                          fm & file_mode::kFolderSelect);
   chkMacDates_ = MakeCheck(files, "chkMacDates",
-                           QStringLiteral("MacBinaryの作成日時・更新日時を出力ファイルに付ける"),
+                           QStringLiteral("MacBinaryの作成日時・更新日時を出力ファイルに付ける(&M)"),
                            fm & file_mode::kMacDates);
   chkUnknownName_ = MakeCheck(files, "chkUnknownName",
-                              QStringLiteral("不明なタイプのファイル名を 名前(クリエータ).タイプ にする"),
+                              QStringLiteral("不明なタイプのファイル名を 名前(クリエータ).タイプ にする(&N)"),
                               fm & file_mode::kUnknownName);
   chkDeleteInput_ = MakeCheck(files, "chkDeleteInput",
-                              QStringLiteral("変換が終わったら入力ファイルを削除する"),
+                              QStringLiteral("変換が終わったら入力ファイルを削除する(&I)"),
                               fm & file_mode::kDeleteInput);
   auto* suffix = MakeButton(files, "cmdSuffix", QStringLiteral("拡張子の設定(&S)..."));
   auto* filesLayout = new QVBoxLayout(files);

@@ -7,13 +7,17 @@
 // ferrox
 #include "app/settings_store.h"
 #include "text/cp932.h"
+#include "ui/app_icon.h"
 #include "ui/main_window.h"
 #include "ui/message_box.h"
 
 // Qt
 #include <QApplication>
+#include <QFileInfo>
 #include <QGuiApplication>
+#include <QLibraryInfo>
 #include <QScreen>
+#include <QTranslator>
 
 namespace ferrox::ui {
 namespace {
@@ -38,17 +42,41 @@ QPoint VisiblePosition(const ConversionSettings& s, const QSize& size) {
 
 }  // namespace
 
-bool CheckJapaneseRuntime(QWidget* owner) {
-  if (cp932::Available()) return true;
+bool CheckJapaneseRuntime(QWidget* owner, bool available) {
+  if (available) return true;
   ShowMessage({owner, MsgKind::Critical, QApplication::applicationDisplayName() + QStringLiteral(" 起動エラー"),
-               QStringLiteral("必要な DLL ファイル VB5JP.DLL が見つかりませんでした。"), QMessageBox::Ok,
-               QMessageBox::Ok});
+               QStringLiteral("必要な CP932 の変換機能 (C ライブラリの iconv) が見つかりませんでした。"),
+               QMessageBox::Ok, QMessageBox::Ok});
   return false;
+}
+
+void PreferPortalFileDialogs() {
+  if (qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME") || qEnvironmentVariableIsEmpty("XDG_CURRENT_DESKTOP")) {
+    return;
+  }
+  const QString plugin = QLibraryInfo::path(QLibraryInfo::PluginsPath) +
+                         QStringLiteral("/platformthemes/libqxdgdesktopportal.so");
+  // Without a running portal the theme falls back to Qt's own dialog.
+  if (QFileInfo::exists(plugin)) qputenv("QT_QPA_PLATFORMTHEME", "xdgdesktopportal");
+}
+
+bool LoadQtJapanese() {
+  // Every text of the program is Japanese whatever the locale, so Qt's are too.
+  auto* translator = new QTranslator(qApp);
+  if (!translator->load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+    delete translator;
+    return false;
+  }
+  QCoreApplication::installTranslator(translator);
+  return true;
 }
 
 int RunFerroxGui(const QStringList& arguments) {
   QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
-  if (!CheckJapaneseRuntime(nullptr)) return 1;
+  QApplication::setWindowIcon(AppIcon());
+  QGuiApplication::setDesktopFileName(QStringLiteral("ferrox-gui"));  // ties the windows to the desktop entry
+  (void)LoadQtJapanese();  // without them the dialogs' own buttons stay English
+  if (!CheckJapaneseRuntime(nullptr, cp932::Available())) return 1;
 
   SettingsStore store;
   const QSize windowSize(560, 380);

@@ -42,10 +42,10 @@ SuffixEditDialog::SuffixEditDialog(Mode mode, const SuffixEntry& row, QWidget* p
   connect(buttons.ok, &QPushButton::clicked, this, &SuffixEditDialog::cmdExit_Click);
 
   auto* form = new QFormLayout;
-  form->addRow(QStringLiteral("拡張子："), txtSuffix_);
-  form->addRow(QStringLiteral("タイプ："), txtType_);
-  form->addRow(QStringLiteral("クリエーター："), txtCreater_);
-  form->addRow(QStringLiteral("説明："), txtDescription_);
+  form->addRow(QStringLiteral("拡張子(&E)："), txtSuffix_);
+  form->addRow(QStringLiteral("タイプ(&T)："), txtType_);
+  form->addRow(QStringLiteral("クリエーター(&R)："), txtCreater_);
+  form->addRow(QStringLiteral("説明(&D)："), txtDescription_);
   auto* layout = new QVBoxLayout(this);
   layout->addLayout(form);
   layout->addLayout(ButtonRow(buttons));

@@ -7,12 +7,12 @@
 // ferrox
 #include "suffix/suffix_edit_rules.h"
 #include "suffix/suffix_pattern.h"
+#include "ui/fixed_font.h"
 #include "ui/help_window.h"
 #include "ui/message_box.h"
 #include "ui/option_widgets.h"
 
 // Qt
-#include <QFontDatabase>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -23,19 +23,6 @@
 #include <QVBoxLayout>
 
 namespace ferrox::ui {
-namespace {
-
-// The list lines are padded in Shift JIS bytes, so a full-width character must
-// be exactly two columns wide: a Japanese fixed-pitch font.
-QFont ListFont() {
-  QFont font(QStringLiteral("IPAGothic"));
-  font.setStyleHint(QFont::Monospace);
-  font.setFixedPitch(true);
-  if (!font.exactMatch()) font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  return font;
-}
-
-}  // namespace
 
 SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& table, bool& changed,
                                  QWidget* parent)
@@ -45,13 +32,13 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   setSizeGripEnabled(true);
 
   auto* header = new QLabel(QStringLiteral(" 拡張子   タイプ   ｸﾘｴｰﾀ    説明"), this);
-  header->setFont(ListFont());
+  header->setFont(JapaneseFixedFont());
   header->setContentsMargins(4, 0, 0, 0);  // the list's frame and item margin
   lblNum_ = new QLabel(this);
   lblNum_->setObjectName(QStringLiteral("lblNum"));
   lstSuffix_ = new QListWidget(this);
   lstSuffix_->setObjectName(QStringLiteral("lstSuffix"));
-  lstSuffix_->setFont(ListFont());
+  lstSuffix_->setFont(JapaneseFixedFont());
   lstSuffix_->setUniformItemSizes(true);
   lstSuffix_->installEventFilter(this);
 
@@ -69,9 +56,9 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   auto* help = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
 
   auto* unknown = new QGroupBox(QStringLiteral("タイプが登録されていないファイル"), this);
-  optPlainName_ = new QRadioButton(QStringLiteral("名前をそのまま使う"), unknown);
+  optPlainName_ = new QRadioButton(QStringLiteral("名前をそのまま使う(&P)"), unknown);
   optPlainName_->setObjectName(QStringLiteral("optAutoSfx0"));
-  optAutoSfx_ = new QRadioButton(QStringLiteral("名前(クリエータ).タイプ にする"), unknown);
+  optAutoSfx_ = new QRadioButton(QStringLiteral("名前(クリエータ).タイプ にする(&T)"), unknown);
   optAutoSfx_->setObjectName(QStringLiteral("optAutoSfx1"));
   const bool autoSfx = (settings.FileMode & file_mode::kUnknownName) != 0;
   optAutoSfx_->setChecked(autoSfx);

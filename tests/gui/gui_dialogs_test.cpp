@@ -1,14 +1,28 @@
-// The options, gaiji and report dialogs: OK stores, bad values refused, Cancel changes nothing.
+// The options, gaiji and report dialogs: OK stores, bad values refused, Cancel changes nothing;
+// help over a modal dialog, keyboard reach, Qt's own texts in Japanese, the start-up check.
 
 #include "convert/gaiji_table.h"
 #include "gui_test_support.h"
 #include "helpers/scratch_dir.h"
+#include "ui/about_dialog.h"
+#include "ui/app_icon.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/report_window.h"
 #include "ui/setup2_dialog.h"
 #include "ui/setup_dialog.h"
+#include "ui/startup.h"
+#include "ui/suffix_edit_dialog.h"
+#include "ui/suffix_set_dialog.h"
 
+#include <QApplication>
 #include <QCheckBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPointer>
+#include <QScrollBar>
+#include <QTextBrowser>
+#include <QTimer>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
@@ -116,6 +130,7 @@ class DialogsTest : public QObject {
       s.ConvMode = before;
       s.GaijiTable = "/old/GaiTbl.txt";
       GaijiTable table;
+      test::ScriptedMessages boxes;
       GaijiDialog dialog(s, table);
       auto* check = Find<QCheckBox>(dialog, "chkGaijiConv");
       auto* path = Find<QLineEdit>(dialog, "txtGaijiTable");
@@ -130,6 +145,28 @@ class DialogsTest : public QObject {
       QCOMPARE(s.GaijiTable, std::string(records > 1 ? file : "/old/GaiTbl.txt"));
       QCOMPARE(table.Records().size(), records);
       if (records > 1) QCOMPARE(table.GaijiTableSearch(0x87, 0x41), std::size_t{2});
+      QVERIFY(boxes.texts.isEmpty());
+    }
+    // A table that is not there is refused while replacement is on: the
+    // dialog stays open and nothing is stored. Off, any path is kept as typed.
+    for (const bool checked : {true, false}) {
+      ConversionSettings s;
+      s.ConvMode = 12;
+      GaijiTable table;
+      test::ScriptedMessages boxes;
+      GaijiDialog dialog(s, table);
+      dialog.show();
+      Find<QCheckBox>(dialog, "chkGaijiConv")->setChecked(checked);
+      Find<QLineEdit>(dialog, "txtGaijiTable")->setText(QString::fromStdString(dir.Path().string() + "/nosuch.txt"));
+      Find<QPushButton>(dialog, "cmdExit")->click();
+      QCOMPARE(dialog.isVisible(), checked);
+      QCOMPARE(boxes.texts.size(), checked ? 1 : 0);
+      if (checked) {
+        QVERIFY(boxes.texts.front().contains(QStringLiteral("nosuch.txt] が見つかりません")));
+        QCOMPARE(s.ConvMode, std::uint16_t{12});
+      } else {
+        QCOMPARE(s.GaijiTable, dir.Path().string() + "/nosuch.txt");
+      }
     }
   }
 
@@ -147,6 +184,100 @@ class DialogsTest : public QObject {
     test::ScriptedMessages boxes;
     QVERIFY(!window.SaveReport(QStringLiteral("/nonexistent-folder/r.txt")));
     QCOMPARE(boxes.kinds, std::vector<MsgKind>{MsgKind::Exclamation});
+  }
+
+  // Help asked for from a modal dialog (here one opened from another) comes
+  // up beside it and takes keys while the dialogs are open, and still does
+  // when the inner one closes; it stays when both are gone.
+  void helpFromModalDialogsIsUsable() {
+    ConversionSettings s;
+    SetupDialog setup(s);
+    setup.move(300, 200);
+    QPointer<QWidget> help;
+    QTextBrowser* text = nullptr;
+    const auto scrolls = [&] {  // a key through the window system, where modal dialogs block other windows
+      text->verticalScrollBar()->setValue(0);
+      QTest::keyClick(help->windowHandle(), Qt::Key_PageDown);
+      return text->verticalScrollBar()->value() > 0;
+    };
+    QList<bool> answered;
+    QTimer::singleShot(0, &setup, [&] {
+      Setup2Dialog inner(s, &setup);
+      QTimer::singleShot(0, &inner, [&] {
+        Find<QPushButton>(inner, "cmdHelp")->click();
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+          if (top->objectName() == QLatin1String("fomHelp") && top->isVisible()) help = top;
+        }
+        if (!help) return inner.reject();
+        QTest::qWait(100);  // laid out and painted
+        text = help->findChild<QTextBrowser*>("txtHelp");
+        text->setFocus();
+        answered << scrolls();
+        inner.reject();
+      });
+      inner.exec();
+      if (help) answered << scrolls();
+      setup.reject();
+    });
+    setup.exec();
+    QVERIFY(help);
+    QCOMPARE(answered, (QList<bool>{true, true}));
+    QVERIFY(help->isVisible());  // closing the dialogs did not take the help with them
+    QVERIFY(help->parentWidget() == nullptr);
+    const QPoint offset = help->geometry().center() - setup.geometry().center();
+    QVERIFY2(offset.manhattanLength() < 300, "help opens beside the dialog, not in a corner");
+    help->close();
+  }
+
+  void startUpCheckNamesWhatIsMissingOnLinux() {
+    test::ScriptedMessages boxes;
+    QVERIFY(CheckJapaneseRuntime(nullptr, true));
+    QVERIFY(boxes.texts.isEmpty());
+    QVERIFY(!CheckJapaneseRuntime(nullptr, false));
+    QCOMPARE(boxes.kinds, std::vector<MsgKind>{MsgKind::Critical});
+    const QString& text = boxes.texts.front();
+    QVERIFY(text.contains(QStringLiteral("CP932")) && text.contains(QStringLiteral("C ライブラリ")) && !text.contains("DLL"));
+  }
+
+  // Every button, check and radio button has its own Alt letter, every text
+  // box a label whose letter takes the focus there, and all are on the Tab
+  // chain. OK, Cancel and Close answer Enter and Esc instead.
+  void everyControlHasAMnemonicAndATabStop() {
+    ConversionSettings s;
+    SuffixTable table;
+    bool changed = false;
+    SetupDialog setup(s);
+    Setup2Dialog setup2(s);
+    GaijiTable gaiji;
+    GaijiDialog gaijiDialog(s, gaiji);
+    SuffixSetDialog suffixes(s, table, changed);
+    SuffixEditDialog edit(SuffixEditDialog::Mode::Append, SuffixEntry{});
+    ReportWindow report(QStringLiteral("r"), QStringLiteral("/tmp/a.txt"), std::uint16_t{0x0112});
+    report.SetPreview(QStringLiteral("p"), {});
+    for (QWidget* dialog : std::initializer_list<QWidget*>{&setup, &setup2, &gaijiDialog, &suffixes, &edit, &report}) {
+      test::CheckKeyboardReach(*dialog);
+    }
+  }
+
+  // The icon's pictures are built into the program (a static library's
+  // resources are easily left out), so the about box never shows a blank.
+  void aboutBoxShowsTheProgramIcon() {
+    AboutDialog about;
+    const QPixmap shown = about.findChild<QLabel*>("imgIcon")->pixmap();
+    QVERIFY(!shown.isNull());
+    QCOMPARE(shown.size(), QSize(64, 64));
+    QVERIFY(AppIcon().availableSizes().contains(QSize(16, 16)));
+  }
+
+  void qtTextsAreJapanese() {
+    QVERIFY(LoadQtJapanese());
+    QMessageBox box(QMessageBox::Question, {}, {}, QMessageBox::Yes | QMessageBox::No);
+    QCOMPARE(box.button(QMessageBox::Yes)->text().remove(QLatin1Char('&')).left(2), QStringLiteral("はい"));
+    QFileDialog chooser;
+    chooser.setOption(QFileDialog::DontUseNativeDialog);
+    auto* nameLabel = chooser.findChild<QLabel*>("fileNameLabel");
+    QVERIFY(nameLabel != nullptr);
+    QVERIFY2(nameLabel->text().contains(QStringLiteral("ファイル名")), qPrintable(nameLabel->text()));
   }
 };
 

@@ -9,12 +9,20 @@
 #include "gui_test_support.h"
 #include "helpers/macbinary_builder.h"
 #include "helpers/scratch_dir.h"
+#include "ui/file_dialog.h"
 #include "ui/main_window.h"
+#include "ui/path_box.h"
+#include "ui/text_preview.h"
 
+#include <QAbstractItemView>
 #include <QCheckBox>
+#include <QCompleter>
 #include <QCloseEvent>
+#include <QDesktopServices>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFontMetrics>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
@@ -104,6 +112,26 @@ void WriteBig(const std::string& path, std::int64_t lines) {
   for (std::int64_t i = 0; i < lines; ++i) f << line;
 }
 
+QString Info(QWidget& w) { return w.findChild<QLabel*>("lblInfo")->text(); }
+
+// Stands for the file manager: records the folders the window asks it to open.
+class FileManager : public QObject {
+  Q_OBJECT
+ public:
+  FileManager() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open"); }
+  ~FileManager() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
+  QStringList opened;
+ public slots:
+  void open(const QUrl& url) { opened << url.toLocalFile(); }
+};
+
+// Shows the window and waits for the automatic run of its first activation.
+void RunAutomatically(MainWindow& w) {
+  w.show();
+  QTRY_VERIFY(!w.ConvBusy() && w.findChild<QPushButton*>("comFerrox")->isEnabled());
+  QTest::qWait(20);
+}
+
 }  // namespace
 
 class MainWindowTest : public QObject {
@@ -142,24 +170,32 @@ class MainWindowTest : public QObject {
     QCOMPARE(OutText(w), QString::fromStdString(QuotedList({euc, box.File("Read Me.txt")})));
   }
 
+  // The convert button, or Enter in either path box; every control has its Alt letter.
   void conversionRunFromTheWindow() {
-    Sandbox box;
-    const std::string in = box.File("euc.txt"), out = box.File("sjis.txt");
-    Write(in, kEucText);
-    test::ScriptedMessages boxes;
-    MainWindow w(box.store, {});
-    w.show();
-    SetPaths(w, in, out);
-    w.findChild<QPushButton*>("comFerrox")->click();
-    QVERIFY2(boxes.texts.isEmpty(), qPrintable(boxes.texts.join('\n')));
-    QCOMPARE(ReadAll(out), kSjisText);
-    QCOMPARE(ReadAll(in), kEucText);
-    QVERIFY(!box.WorkFilesLeft());
-    // The boxes show the user's texts again and the window is idle.
-    QCOMPARE(OutText(w), QString::fromStdString(out));
-    QVERIFY(!w.ConvBusy());
-    QVERIFY(w.findChild<QPushButton*>("comFerrox")->isEnabled());
-    QVERIFY(!w.findChild<QWidget*>("picCnvMeta")->isVisible());
+    for (const char* trigger : {"comFerrox", "txtInFile", "txtOutFile"}) {
+      Sandbox box;
+      const std::string in = box.File("euc.txt"), out = box.File("sjis.txt");
+      Write(in, kEucText);
+      test::ScriptedMessages boxes;
+      MainWindow w(box.store, {});
+      w.show();
+      test::CheckKeyboardReach(w);
+      SetPaths(w, in, out);
+      if (auto* button = w.findChild<QPushButton*>(trigger)) {
+        button->click();
+      } else {
+        QTest::keyClick(Box(w, trigger), Qt::Key_Return);
+      }
+      QVERIFY2(boxes.texts.isEmpty(), qPrintable(boxes.texts.join('\n')));
+      QCOMPARE(ReadAll(out), kSjisText);
+      QCOMPARE(ReadAll(in), kEucText);
+      QVERIFY(!box.WorkFilesLeft());
+      // The boxes show the user's texts again and the window is idle.
+      QCOMPARE(OutText(w), QString::fromStdString(out));
+      QVERIFY(!w.ConvBusy());
+      QVERIFY(w.findChild<QPushButton*>("comFerrox")->isEnabled());
+      QVERIFY(!w.findChild<QWidget*>("picCnvMeta")->isVisible());
+    }
   }
 
   void closeButtonCancelsARunAndLeavesNoPartialOutput() {
@@ -260,6 +296,156 @@ class MainWindowTest : public QObject {
       QCOMPARE(after.Settings.ExecMode, mode);
       QCOMPARE(after.Settings.FileMode, box.store.Settings.FileMode);
       QCOMPARE(store.Settings.FileMode & file_mode::kBatch, 0);
+    }
+  }
+
+  // A missing argument in automatic mode is named, and nothing is converted.
+  void missingArgumentIsNamed() {
+    Sandbox box;
+    box.store.Settings.ExecMode = exec_mode::kAuto;
+    const std::string e = box.File("e.txt"), missing = box.File("nosuch.txt");
+    Write(e, kEucText);
+    test::ScriptedMessages boxes;
+    MainWindow w(box.store, {QString::fromStdString(e), QString::fromStdString(missing)});
+    RunAutomatically(w);
+    QCOMPARE(boxes.texts, QStringList{QString::fromStdString("入力ﾌｧｲﾙ [" + missing + "] が見つかりません")});
+    QCOMPARE(ReadAll(e), kEucText);
+    QVERIFY(!OutText(w).isEmpty());
+  }
+
+  // The survey of a folder lists the files a run converts, subfolders
+  // included, and the summary after the run counts the same files.
+  void folderSurveyListsWhatTheRunConverts() {
+    Sandbox box;
+    const std::string col = box.File("col");
+    for (const char* dir : {"/sub/deep", "/empty"}) fs::create_directories(col + dir);
+    const std::vector<std::string> files = {col + "/a.txt", col + "/sub/b.txt", col + "/sub/c.txt", col + "/sub/deep/d.txt"};
+    for (const std::string& f : files) Write(f, kEucText);
+    test::ScriptedMessages boxes;
+    MainWindow w(box.store, {});
+    w.show();
+    w.SetInFileText(col);  // proposed output: the folder itself
+    QVERIFY2(Info(w).contains(QStringLiteral("以下の 4 個のファイルが変換対象となります。")), qPrintable(Info(w)));
+    for (const std::string& f : files) QVERIFY(Info(w).contains(QString::fromStdString(f)));
+    w.findChild<QPushButton*>("comFerrox")->click();
+    QVERIFY2(boxes.texts.isEmpty(), qPrintable(boxes.texts.join('\n')));
+    for (const std::string& f : files) QCOMPARE(ReadAll(f), kSjisText);
+    QVERIFY(w.findChild<QLabel*>("lblSummary")->isVisible());
+    QVERIFY(w.findChild<QLabel*>("lblSummary")->text().contains(QStringLiteral("テキスト変換 4 個")));
+  }
+
+  // The panel's columns line up like the report window's, and after an
+  // automatic run it shows the last file, not the first.
+  void infoPanelIsFixedPitchAndShowsTheLastFile() {
+    Sandbox box;
+    box.store.Settings.ExecMode = exec_mode::kAuto;
+    const std::string first = box.File("first.txt"), last = box.File("last.txt");
+    Write(first, kEucText);
+    Write(last, "plain ascii\n");
+    test::ScriptedMessages boxes;
+    MainWindow w(box.store, {QString::fromStdString(first), QString::fromStdString(last)});
+    RunAutomatically(w);
+    QVERIFY2(Info(w).contains(QStringLiteral("[last.txt]")), qPrintable(Info(w)));
+    QVERIFY(!Info(w).contains(QStringLiteral("first.txt")));
+    const QFontMetrics metrics(w.findChild<QLabel*>("lblInfo")->font());
+    const int column = metrics.horizontalAdvance(QLatin1Char('1'));
+    QCOMPARE(metrics.horizontalAdvance(QLatin1Char('W')), column);
+    QCOMPARE(metrics.horizontalAdvance(QStringLiteral("日")), 2 * column);
+  }
+
+  // After a run: what happened to each kind of file, and a button that opens
+  // the output folder in the file manager.
+  void summaryAfterARunAndTheOutputFolder() {
+    Sandbox box;
+    const std::string text = box.File("t.txt"), binary = box.File("b.dat");
+    Write(text, kEucText);
+    Write(binary, std::string("\x00\x01\x02\xff\x00\x00binary\x00", 13) + std::string(200, '\0'));
+    fs::create_directories(box.File("out"));
+    test::ScriptedMessages boxes;
+    FileManager files;
+    MainWindow w(box.store, {});
+    w.show();
+    SetPaths(w, QuotedList({text, binary}), QuotedList({box.File("out/t.txt"), box.File("out/b.dat")}));
+    w.findChild<QPushButton*>("comFerrox")->click();
+    QVERIFY2(boxes.texts.isEmpty(), qPrintable(boxes.texts.join('\n')));
+    const QString summary = w.findChild<QLabel*>("lblSummary")->text();
+    QVERIFY2(summary.contains(QStringLiteral("テキスト変換 1 個、そのままコピー 1 個、変換不要 0 個")), qPrintable(summary));
+    QVERIFY(fs::exists(box.File("out/b.dat")));
+    w.findChild<QPushButton*>("cmdOpenOutput")->click();
+    QCOMPARE(files.opened, QStringList{QString::fromStdString(box.File("out"))});
+    QTest::keyClicks(Box(w, "txtInFile"), "x");  // a new entry: the old summary goes
+    QVERIFY(!w.findChild<QLabel*>("lblSummary")->isVisible());
+  }
+
+  // The boxes remember their entries and the choosers their folders, in the
+  // settings file, across program runs.
+  void pathBoxesRemember() {
+    Sandbox box;
+    const std::string in = box.File("euc.txt"), out = box.File("sjis.txt");
+    Write(in, kEucText);
+    {
+      test::ScriptedMessages boxes;
+      MainWindow w(box.store, {});
+      w.show();
+      SetPaths(w, in, out);
+      w.comFerrox_Click();
+      w.close();
+    }
+    SettingsStore store(box.config);
+    (void)store.Load();
+    QCOMPARE(store.Settings.ConvMode, box.store.Settings.ConvMode);  // the record's keys are untouched
+    MainWindow w(store, {});
+    w.show();
+    QCOMPARE(w.findChild<PathBox*>("txtInFile")->History(), QStringList{QString::fromStdString(in)});
+    QCOMPARE(w.findChild<PathBox*>("txtOutFile")->History(), QStringList{QString::fromStdString(out)});
+    // Down shows the history; Enter on an entry takes it and converts nothing.
+    test::ScriptedMessages boxes;
+    fs::remove(out);
+    auto* inBox = w.findChild<PathBox*>("txtInFile");
+    inBox->setFocus();
+    QTest::keyClick(inBox, Qt::Key_Down);
+    QAbstractItemView* list = inBox->completer()->popup();
+    QTRY_VERIFY(list->isVisible());
+    QTest::keyClick(list, Qt::Key_Down);
+    QTest::keyClick(list, Qt::Key_Return);
+    QCOMPARE(inBox->text(), QString::fromStdString(in));
+    QTest::qWait(20);
+    QVERIFY2(boxes.texts.isEmpty(), qPrintable(boxes.texts.join('\n')));
+    QVERIFY(!fs::exists(out));
+    SetPaths(w, "", "");  // empty boxes: the choosers start in the remembered folders
+    QStringList startedIn;
+    const FileDialogHandler previous = SetFileDialogHandler([&](const FileDialogRequest& r) {
+      startedIn << r.initialPath;
+      return QStringList{};
+    });
+    w.findChild<QPushButton*>("comInFile")->click();
+    w.findChild<QPushButton*>("comOutFile")->click();
+    SetFileDialogHandler(previous);
+    QCOMPARE(startedIn, (QStringList{QString::fromStdString(box.data), QString::fromStdString(box.data)}));
+  }
+
+  // The preview is the converter's own output; the survey warns of text that
+  // reads as Shift JIS and as EUC alike, and of a missing gaiji table.
+  void previewAndSurveyWarnings() {
+    Sandbox box;
+    ConversionSettings s = box.store.Settings;
+    s.ConvMode |= 256;  // the plain tie rule, so this kana line stays undecided
+    const std::string kanji = box.File("kanji.txt"), kana = box.File("kana.txt");
+    Write(kanji, kEucText + "second\n");
+    Write(kana, "\xa5\xab\xa5\xbf\xa5\xab\xa5\xca\n");
+    FileSurvey survey;
+    QCOMPARE(ConvertedHead({kanji, true, 12}, survey, s, nullptr), QStringLiteral("日本語\nsecond"));
+    QVERIFY(ConvertedHead({kanji, false, 12}, survey, s, nullptr).contains(QStringLiteral("そのまま")));
+    QVERIFY(TieWarning(kanji, survey, s).isEmpty());
+    QVERIFY(!TieWarning(kana, survey, s).isEmpty());
+    // In the panel too, with a missing gaiji table (conversions would give 〓 for every gaiji).
+    box.store.Settings.ConvMode = s.ConvMode | conv_mode::kGaijiTable;
+    for (const bool missing : {true, false}) {
+      box.store.Settings.GaijiTable = box.File(missing ? "nosuch.txt" : "kanji.txt");
+      MainWindow w(box.store, {});
+      w.SetInFileText(kana);
+      QVERIFY(Info(w).contains(TieWarning(kana, survey, s)));
+      QCOMPARE(Info(w).contains(QStringLiteral("外字変換定義ﾌｧｲﾙ [")), missing);
     }
   }
 };

@@ -8,19 +8,26 @@
 // ferrox
 #include "app/settings_store.h"
 #include "ui/about_dialog.h"
+#include "ui/app_icon.h"
+#include "ui/file_dialog.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/help_window.h"
 #include "ui/main_window.h"
 #include "ui/report_window.h"
 #include "ui/setup2_dialog.h"
 #include "ui/setup_dialog.h"
+#include "ui/startup.h"
 #include "ui/suffix_edit_dialog.h"
 #include "ui/suffix_set_dialog.h"
+#include "ui/text_preview.h"
 
 // Qt
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QLabel>
 #include <QScreen>
 #include <QTextStream>
@@ -51,6 +58,8 @@ void Shoot(QWidget& window, const QString& name) {
 int main(int argc, char* argv[]) {
   QApplication app(argc, argv);
   QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
+  QApplication::setWindowIcon(AppIcon());
+  if (!LoadQtJapanese()) QTextStream(stderr) << "Qt's Japanese translations are not installed\n";
   if (argc < 3) {
     QTextStream(stderr) << "usage: ferrox-gui-screenshots OUTPUT_FOLDER SAMPLE_FOLDER\n";
     return 2;
@@ -106,5 +115,35 @@ int main(int argc, char* argv[]) {
   HelpWindow help;
   help.ShowTopic(HelpFilePath(), help_topic::kMain);
   Shoot(help, QStringLiteral("10_help"));
+
+  // A run over a folder: the summary under the panel, with its button.
+  const std::string run = samples + "/run";
+  std::filesystem::create_directories(run + "/sub");
+  std::filesystem::copy_file(text, run + "/memo.txt", std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::copy_file(text, run + "/sub/memo2.txt", std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::copy_file(mac, run + "/download.bin", std::filesystem::copy_options::overwrite_existing);
+  main.SetInFileText(run);
+  main.findChild<QLineEdit*>(QStringLiteral("txtOutFile"))->setText(QString::fromStdString(samples + "/out"));
+  main.comFerrox_Click();
+  Shoot(main, QStringLiteral("11_main_window_summary"));
+
+  // The report with the converted head of a file and the code warning.
+  const std::string kana = samples + "/kana_euc.txt";
+  std::ofstream(kana, std::ios::binary) << "\xa5\xab\xa5\xbf\xa5\xab\xa5\xca\n\xa5\xc6\xa5\xad\xa5\xb9\xa5\xc8\n";
+  main.SetInFileText(kana);
+  FileSurvey survey;
+  ReportWindow preview(main.findChild<QLabel*>(QStringLiteral("lblInfo"))->text(), QString::fromStdString(kana),
+                       std::uint16_t{0x0040}, &main);
+  preview.SetPreview(ConvertedHead({kana, true, 12}, survey, store.Settings, &store.Gaiji),
+                     TieWarning(kana, survey, store.Settings));
+  Shoot(preview, QStringLiteral("12_report_preview"));
+
+  // Qt's own file dialog, in Japanese, as the choosers show it without a desktop portal.
+  QFileDialog chooser(&main, QStringLiteral("入力ﾌｧｲﾙの選択"), QString::fromStdString(samples));
+  chooser.setOption(QFileDialog::DontUseNativeDialog);
+  chooser.setFileMode(QFileDialog::ExistingFiles);
+  chooser.setNameFilter(QtNameFilter(kFilterAll));
+  FitFileDialog(chooser);
+  Shoot(chooser, QStringLiteral("13_file_dialog_ja"));
   return 0;
 }

@@ -1,0 +1,199 @@
+// The UTF-8 block converter: decode, compose to NFC, map to CP932.
+
+#include "convert/utf8_converter.h"
+
+// ferrox
+#include "analysis/utf8_sequence.h"
+#include "convert/ascii_run.h"
+#include "convert/gaiji_table.h"
+#include "convert/transcoders.h"
+#include "text/cp932.h"
+#include "text/nfc.h"
+
+// std
+#include <algorithm>
+
+namespace ferrox {
+
+namespace {
+constexpr char32_t kByteOrderMark = 0xFEFF;
+
+constexpr bool Is3ByteLead(std::uint8_t b) noexcept { return b >= 0xE1 && b <= 0xEF && b != 0xED; }
+constexpr bool IsTail(std::uint8_t b) noexcept { return (b & 0xC0) == 0x80; }
+inline char32_t Decode3(const std::uint8_t* p) noexcept {
+  return static_cast<char32_t>((p[0] & 0x0F) << 12 | (p[1] & 0x3F) << 6 | (p[2] & 0x3F));
+}
+constexpr const char* kGeta = "\x81\xac";  // 〓
+}  // namespace
+
+Utf8Converter::Utf8Converter(const GaijiTable* table)
+    : cp932_(cp932::FromUnicodeTable()),
+      attention_(nfc::AttentionBits()),
+      replacement_(table != nullptr ? table->Records().front().replacement : kGeta) {}
+
+std::size_t Utf8Converter::OutputBound(std::size_t length) const noexcept {
+  // A byte gives at most one character (or one replacement); so does each
+  // code point still waiting from the block before.
+  const std::size_t perChar = std::max<std::size_t>(2, replacement_.size());
+  return (length + segment_.size() + 2) * perChar + 8;
+}
+
+void Utf8Converter::PutReplacement(std::uint8_t* out, BufIndex& o) const noexcept {
+  std::copy(replacement_.begin(), replacement_.end(), out + o);
+  o += static_cast<BufIndex>(replacement_.size());
+}
+
+[[gnu::always_inline]] inline void Utf8Converter::Put(char32_t cp, std::uint8_t* out,
+                                                     BufIndex& o) const noexcept {
+  const std::uint16_t code = cp < 0x10000 ? cp932_[cp] : 0;
+  if (code == 0) {
+    PutReplacement(out, o);
+  } else if (code < 0x100) {
+    out[o++] = static_cast<std::uint8_t>(code);
+  } else {
+    out[o] = static_cast<std::uint8_t>(code >> 8);
+    out[o + 1] = static_cast<std::uint8_t>(code);
+    o += 2;
+  }
+}
+
+void Utf8Converter::Flush(std::uint8_t* out, BufIndex& o) noexcept {
+  std::size_t n = segmentLength_;
+  if (n == 0) return;
+  if (!segmentPlain_) n = nfc::Compose(segment_.data(), n, segment_.size());
+  for (std::size_t k = 0; k < n; ++k) Put(segment_[k], out, o);
+  segmentLength_ = 0;
+}
+
+void Utf8Converter::Take(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept {
+  if (atStart_) {
+    atStart_ = false;
+    if (cp == kByteOrderMark) return;
+  }
+  if (!nfc::NeedsAttention(cp)) {
+    // Nothing that follows can join what waits: it is final.
+    Flush(out, o);
+    segmentPlain_ = true;
+  } else {
+    if (segmentLength_ >= kSegmentMax) Flush(out, o);
+    segmentPlain_ = false;
+  }
+  segment_[segmentLength_++] = cp;
+}
+
+// Take for a BMP character after the first, with the common case inline:
+// a character NFC leaves alone after one that waits alone.
+inline void Utf8Converter::TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept {
+  if ((attention_[cp / 64] >> (cp % 64) & 1) != 0 || segmentLength_ > 1 || !segmentPlain_ ||
+      atStart_) {
+    Take(cp, out, o);
+    return;
+  }
+  if (segmentLength_ == 1) Put(segment_[0], out, o);
+  segment_[0] = cp;
+  segmentLength_ = 1;
+}
+
+BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
+                                bool last, BufIndex& carry) noexcept {
+  const BufIndex lastIndex = length - 1;
+  const BufIndex end = lastIndex - 2;
+  // On the file's last block the two bytes after `end` are padding, not text.
+  const BufIndex readable = last ? end + 1 : length;
+  BufIndex o = 0;
+  BufIndex i = 0;
+
+  if (partialLength_ > 0) {
+    // Finish the character that the previous block cut.
+    std::uint8_t bytes[4];
+    std::size_t n = std::copy_n(partial_.begin(), partialLength_, bytes) - bytes;
+    for (BufIndex k = 0; n < 4 && k < readable; ++k) bytes[n++] = in[k];
+    const utf8::Sequence s = utf8::ReadSequence(bytes, n);
+    const auto used = std::max<BufIndex>(0, s.length - static_cast<BufIndex>(partialLength_));
+    if (s.read == utf8::Read::kChar) {
+      Take(s.cp, out, o);
+    } else {
+      atStart_ = false;
+      Flush(out, o);
+      PutReplacement(out, o);
+    }
+    i = s.read == utf8::Read::kShort ? readable : used;
+    partialLength_ = 0;
+  }
+
+  while (i <= end) {
+    const std::uint8_t b = in[i];
+    if (b < 0x80) {
+      atStart_ = false;
+      Flush(out, o);
+      if ((b >= 0x20 && b <= 0x7E) || b == 0x0D || b == 0x0A) {
+        // The scalar copier: the wide ones may store past the output bound
+        // this converter was sized for.
+        const AsciiRunEnd run = AsciiRun(in, i, end, out + o, SimdLevel::kScalar);
+        o = run.q - out;
+        i = run.stop - 1;
+        // A letter before a non-ASCII byte waits: a combining mark may join
+        // it (A and a combining ring are Å).
+        if (in[i] >= 0x21 && in[i] <= 0x7E && in[i + 1] >= 0x80) {
+          segment_[0] = in[i];
+          segmentLength_ = 1;
+          segmentPlain_ = true;
+          --o;
+        }
+      } else if (b == 0x09 || b == 0x0C) {
+        out[o++] = b;
+      }
+      // Every other control byte, 0x1A included, is dropped.
+      ++i;
+      continue;
+    }
+    // Kana and kanji: three bytes, none of the leads whose second byte is
+    // narrower. A run of characters that NFC leaves alone goes in one loop,
+    // each written when the next shows that nothing joins it.
+    if (Is3ByteLead(b) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
+      TakeBmp(Decode3(in + i), out, o);
+      i += 3;
+      if (segmentLength_ == 1 && segmentPlain_) {
+        char32_t waiting = segment_[0];
+        while (i <= end && Is3ByteLead(in[i]) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
+          const char32_t cp = Decode3(in + i);
+          if ((attention_[cp / 64] >> (cp % 64) & 1) != 0) break;
+          Put(waiting, out, o);
+          waiting = cp;
+          i += 3;
+        }
+        segment_[0] = waiting;
+      }
+      continue;
+    }
+    const utf8::Sequence s =
+        utf8::ReadSequence(in + i, static_cast<std::size_t>(lastIndex - i + 1));
+    if (s.read == utf8::Read::kChar) {
+      Take(s.cp, out, o);
+      i += s.length;
+    } else if (s.read == utf8::Read::kBad) {
+      atStart_ = false;
+      Flush(out, o);
+      PutReplacement(out, o);
+      i += s.length;
+    } else {
+      // Cut by the block's end: the next block brings the rest.
+      partialLength_ = s.length;
+      std::copy_n(in + i, s.length, partial_.begin());
+      i += s.length;
+    }
+  }
+
+  if (last) {
+    if (partialLength_ > 0) {
+      Flush(out, o);
+      PutReplacement(out, o);
+      partialLength_ = 0;
+    }
+    Flush(out, o);
+  }
+  carry = std::max<BufIndex>(0, lastIndex - i + 1);
+  return o;
+}
+
+}  // namespace ferrox
