@@ -1,6 +1,6 @@
 #pragma once
 // What the batch driver and the per-file job need from the main window: the
-// pair of path boxes, the two check boxes, messages, one question, progress,
+// pair of path boxes, the two check boxes, messages, progress,
 // the event pump and the ConvBusy flag. The desktop window implements it with
 // Qt widgets; the command line with stderr and SIGINT.
 
@@ -27,15 +27,11 @@ class ConvWindow : public ProgressSink {
 
   // One message box (exclamation, OK only) or one line on stderr.
   virtual void Message(const std::string& text) = 0;
-  // A Yes/No question, No being the default.
-  [[nodiscard]] virtual bool Question(const std::string& text) = 0;
 
   // Disables (false) or enables (true) the window's controls around a run.
   virtual void AllEnabled(bool enabled) = 0;
   // Shows or hides the progress panel of one file (percent labels, hourglass).
   virtual void ProgressPanel(bool on) = 0;
-  // The system beep after a successful run.
-  virtual void Beep() = 0;
 };
 
 }  // namespace ferrox

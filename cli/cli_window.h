@@ -41,10 +41,8 @@ class CliWindow final : public ConvWindow {
   void ShowProgress(std::int64_t done, std::int64_t total) override;
 
   void Message(const std::string& text) override;
-  [[nodiscard]] bool Question(const std::string&) override { return false; }
   void AllEnabled(bool) override {}
   void ProgressPanel(bool on) override;
-  void Beep() override {}
 
   // Removes a progress line from the terminal.
   void ClearProgressLine();

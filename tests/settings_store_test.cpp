@@ -118,23 +118,6 @@ TEST_F(SettingsStoreTest, StoredTextThatIsNotANumberFallsBack) {
   EXPECT_EQ(Fields(s), Fields({10000, 3, 80, 12, 0x8001 | 64, 0, 5, 30, "_", "", dir_ + "/GaiTbl.txt", 0, 0}));
 }
 
-TEST_F(SettingsStoreTest, StaleHelpIndexIsDeletedAfterAVersionChange) {
-  fs::create_directories(dir_);
-  const std::string index = dir_ + "/Ferrox.GID";
-  for (const char* version : {"2.9", "2.8"}) {
-    std::ofstream(index) << "index";
-    fs::permissions(index, fs::perms::owner_read);
-    Store({{"ChkSize", "10000"}, {"Version", version}});
-    SettingsStore store(dir_);
-    store.helpFile = dir_ + "/Ferrox.hlp";
-    store.Load();
-    EXPECT_EQ(fs::exists(index), std::string(version) == "2.9") << version;
-  }
-  std::ofstream(index) << "index";
-  DeleteHelpIndex(dir_ + "/Ferrox.chm");
-  EXPECT_TRUE(fs::exists(index));
-}
-
 TEST_F(SettingsStoreTest, SuffixTableIsSavedOnlyWhenChangedAndAnOversizedOneIsReported) {
   SettingsStore store(dir_);
   store.Load();

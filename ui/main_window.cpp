@@ -248,8 +248,6 @@ bool MainWindow::MBCutChecked() const { return chkMBCut_->isChecked(); }
 void MainWindow::SetConvBusy(bool busy) { convBusy_ = busy; }
 bool MainWindow::ConvBusy() const { return convBusy_; }
 void MainWindow::Message(const std::string& text) { Exclaim(this, QString::fromStdString(text)); }
-bool MainWindow::Question(const std::string& text) { return AskYesNo(this, QString::fromStdString(text)); }
-void MainWindow::Beep() { QApplication::beep(); }
 
 void MainWindow::AllEnabled(bool enabled) {
   for (QWidget* control : std::initializer_list<QWidget*>{
@@ -371,7 +369,7 @@ void MainWindow::comFerrox_Click() {
     case -2: txtOutFile_->setFocus(); break;
     case -1: txtInFile_->setFocus(); break;
     case 0:
-      Beep();
+      QApplication::beep();
       cmdExit_->setFocus();
       break;
     case -6: close(); break;  // the user chose to stop: the program ends
@@ -581,7 +579,7 @@ void MainWindow::Form_Activate() {
     convBusy_ = false;
     activationPending_ = false;
     if (result == 0) {
-      Beep();
+      QApplication::beep();
       RunFinished();
     }
     ShowInfo();  // the panel shows the last file of the run, not the first
