@@ -72,8 +72,7 @@ void CliWindow::ProposeCheckBoxesFor(const std::string& text) {
       std::uint16_t flags = 0;
       const int kind = survey_.SurveyFile(text, survey, *this, info, flags);
       if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
-        boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
-                                   settings_.FileMode | file_mode::kBatch, boxes_);
+        boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
       } else {
         // Unreadable: leave it to the job, which reports it.
         boxes_ = CheckBoxes{true, true};

@@ -203,16 +203,5 @@ TEST(ConfigDir, EnvironmentOrder) {
   EXPECT_TRUE(fs::is_directory(nested));
 }
 
-TEST(ProposeCheckBoxes, SurveyDecidesOnlyWithFileModeBit2) {
-  const CheckBoxes user{true, false};
-  const std::tuple<std::uint16_t, bool, std::uint16_t, CheckBoxes> cases[] = {
-      {0x0113, false, 2, {true, false}},     {0x0000, false, 2, {false, false}}, {0x0000, true, 2, {false, true}},
-      {0x0042, true, 117 | 2, {true, true}}, {0x0000, true, 117, user},          {0x0113, true, 0, user},
-  };
-  for (const auto& [flags, macBinary, fileMode, expected] : cases) {
-    EXPECT_EQ(ProposeCheckBoxes(flags, macBinary, fileMode, user), expected) << flags << " " << fileMode;
-  }
-}
-
 }  // namespace
 }  // namespace ferrox

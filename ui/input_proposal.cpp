@@ -37,7 +37,7 @@ std::string ProposeOutputFor(const std::string& name, FileSurvey& survey, const 
 }
 
 InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey, const ConversionSettings& settings,
-                              const SuffixTable& table, CheckBoxes current, ProgressSink& sink) {
+                              const SuffixTable& table, ProgressSink& sink) {
   InputProposal proposal;
   if (TrimBlanks(boxText).empty()) return proposal;
   if (IsList(boxText)) {
@@ -62,8 +62,7 @@ InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey, co
     const int kind = survey.FileTypeChk(name, SurveyOf(settings), sink, info, flags);
     if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
       // A new input is surveyed as a batch would survey it.
-      proposal.boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
-                                         settings.FileMode | file_mode::kBatch, current);
+      proposal.boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
     }
   }
   return proposal;

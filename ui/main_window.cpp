@@ -300,9 +300,7 @@ void MainWindow::ShowProgress(std::int64_t done, std::int64_t total) {
 void MainWindow::txtInFile_Change() {
   inputTimer_->stop();
   const std::string entry = InFileText();
-  const CheckBoxes current{chkTextCnv_->isChecked(), chkMBCut_->isChecked()};
-  const InputProposal proposal =
-      ProposeForInput(entry, survey_, store_.Settings, store_.Suffixes, current, quiet_);
+  const InputProposal proposal = ProposeForInput(entry, survey_, store_.Settings, store_.Suffixes, quiet_);
   if (proposal.output) SetOutFileText(*proposal.output);
   if (proposal.boxes) {
     chkTextCnv_->setChecked(proposal.boxes->textCnv);
@@ -349,8 +347,7 @@ void MainWindow::SurveyForBatch() {
   std::uint16_t flags = 0;
   const int kind = survey_.FileTypeChk(InFileText(), {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, flags);
   if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return;
-  const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary, s.FileMode,
-                                             {chkTextCnv_->isChecked(), chkMBCut_->isChecked()});
+  const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
   chkTextCnv_->setChecked(boxes.textCnv);
   chkMBCut_->setChecked(boxes.mbCut);
 }
