@@ -17,6 +17,7 @@
 #include "app/path_helpers.h"
 #include "app/work_files.h"
 #include "convert/result_code.h"
+#include "platform/mount_point.h"
 
 namespace ferrox {
 
@@ -35,6 +36,18 @@ bool SameFolder(const std::string& a, const std::string& b) {
 }
 
 std::string InputNotFound(const std::string& input) { return "入力ﾌｧｲﾙ [" + input + "] が見つかりません"; }
+
+// The messages of one pair are about its input, for as long as the object lives.
+class MessagesAboutFile {
+ public:
+  MessagesAboutFile(ConvWindow& window, const std::string& path) : window_(window) { window_.MessagesAbout(path); }
+  ~MessagesAboutFile() { window_.MessagesAbout({}); }
+  MessagesAboutFile(const MessagesAboutFile&) = delete;
+  MessagesAboutFile& operator=(const MessagesAboutFile&) = delete;
+
+ private:
+  ConvWindow& window_;
+};
 
 // The window as a planning walk sees it: the same boxes and check boxes, no
 // messages, no progress, never busy with a real job.
@@ -62,6 +75,10 @@ class PlanningWindow : public ConvWindow {
 };
 
 }  // namespace
+
+std::string WorkAreaFullMessage() {
+  return "作業領域(" + MountPointOf(WorkFolder()) + "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした";
+}
 
 std::vector<std::string> ConvDriver::PlannedInputs() {
   PlanningWindow window(window_);
@@ -341,6 +358,7 @@ int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& o
 
 int ConvDriver::Ferrox_Click_File() {
   if (!window_.ConvBusy()) return result::kCancelled;
+  const MessagesAboutFile about(window_, window_.InFileText());
   std::uint16_t flags = 0;
   if (window_.TextCnvChecked()) flags |= kJobText;
   if (window_.MBCutChecked()) flags |= kJobMacBinaryCut;
@@ -367,8 +385,7 @@ int ConvDriver::Ferrox_Click_File() {
   const JobContext context{window_, settings_, gaiji_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
-      window_.Message("作業領域(" + GetPathRoot(WorkFolder()) +
-                      "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした");
+      window_.Message(WorkAreaFullMessage());
       return result::kInputSide;
     case result::kCancelled:
       return result::kCancelled;

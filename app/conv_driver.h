@@ -27,6 +27,10 @@ inline constexpr std::uint16_t kWildcard = 3;
 inline constexpr std::uint16_t kList = 4;
 }  // namespace entry_mode
 
+// The message for a work area that ran out of space, naming the mount point
+// of the file system that holds it.
+[[nodiscard]] std::string WorkAreaFullMessage();
+
 // Longest path the driver accepts, in bytes (the Linux PATH_MAX less its NUL).
 inline constexpr std::size_t kMaxPathBytes = 4095;
 

@@ -27,6 +27,10 @@ class ConvWindow : public ProgressSink {
 
   // One message box (exclamation, OK only) or one line on stderr.
   virtual void Message(const std::string& text) = 0;
+  // The messages that follow are about the file `path` (the input of the
+  // pair being converted); an empty path ends that. A window may name the
+  // file with each such message.
+  virtual void MessagesAbout(const std::string& path) { (void)path; }
 
   // Disables (false) or enables (true) the window's controls around a run.
   virtual void AllEnabled(bool enabled) = 0;

@@ -18,6 +18,8 @@ inline constexpr std::uint16_t kEntry32 = 32;       // read by the entry builder
 inline constexpr std::uint16_t kUnknownName = 64;   // unknown types are named name(creator).type
 inline constexpr std::uint16_t kTrash = 128;        // an existing output goes to the trash
 inline constexpr std::uint16_t kDeleteInput = 256;  // delete the input after success
+inline constexpr std::uint16_t kMacNames = 512;       // folder and wildcard runs name wrapped Mac files by FileNameRec
+inline constexpr std::uint16_t kResourceForks = 1024; // resource forks kept beside the output as AppleDouble "._" files
 }  // namespace file_mode
 
 namespace exec_mode {

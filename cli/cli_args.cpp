@@ -1,36 +1,30 @@
 #include "cli/cli_args.h"
 
-#include <charconv>
-#include <limits>
+#include "cli/cli_options.h"
+#include "cli/cli_text.h"
 
 namespace ferrox::cli {
 
 namespace {
 
-template <typename T>
-bool ParseNumber(const std::string& text, T& value) {
-  long long n = 0;
-  const char* end = text.data() + text.size();
-  const auto [ptr, ec] = std::from_chars(text.data(), end, n);
-  if (ec != std::errc() || ptr != end) return false;
-  if (n < static_cast<long long>(std::numeric_limits<T>::min()) ||
-      n > static_cast<long long>(std::numeric_limits<T>::max())) {
-    return false;
-  }
-  value = static_cast<T>(n);
-  return true;
-}
+struct CommandName {
+  const char* name;
+  Command command;
+  std::size_t minOperands;
+  std::size_t maxOperands;
+};
 
-template <typename T>
-bool SetNumber(std::optional<T>& slot, const std::string& name, const std::string& text,
-               std::string& error) {
-  T value{};
-  if (!ParseNumber(text, value)) {
-    error = "invalid number for " + name + ": '" + text + "'";
-    return false;
+constexpr CommandName kCommands[] = {
+    {"convert", Command::kConvert, 2, 2}, {"survey", Command::kSurvey, 1, SIZE_MAX},
+    {"name", Command::kName, 3, 3},       {"settings", Command::kSettings, 0, 0},
+    {"help", Command::kHelp, 0, SIZE_MAX},
+};
+
+const CommandName& Find(Command command) {
+  for (const auto& c : kCommands) {
+    if (c.command == command) return c;
   }
-  slot = value;
-  return true;
+  return kCommands[std::size(kCommands) - 1];
 }
 
 }  // namespace
@@ -39,16 +33,18 @@ std::optional<Arguments> ParseArguments(const std::vector<std::string>& args, st
   Arguments parsed;
   bool haveCommand = false;
   bool onlyOperands = false;
+  std::vector<const OptionSpec*> given;
   for (std::size_t i = 0; i < args.size(); ++i) {
     std::string arg = args[i];
+    // "-" alone is an operand: standard input or output.
     if (onlyOperands || arg.size() < 2 || arg[0] != '-' || arg[1] != '-') {
       if (!haveCommand) {
-        if (arg == "convert") parsed.command = Command::kConvert;
-        else if (arg == "survey") parsed.command = Command::kSurvey;
-        else if (arg == "name") parsed.command = Command::kName;
-        else if (arg == "help") parsed.command = Command::kHelp;
-        else {
-          error = "unknown command '" + arg + "'";
+        bool known = false;
+        for (const auto& c : kCommands) {
+          if (arg == c.name) parsed.command = c.command, known = true;
+        }
+        if (!known) {
+          error = Tr("unknown command '", "不明なコマンドです: '") + arg + "'";
           return std::nullopt;
         }
         haveCommand = true;
@@ -74,105 +70,123 @@ std::optional<Arguments> ParseArguments(const std::vector<std::string>& args, st
       arg.resize(eq);
       hasValue = true;
     }
-    const auto takeValue = [&]() {
-      if (hasValue) return true;
+    const OptionSpec* option = FindOption(arg);
+    if (option == nullptr) {
+      error = Tr("unknown option ", "不明なオプションです: ") + arg;
+      return std::nullopt;
+    }
+    if (option->valueName.empty() && hasValue) {
+      error = arg + Tr(" takes no value", " に値は指定できません");
+      return std::nullopt;
+    }
+    if (!option->valueName.empty() && !hasValue) {
       if (i + 1 >= args.size()) {
-        error = "option " + arg + " needs a value";
-        return false;
+        error = arg + Tr(" needs a value", " には値が必要です");
+        return std::nullopt;
       }
       value = args[++i];
-      return true;
-    };
-    const auto noValue = [&]() {
-      if (hasValue) error = "option " + arg + " takes no value";
-      return !hasValue;
-    };
-
-    bool ok = true;
-    if (arg == "--conv-mode") ok = takeValue() && SetNumber(parsed.convMode, arg, value, error);
-    else if (arg == "--file-mode") ok = takeValue() && SetNumber(parsed.fileMode, arg, value, error);
-    else if (arg == "--line-size") ok = takeValue() && SetNumber(parsed.lineSize, arg, value, error);
-    else if (arg == "--chk-size") ok = takeValue() && SetNumber(parsed.chkSize, arg, value, error);
-    else if (arg == "--bin-rate") ok = takeValue() && SetNumber(parsed.binRate, arg, value, error);
-    else if (arg == "--fnc-char") ok = takeValue() && (parsed.fncChar = value, true);
-    else if (arg == "--gaiji-table") ok = takeValue() && (parsed.gaijiTable = value, true);
-    else if (arg == "--text") ok = noValue() && (parsed.text = true, true);
-    else if (arg == "--no-text") ok = noValue() && (parsed.text = false, true);
-    else if (arg == "--cut") ok = noValue() && (parsed.cut = true, true);
-    else if (arg == "--no-cut") ok = noValue() && (parsed.cut = false, true);
-    else if (arg == "--flags") ok = noValue() && (parsed.flagsOnly = true, true);
-    else {
-      error = "unknown option " + arg;
-      ok = false;
     }
-    if (!ok) return std::nullopt;
+    if (!option->apply(parsed, value, error)) {
+      error = arg + ": " + error;
+      return std::nullopt;
+    }
+    given.push_back(option);
   }
 
-  std::size_t wanted = 0;
-  switch (parsed.command) {
-    case Command::kConvert: wanted = 2; break;
-    case Command::kSurvey: wanted = 1; break;
-    case Command::kName: wanted = 3; break;
-    default: return parsed;
+  if (parsed.command == Command::kHelp) return parsed;
+  for (const OptionSpec* option : given) {
+    if (option->only != Command::kHelp && option->only != parsed.command) {
+      error = std::string(option->name) + Tr(" belongs to the ", " は ") + Find(option->only).name +
+              Tr(" command", " コマンドのオプションです");
+      return std::nullopt;
+    }
   }
-  if (parsed.operands.size() != wanted) {
-    error = "wrong number of operands (expected " + std::to_string(wanted) + ")";
+  if (parsed.json && parsed.flagsOnly) {
+    error = Tr("--json and --flags exclude each other", "--json と --flags は同時に指定できません");
     return std::nullopt;
   }
-  if (parsed.flagsOnly && parsed.command != Command::kSurvey) {
-    error = "--flags belongs to the survey command";
+  const CommandName& command = Find(parsed.command);
+  if (parsed.operands.size() < command.minOperands || parsed.operands.size() > command.maxOperands) {
+    error = Tr("wrong number of operands for ", "オペランドの数が違います: ") + std::string(command.name);
     return std::nullopt;
   }
   return parsed;
 }
 
 void ApplyOverrides(const Arguments& a, ConversionSettings& settings) {
-  if (a.convMode) settings.ConvMode = *a.convMode;
-  if (a.fileMode) settings.FileMode = *a.fileMode;
-  if (a.lineSize) settings.LineSize = *a.lineSize;
-  if (a.chkSize) settings.ChkSize = *a.chkSize;
-  if (a.binRate) settings.BinRate = *a.binRate;
-  if (a.fncChar) settings.FNCChar = *a.fncChar;
-  if (a.gaijiTable) settings.GaijiTable = *a.gaijiTable;
+  for (const auto& edit : a.edits) edit(settings);
 }
 
-const char* UsageText() {
-  return R"(Usage:
+std::string UsageText() {
+  std::string text = Tr(R"(Usage:
   ferrox convert [OPTIONS] INPUT OUTPUT
-  ferrox survey [OPTIONS] [--flags] PATH
+  ferrox survey [OPTIONS] [--flags | --json] PATH...
   ferrox name [OPTIONS] MACNAME TYPE CREATOR
+  ferrox settings [OPTIONS]
   ferrox --help | --version
 
-convert  Converts INPUT into OUTPUT as the two path boxes of the window do.
-         INPUT is a file, a folder, a wildcard pattern (quote it in the shell)
-         or a list of quoted names joined by commas, e.g. '"a.txt","b.txt"';
-         OUTPUT is a file, a folder, or a list of as many names. Relative
-         paths are taken from the current folder.
-survey   Prints the survey report of PATH; with --flags one line instead:
-         the survey result code and the survey flag word, e.g. "0 0x0112".
-name     Prints the output name made for a Mac file name, type and creator,
-         or an empty line.
+convert   Converts INPUT into OUTPUT as the two path boxes of the window do.
+          INPUT is a file, a folder, a wildcard pattern (quote it in the shell)
+          or a list of quoted names joined by commas, e.g. '"a.txt","b.txt"';
+          OUTPUT is a file, a folder, or a list of as many names. Relative
+          paths are taken from the current folder. "-" as INPUT reads standard
+          input, "-" as OUTPUT writes standard output.
+survey    Prints the survey report of each PATH ("-": standard input).
+name      Prints the output name made for a Mac file name, type and creator,
+          or an empty line.
+settings  Prints the settings a run with these options uses.
 
-Options (for this run only; the stored settings stay as they are):
-  --conv-mode N      ConvMode flag word
-  --file-mode N      FileMode flag word (1 backup .bak, 4 MacBinary dates,
-                     16 walk folders, 64 name(creator).type, 128 trash,
-                     256 delete the input)
-  --line-size N      fold lines at N bytes (0 = no folding)
-  --chk-size N       bytes surveyed (at least 100)
-  --bin-rate N       percent of binary bytes tolerated in text
-  --fnc-char TEXT    substitute for characters not allowed in file names
-  --gaiji-table PATH gaiji table file
-  --text, --no-text  convert text in every file, or in none
-  --cut, --no-cut    strip MacBinary wrappers from every file, or from none
-                     (without these, each file's survey decides)
+)",
+                        R"(使い方:
+  ferrox convert [オプション] 入力 出力
+  ferrox survey [オプション] [--flags | --json] パス...
+  ferrox name [オプション] Macの名前 タイプ クリエータ
+  ferrox settings [オプション]
+  ferrox --help | --version
 
+convert   入力を出力へ変換します (ウィンドウの入力/出力ボックスと同じ)。
+          入力はファイル、フォルダ、ワイルドカード (シェルでは引用符で囲む)、
+          または引用符付きの名前をカンマでつないだリスト ('"a.txt","b.txt"')。
+          出力はファイル、フォルダ、または同じ数の名前のリスト。相対パスは
+          カレントフォルダから。入力の "-" は標準入力、出力の "-" は標準出力。
+survey    各パスの調査結果を表示します ("-" は標準入力)。
+name      Mac のファイル名、タイプ、クリエータから作る出力名を表示します。
+settings  このオプションで変換する時の設定を表示します。
+
+)");
+  const std::pair<OptionTopic, const char*> sections[] = {
+      {OptionTopic::kSettings, Tr("Settings for this run only (the stored settings stay as they are):",
+                                  "この実行だけの設定 (保存された設定は変わりません):")},
+      {OptionTopic::kConvMode, Tr("ConvMode bits (the number is the bit):", "ConvMode のビット (数字はビットの値):")},
+      {OptionTopic::kFileMode, Tr("FileMode bits (the number is the bit):", "FileMode のビット (数字はビットの値):")},
+      {OptionTopic::kCommand, Tr("Of one command:", "コマンドごとのオプション:")},
+  };
+  for (const auto& [topic, heading] : sections) {
+    text += heading;
+    text += '\n';
+    for (const OptionSpec& option : Options()) {
+      if (option.topic != topic) continue;
+      std::string left = "  " + std::string(option.name);
+      if (!option.valueName.empty()) left += " " + std::string(option.valueName);
+      left.resize(std::max<std::size_t>(left.size() + 1, 28), ' ');
+      text += left + Tr(option.english, option.japanese) + "\n";
+    }
+    text += '\n';
+  }
+  text += Tr(R"(A named bit option given after --conv-mode or --file-mode wins.
 Settings and tables are read from $FERROX_CONFIG_DIR, else
 $XDG_CONFIG_HOME/Ferrox, else ~/.config/Ferrox.
 
 Exit status: 0 done, 1 input side, 2 output side, 3 settings, 130 cancelled,
 64 bad command line.
-)";
+)",
+             R"(--conv-mode/--file-mode の後に指定したビットのオプションが優先します。
+設定とテーブルは $FERROX_CONFIG_DIR、無ければ $XDG_CONFIG_HOME/Ferrox、
+無ければ ~/.config/Ferrox から読みます。
+
+終了コード: 0 完了、1 入力側、2 出力側、3 設定、130 中断、64 コマンドラインの誤り
+)");
+  return text;
 }
 
 }  // namespace ferrox::cli

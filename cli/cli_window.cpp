@@ -58,6 +58,7 @@ bool CliWindow::ConvBusy() const { return busy_ && g_interrupted == 0; }
 
 void CliWindow::SetInFileText(const std::string& text) {
   inText_ = text;
+  if (busy_) ++pairsStarted_;  // the driver writes each pair into the boxes while busy
   ProposeCheckBoxesFor(text);
 }
 
@@ -107,7 +108,13 @@ void CliWindow::ClearProgressLine() {
 
 void CliWindow::Message(const std::string& text) {
   ClearProgressLine();
-  std::fprintf(stderr, "%s\n", ShownText(text).c_str());
+  std::string line = about_.empty() ? text : about_ + ": " + text;
+  for (const auto& [path, shown] : shownAs_) {
+    for (auto at = line.find(path); at != std::string::npos; at = line.find(path, at + shown.size())) {
+      line.replace(at, path.size(), shown);
+    }
+  }
+  std::fprintf(stderr, "%s\n", ShownText(line).c_str());
   std::fflush(stderr);
 }
 

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "app/check_box_proposal.h"
 #include "app/conv_window.h"
@@ -41,8 +43,15 @@ class CliWindow final : public ConvWindow {
   void ShowProgress(std::int64_t done, std::int64_t total) override;
 
   void Message(const std::string& text) override;
+  void MessagesAbout(const std::string& path) override { about_ = path; }
   void AllEnabled(bool) override {}
   void ProgressPanel(bool on) override;
+
+  // Messages show `path` as `shown` (standard input and output as "-").
+  void ShowPathAs(const std::string& path, const std::string& shown) { shownAs_.emplace_back(path, shown); }
+
+  // Pairs the driver has handed to the job in this run.
+  [[nodiscard]] int PairsStarted() const { return pairsStarted_; }
 
   // Removes a progress line from the terminal.
   void ClearProgressLine();
@@ -69,6 +78,9 @@ class CliWindow final : public ConvWindow {
   bool lineShown_ = false;
   int lastPercent_ = -1;
   int filesDone_ = 0;
+  int pairsStarted_ = 0;
+  std::vector<std::pair<std::string, std::string>> shownAs_;
+  std::string about_;  // the file the messages are about, named at the start of each line
 };
 
 }  // namespace ferrox::cli

@@ -1,6 +1,12 @@
 #include "cli/commands.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "analysis/file_survey.h"
@@ -11,7 +17,10 @@
 #include "app/entry_list.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
+#include "cli/cli_text.h"
 #include "cli/cli_window.h"
+#include "cli/std_streams.h"
+#include "cli/survey_json.h"
 #include "convert/gaiji_table.h"
 #include "convert/result_code.h"
 #include "suffix/file_name_rec.h"
@@ -43,11 +52,29 @@ bool LoadSettings(SettingsStore& store, const Arguments& arguments) {
         break;
     }
   }
-  if (arguments.chkSize && *arguments.chkSize < 100) {
+  // Below 1 means the whole file; a small sample tells nothing.
+  if (arguments.chkSizeGiven && store.Settings.ChkSize >= 1 && store.Settings.ChkSize < 100) {
     Say("ﾌｧｲﾙの調査ｻｲｽﾞが少な過ぎます。100 Byte 以上に設定して下さい。");
     return false;
   }
+  if (arguments.fncCharGiven && !FncCharAllowed(store.Settings.FNCChar)) {
+    Say("ﾌｧｲﾙ名の置換文字が不正です。");
+    return false;
+  }
   return true;
+}
+
+// Whether a finished output would show as binary on a terminal.
+bool IsBinary(const std::string& path, const ConversionSettings& settings) {
+  FileSurvey survey;
+  SilentProgress sink;
+  MacBinaryInfo info;
+  std::uint16_t flags = 0;
+  const SurveySettings whole{settings.ChkSize, settings.BinRate,
+                             static_cast<std::uint16_t>(settings.ConvMode | conv_mode::kFull)};
+  const int kind = survey.FileTypeChk(path, whole, sink, info, flags);
+  struct stat st {};
+  return kind == survey_result::kMacBinary || (flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0);
 }
 
 // A box text with every name made absolute against the current folder, kept
@@ -76,6 +103,21 @@ std::string LfLines(std::string text) {
   return out;
 }
 
+// A run that found no file to hand to the job says why, in one line.
+void SayNothingToConvert(const std::string& input, const ConversionSettings& settings) {
+  const std::string path = AbsoluteEntry(input);
+  std::string why;
+  if (HasWildcard(path)) {
+    why = Tr("no file matches ", "一致するファイルがありません: ") + input;
+  } else if (IsFolder(path) && (settings.FileMode & file_mode::kFolderSelect) == 0) {
+    why = input + Tr(" is a folder, and folders are not converted without --walk (FileMode 16)",
+                     " はフォルダです。フォルダを変換するには --walk (FileMode 16) が必要です");
+  } else {
+    why = Tr("no file in ", "ファイルがありません: ") + input;
+  }
+  Say(Tr("ferrox: nothing to convert: ", "ferrox: 変換するファイルがありません: ") + why);
+}
+
 }  // namespace
 
 int ExitStatus(int driverResult) noexcept {
@@ -92,50 +134,141 @@ int ExitStatus(int driverResult) noexcept {
 int RunConvert(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
-  FileSurvey survey;
-  CliWindow window(store.Settings, survey, arguments.text, arguments.cut);
-  window.SetOutFileText(AbsoluteEntry(arguments.operands[1]));
-  window.SetInFileText(AbsoluteEntry(arguments.operands[0]));
+  const std::string& inOperand = arguments.operands[0];
+  const std::string& outOperand = arguments.operands[1];
+  const bool fromStdin = inOperand == "-";
+  const bool toStdout = outOperand == "-";
+  std::string inText = AbsoluteEntry(inOperand);
+  if (toStdout && !fromStdin && (HasWildcard(inText) || inText.front() == '"' || IsFolder(inText))) {
+    Say(std::string("ferrox: ") + Tr("standard output (-) takes one input file", "標準出力 (-) に書けるのは 1 つのファイルだけです"));
+    return kExitUsage;
+  }
 
   CliWindow::CatchInterrupt();
+  StdinFile stdinFile;
+  if (fromStdin) {
+    if (const int rc = stdinFile.Spool(); rc != 0) {
+      if (rc == result::kCancelled) return kExitCancelled;
+      Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
+      return ExitStatus(result::kInputSide);
+    }
+    inText = stdinFile.Path();
+    store.Settings.FileMode &= static_cast<std::uint16_t>(~file_mode::kDeleteInput);  // nothing to delete
+  }
+  StdoutFile stdoutFile;
+  if (toStdout && !stdoutFile.Create()) {
+    Say(WorkAreaFullMessage());
+    return ExitStatus(result::kOutputSide);
+  }
+
+  FileSurvey survey;
+  CliWindow window(store.Settings, survey, arguments.text, arguments.cut);
+  if (fromStdin) window.ShowPathAs(inText, "-");
+  if (toStdout) window.ShowPathAs(stdoutFile.Path(), "-");
+  window.SetOutFileText(toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand));
+  window.SetInFileText(inText);
+
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   const int rc = driver.Ferrox_Click_Etc(false);
   window.ClearProgressLine();
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
-  return ExitStatus(rc);
+  if (rc == result::kDone && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
+  if (rc != result::kDone || !toStdout) return ExitStatus(rc);
+
+  if (!arguments.force && ::isatty(STDOUT_FILENO) == 1 && IsBinary(stdoutFile.Path(), store.Settings)) {
+    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
+                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
+    return ExitStatus(result::kOutputSide);
+  }
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
+  const int error = stdoutFile.Send();
+  if (error == EPIPE) return 128 + SIGPIPE;
+  if (error != 0) {
+    Say("-: " + std::string(std::strerror(error)));
+    return ExitStatus(result::kOutputSide);
+  }
+  return 0;
 }
 
 int RunSurvey(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
   const ConversionSettings& settings = store.Settings;
-  const std::string path = AbsoluteEntry(arguments.operands[0]);
+  const SurveySettings surveySettings = SurveyOf(settings);
   FileSurvey survey;
   SilentProgress sink;
-
-  if (arguments.flagsOnly) {
-    MacBinaryInfo info;
-    std::uint16_t flags = 0;
-    const int kind = survey.FileTypeChk(path, SurveyOf(settings),
-                                        sink, info, flags);
-    std::printf("%d 0x%04X\n", kind, static_cast<unsigned>(flags));
-    return kind == survey_result::kUnreadable ? 1 : 0;
+  int status = 0;
+  StdinFile stdinFile;
+  for (const std::string& operand : arguments.operands) {
+    std::string path = AbsoluteEntry(operand);
+    if (operand == "-") {
+      CliWindow::CatchInterrupt();
+      if (stdinFile.Path().empty()) {
+        if (const int rc = stdinFile.Spool(); rc != 0) {
+          if (rc == result::kCancelled) return kExitCancelled;
+          Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
+          status = 1;
+          continue;
+        }
+      }
+      path = stdinFile.Path();
+    }
+    if (arguments.flagsOnly) {
+      MacBinaryInfo info;
+      std::uint16_t flags = 0;
+      const int kind = survey.FileTypeChk(path, surveySettings, sink, info, flags);
+      std::printf("%d 0x%04X\n", kind, static_cast<unsigned>(flags));
+      if (kind == survey_result::kUnreadable) status = 1;
+      continue;
+    }
+    if (arguments.json) {
+      // One object per file: a folder, wildcard or list stands for the files it names.
+      std::vector<std::string> files = ExpandEntry(path, settings.FileMode);
+      if (files.empty() || files == std::vector<std::string>{path}) files = {path};
+      for (const std::string& file : files) {
+        MacBinaryInfo info;
+        std::uint16_t flags = 0;
+        const int kind = survey.FileTypeChk(file, surveySettings, sink, info, flags);
+        const std::string shown = file == path ? operand : file;
+        std::printf("%s\n", SurveyJson({shown, file, kind, flags,
+                                         kind == survey_result::kMacBinary ? &info : nullptr, settings.ChkSize,
+                                         settings.BinRate})
+                                .c_str());
+        if (kind == survey_result::kUnreadable) status = 1;
+      }
+      continue;
+    }
+    const ReportSettings reportSettings = ReportOf(settings);
+    const SuffixTable& table = store.Suffixes;
+    const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
+      const int row = SuffixTableSearch(table, type, creator);
+      return row >= 0 ? &table[static_cast<std::size_t>(row)] : nullptr;
+    };
+    const std::string report =
+        InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink);
+    if (report.empty()) {
+      Say("入力ﾌｧｲﾙ [" + operand + "] が見つかりません");
+      status = 1;
+      continue;
+    }
+    std::string text = LfLines(report);
+    if (operand == "-") {  // the heading names standard input as typed
+      const std::string heading = "--- [" + path.substr(path.find_last_of('/') + 1) + "]の";
+      if (text.starts_with(heading)) text.replace(0, heading.size(), "--- [-]の");
+    }
+    std::fputs(text.c_str(), stdout);
   }
+  return status;
+}
 
-  const ReportSettings reportSettings = ReportOf(settings);
-  const SuffixTable& table = store.Suffixes;
-  const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
-    const int row = SuffixTableSearch(table, type, creator);
-    return row >= 0 ? &table[static_cast<std::size_t>(row)] : nullptr;
-  };
-  const std::string report =
-      InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink);
-  if (report.empty()) {
-    Say("入力ﾌｧｲﾙ [" + arguments.operands[0] + "] が見つかりません");
-    return 1;
-  }
-  std::fputs(LfLines(report).c_str(), stdout);
+int RunSettings(const Arguments& arguments) {
+  SettingsStore store;
+  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  const ConversionSettings& s = store.Settings;
+  std::printf("ConvMode=%u\nFileMode=%u\nLineSize=%d\nChkSize=%d\nBinRate=%d\nFNCChar=%s\nGaijiTable=%s\n",
+              static_cast<unsigned>(s.ConvMode), static_cast<unsigned>(s.FileMode), s.LineSize, s.ChkSize, s.BinRate,
+              s.FNCChar.c_str(), s.GaijiTable.c_str());
   return 0;
 }
 

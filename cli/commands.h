@@ -1,5 +1,5 @@
 #pragma once
-// The three commands of `ferrox`. Each returns the program's exit status.
+// The commands of `ferrox`. Each returns the program's exit status.
 
 #include "cli/cli_args.h"
 
@@ -11,6 +11,7 @@ inline constexpr int kExitCancelled = 130;
 [[nodiscard]] int RunConvert(const Arguments& arguments);
 [[nodiscard]] int RunSurvey(const Arguments& arguments);
 [[nodiscard]] int RunName(const Arguments& arguments);
+[[nodiscard]] int RunSettings(const Arguments& arguments);
 
 // The exit status for a driver result: 0, 1 input side, 2 output side,
 // 3 settings, 130 cancelled.

@@ -6,6 +6,7 @@
 #include "analysis/utf8_sequence.h"
 #include "convert/ascii_run.h"
 #include "convert/gaiji_table.h"
+#include "convert/simd_level.h"
 #include "convert/transcoders.h"
 #include "text/cp932.h"
 #include "text/nfc.h"
@@ -127,10 +128,8 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
       atStart_ = false;
       Flush(out, o);
       if ((b >= 0x20 && b <= 0x7E) || b == 0x0D || b == 0x0A) {
-        // The scalar copier: the wide ones may store past the output bound
-        // this converter was sized for.
-        const AsciiRunEnd run = AsciiRun(in, i, end, out + o, SimdLevel::kScalar);
-        o = run.q - out;
+        const AsciiRunEnd run = AsciiRun(in, i, end, out + o, CurrentSimdLevel());
+        o = static_cast<BufIndex>(run.q - out);
         i = run.stop - 1;
         // A letter before a non-ASCII byte waits: a combining mark may join
         // it (A and a combining ring are Å).

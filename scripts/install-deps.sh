@@ -10,7 +10,7 @@ packages=(
   nkf dos2unix xvfb xauth fonts-ipafont-gothic python3
   valgrind time manpages-ja
   qt6-translations-l10n
-  valgrind time manpages-ja
+  file lintian man-db
 )
 
 missing=()

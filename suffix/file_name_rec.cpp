@@ -48,6 +48,17 @@ std::string Substitute(std::string_view text, const FileNameRules& rules) {
   return out;
 }
 
+}  // namespace
+
+// Exactly one character, not a control character, not one it stands in for.
+bool FncCharAllowed(std::string_view fncChar) {
+  const auto chars = utf8::Decode(fncChar);
+  // The round trip refuses bytes that are not UTF-8 (each decodes to U+FFFD).
+  return chars.size() == 1 && chars[0] >= 0x20 && FullWidthForm(chars[0]) == 0 && utf8::Encode(chars) == fncChar;
+}
+
+namespace {
+
 std::string_view TrimSpaces(std::string_view s) {
   const std::size_t first = s.find_first_not_of(' ');
   if (first == std::string_view::npos) return {};

@@ -20,6 +20,10 @@ struct FileNameRules {
   bool unknownName = true;     // a type with no table row names the file name(creator).type
 };
 
+// Whether `fncChar` (UTF-8) may be FNCChar: exactly one character, not a
+// control character, and not one of the characters it stands in for.
+[[nodiscard]] bool FncCharAllowed(std::string_view fncChar);
+
 // The file name (no folder) proposed for a Mac file, or "" when no usable
 // name can be made.
 [[nodiscard]] std::string FileNameRec(const SuffixTable& table, const FileNameRules& rules,

@@ -126,7 +126,7 @@ TEST_F(CliConvert, PinnedCheckBoxesOverrideTheSurvey) {
   EXPECT_EQ(Read("copy.txt"), kEuc);
   const CliResult none = Run({"convert", "--no-text", "--no-cut", "euc.txt", "none.txt"});
   EXPECT_EQ(none.status, 3);
-  EXPECT_EQ(none.err, "変換設定がされていません\n");
+  EXPECT_EQ(none.err, root_ + "/euc.txt: 変換設定がされていません\n");  // each message of a file names it
   EXPECT_FALSE(Exists("none.txt"));
 }
 
@@ -152,7 +152,7 @@ TEST_F(CliConvert, OldOutputIsBackedUpTrashedOrReplacedAndTheInputDeletedOnReque
   Write("out.bak", "old");
   const CliResult r = Run({"convert", "case117/in.txt", "out.bak"});
   EXPECT_EQ(r.status, 2);
-  EXPECT_EQ(r.err, "変換出来ませんでした\n");
+  EXPECT_EQ(r.err, root_ + "/case117/in.txt: 変換出来ませんでした\n");
   EXPECT_EQ(Read("out.bak"), "old");
   EXPECT_TRUE(WorkFilesLeft(root_).empty());
 }

@@ -45,8 +45,8 @@ TEST_F(CliMessages, EveryCheckSaysWhatIsWrong) {
       {{"in/*.txt", "afile"}, "出力ﾌｫﾙﾀﾞ [@/afile] が不正です", 2},
       {{"\"in/a.txt\",\"in/none\"", "\"o1\",\"o2\""}, "入力ﾌｧｲﾙ [@/in/none] が見つかりません", 1},
       {{"\"in/a.txt\",\"in/b.txt\"", "\"o1\",\"adir\""}, "出力ﾌｧｲﾙ [@/adir] が不正です", 2},  // a bad pair late
-      {{"bin.dat", "o.dat"}, "変換設定がされていません", 3},
-      {{"in/a.txt", "afile/o.txt"}, "出力ﾌｧｲﾙのﾊﾟｽが不正です", 2},
+      {{"bin.dat", "o.dat"}, "@/bin.dat: 変換設定がされていません", 3},  // a file's messages name it
+      {{"in/a.txt", "afile/o.txt"}, "@/in/a.txt: 出力ﾌｧｲﾙのﾊﾟｽが不正です", 2},
       {{"--chk-size", "99", "in/a.txt", "o.txt"}, "ﾌｧｲﾙの調査ｻｲｽﾞが少な過ぎます。100 Byte 以上に設定して下さい。", 3},
   };
   for (const auto& [args, message, status] : cases) {

@@ -72,7 +72,7 @@ TEST(SuffixTable, ParseLines) {
 
 class SuffixFile : public ::testing::Test {
  protected:
-  testing::ScratchDir dir_;
+  testing::ScratchDir dir_{testing::SharedTempBase()};  // one test reads it as "nobody"
   std::string folder_ = dir_.Path().string();
   fs::path file_ = dir_.Path() / "SfxTbl.txt";
 };

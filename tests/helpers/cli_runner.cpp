@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <iconv.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,7 +42,7 @@ CliProcess CliTest::Start(const CliCall& call) {
     for (const auto& [name, value] : env) ::setenv(name.c_str(), value.c_str(), 1);
     const int out = ::open(process.outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
     const int err = ::open(process.errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    const int nul = ::open("/dev/null", O_RDONLY);
+    const int nul = ::open(stdin_.empty() ? "/dev/null" : stdin_.c_str(), O_RDONLY);
     if (out < 0 || err < 0 || nul < 0 || ::chdir(cwd.c_str()) != 0) ::_exit(126);
     ::dup2(nul, 0);
     ::dup2(out, 1);
@@ -57,10 +58,11 @@ CliProcess CliTest::Start(const CliCall& call) {
 
 CliResult CliTest::Wait(const CliProcess& process) {
   int status = 0;
-  while (::waitpid(process.pid, &status, 0) < 0 && errno == EINTR) {
+  struct rusage usage {};
+  while (::wait4(process.pid, &status, 0, &usage) < 0 && errno == EINTR) {
   }
   CliResult result{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), ReadAll(process.outFile),
-                   ReadAll(process.errFile)};
+                   ReadAll(process.errFile), usage.ru_maxrss};
   fs::remove(process.outFile);
   fs::remove(process.errFile);
   return result;

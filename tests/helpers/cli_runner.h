@@ -13,7 +13,11 @@
 
 namespace ferrox::testing {
 
-struct CliResult { int status = -1; std::string out, err; };  // status: exit status, or 128 + signal number
+struct CliResult {
+  int status = -1;  // exit status, or 128 + signal number
+  std::string out, err;
+  long maxRssKib = 0;  // the child's peak memory
+};
 
 struct CliCall {
   std::vector<std::string> args;                         // after the program name
@@ -31,6 +35,13 @@ class CliTest : public ::testing::Test {
 
   CliResult Run(const CliCall& call) { return Wait(Start(call)); }
   CliResult Run(std::vector<std::string> args) { return Run(CliCall{std::move(args), {}, {}, {}}); }
+  // With the file `input` as standard input (else it is /dev/null).
+  CliResult RunWithInput(std::vector<std::string> args, const std::string& input) {
+    stdin_ = input;
+    CliResult result = Run(std::move(args));
+    stdin_.clear();
+    return result;
+  }
   CliProcess Start(const CliCall& call);
   CliResult Wait(const CliProcess& process);
 
@@ -42,10 +53,11 @@ class CliTest : public ::testing::Test {
   // Names in the work folder (TMP) and any work files left in `folder`.
   [[nodiscard]] std::vector<std::string> WorkFilesLeft(const std::string& folder = {}) const;
 
-  ScratchDir scratch_;
+  ScratchDir scratch_{SharedTempBase()};  // some tests run ferrox as "nobody" in here
   std::string root_ = scratch_.Path().string();  // the test's own folder
   std::string config_ = root_ + "/.config";      // FERROX_CONFIG_DIR
   std::string work_ = root_ + "/.work";          // TMP
+  std::string stdin_;
 };
 
 // CP932 bytes of a UTF-8 text, and EUC-JP / ISO-2022-JP bytes through iconv.

@@ -2,6 +2,8 @@
 // A fresh temporary folder per test, removed with everything in it afterwards.
 
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -11,10 +13,30 @@
 
 namespace ferrox::testing {
 
+// Whether every user may pass through each folder down to `folder`.
+inline bool EveryoneMayEnter(std::filesystem::path folder) {
+  for (folder = std::filesystem::absolute(folder);; folder = folder.parent_path()) {
+    struct stat st {};
+    if (::stat(folder.c_str(), &st) != 0 || (st.st_mode & S_IXOTH) == 0) return false;
+    if (folder == folder.root_path()) return true;
+  }
+}
+
+// Where tests that run programs as another user keep their folders: the
+// temporary folder when others may enter it, else the first shared one.
+inline std::filesystem::path SharedTempBase() {
+  const std::filesystem::path temp = std::filesystem::temp_directory_path();
+  if (EveryoneMayEnter(temp)) return temp;
+  for (const char* shared : {"/tmp", "/var/tmp", "/dev/shm"}) {
+    if (EveryoneMayEnter(shared) && ::access(shared, W_OK | X_OK) == 0) return shared;
+  }
+  return temp;
+}
+
 class ScratchDir {
  public:
-  ScratchDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ferrox-test-XXXXXX").string();
+  explicit ScratchDir(const std::filesystem::path& base = std::filesystem::temp_directory_path()) {
+    std::string pattern = (base / "ferrox-test-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) throw std::filesystem::filesystem_error("mkdtemp", std::error_code());
     path_ = pattern;
   }

@@ -1,0 +1,237 @@
+// The command line's options, help and survey --json, end to end.
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <filesystem>
+#include <regex>
+#include <set>
+
+#include "helpers/cli_runner.h"
+#include "helpers/macbinary_builder.h"
+
+namespace ferrox::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+using CliOptions = CliTest;
+
+// The locale of a run: LC_ALL cleared so that LC_MESSAGES and LANG decide.
+CliCall InLocale(std::vector<std::string> args, const std::string& lcMessages, const std::string& lang) {
+  return CliCall{std::move(args), {}, {{"LC_ALL", ""}, {"LC_MESSAGES", lcMessages}, {"LANG", lang}}, {}};
+}
+
+TEST_F(CliOptions, EveryNamedOptionEqualsItsFlagWordAndTheLaterOneWins) {
+  // word, start value, named option, the value it must make
+  const std::tuple<const char*, int, std::vector<std::string>, int> cases[] = {
+      {"--conv-mode", 12, {"--eof"}, 13},
+      {"--conv-mode", 13, {"--no-eof"}, 12},
+      {"--conv-mode", 12, {"--fnc-fixed"}, 14},
+      {"--conv-mode", 14, {"--no-fnc-fixed"}, 12},
+      {"--conv-mode", 8, {"--jis-euc"}, 12},
+      {"--conv-mode", 12, {"--no-jis-euc"}, 8},
+      {"--conv-mode", 4, {"--gaiji-chars"}, 12},
+      {"--conv-mode", 12, {"--no-gaiji-chars"}, 4},
+      {"--conv-mode", 12, {"--gaiji-table-replace"}, 28},
+      {"--conv-mode", 28, {"--no-gaiji-table-replace"}, 12},
+      {"--conv-mode", 12, {"--no-utf8"}, 44},
+      {"--conv-mode", 44, {"--utf8"}, 12},
+      {"--conv-mode", 140, {"--mac-japanese", "always"}, 76},
+      {"--conv-mode", 76, {"--mac-japanese=never"}, 140},
+      {"--conv-mode", 204, {"--mac-japanese", "auto"}, 12},
+      {"--conv-mode", 12, {"--plain-ties"}, 268},
+      {"--conv-mode", 268, {"--no-plain-ties"}, 12},
+      {"--file-mode", 116, {"--backup"}, 117},
+      {"--file-mode", 117, {"--trash"}, 244},
+      {"--file-mode", 244, {"--backup"}, 117},
+      {"--file-mode", 245, {"--replace"}, 116},
+      {"--file-mode", 113, {"--mac-dates"}, 117},
+      {"--file-mode", 117, {"--no-mac-dates"}, 113},
+      {"--file-mode", 101, {"--walk"}, 117},
+      {"--file-mode", 117, {"--no-walk"}, 101},
+      {"--file-mode", 53, {"--unknown-type-names"}, 117},
+      {"--file-mode", 117, {"--no-unknown-type-names"}, 53},
+      {"--file-mode", 117, {"--delete-input"}, 373},
+      {"--file-mode", 373, {"--keep-input"}, 117},
+      {"--file-mode", 117, {"--mac-names"}, 629},
+      {"--file-mode", 629, {"--no-mac-names"}, 117},
+      {"--file-mode", 117, {"--resource-forks"}, 1141},
+      {"--file-mode", 1141, {"--no-resource-forks"}, 117},
+  };
+  for (const auto& [word, start, named, made] : cases) {
+    std::vector<std::string> args = {"settings", word, std::to_string(start)};
+    args.insert(args.end(), named.begin(), named.end());
+    const CliResult byName = Run(args);
+    const CliResult byWord = Run({"settings", word, std::to_string(made)});
+    EXPECT_EQ(byName.status, 0) << named[0] << byName.err;
+    EXPECT_EQ(byName.out, byWord.out) << named[0];
+    // The flag word given last wins over the named option before it.
+    args.insert(args.end(), {word, std::to_string(start)});
+    EXPECT_EQ(Run(args).out, Run({"settings", word, std::to_string(start)}).out) << named[0];
+  }
+
+  // The same through conversions: the named form and the flag word leave the same files.
+  Write("in/a.txt", Encode("変換のテスト\nｶﾀｶﾅも一行\n最後の行\n", "EUC-JP"));
+  for (const auto& [named, word] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{"--eof", "--trash", "--delete-input"}, "13:500"}, {{"--replace"}, "12:116"}}) {
+    for (const std::string& form : {std::string("named"), std::string("word")}) {
+      const std::string dir = form + word.substr(0, 2);
+      Write(dir + "/in.txt", Encode("変換のテスト\nｶﾀｶﾅも一行\n最後の行\n", "EUC-JP"));
+      Write(dir + "/out.txt", "old");
+      std::vector<std::string> args = {"convert"};
+      if (form == "named") {
+        args.insert(args.end(), named.begin(), named.end());
+      } else {
+        args.insert(args.end(), {"--conv-mode", word.substr(0, 2), "--file-mode", word.substr(3)});
+      }
+      args.insert(args.end(), {dir + "/in.txt", dir + "/out.txt"});
+      EXPECT_EQ(Run(args).status, 0) << dir;
+    }
+    for (const char* name : {"in.txt", "out.txt", "out.bak"}) {
+      EXPECT_EQ(Exists("named" + word.substr(0, 2) + "/" + name), Exists("word" + word.substr(0, 2) + "/" + name));
+      EXPECT_EQ(Read("named" + word.substr(0, 2) + "/" + name), Read("word" + word.substr(0, 2) + "/" + name));
+    }
+  }
+  EXPECT_EQ(Read("named13/out.txt"), Sjis("変換のテスト\r\nｶﾀｶﾅも一行\r\n最後の行\r\n") + "\x1a");
+  EXPECT_EQ(Read(".home/.local/share/Trash/files/out.txt"), "old");
+}
+
+TEST_F(CliOptions, SurveySizeSubstituteAndRunsThatConvertNothing) {
+  // Text for 12,000 bytes, then binary: only a survey of the whole file sees it.
+  Write("late.bin", std::string(12000, 'a') + std::string(600, '\x01'));
+  const std::tuple<std::vector<std::string>, std::string, int> cases[] = {
+      {{"survey", "--flags", "late.bin"}, "0 0x0100\n", 0},
+      {{"survey", "--flags", "--chk-size", "0", "late.bin"}, "0 0x0000\n", 0},
+      {{"survey", "--flags", "--chk-size=-1", "late.bin"}, "0 0x0000\n", 0},
+      {{"survey", "--flags", "--chk-size", "99", "late.bin"}, "", 3},
+      {{"survey", "--flags", "--no-cut", "late.bin"}, "0 0x0100\n", 0},  // accepted by every command, as before
+      {{"name", "--fnc-fixed", "--fnc-char", "-", "a/b:c", "TEXT", "ttxt"}, "a-b-c.txt\n", 0},
+      {{"name", "--fnc-fixed", "--fnc-char", "＿", "a/b", "TEXT", "ttxt"}, "a＿b.txt\n", 0},
+  };
+  for (const auto& [args, out, status] : cases) {
+    const CliResult r = Run(args);
+    EXPECT_EQ(r.out, out) << args[2];
+    EXPECT_EQ(r.status, status) << args[2];
+  }
+  for (const std::string bad : {"/", "\\", ":", "*", "?", "\"", "<", ">", "|", "", "ab", "\x01", "\xff"}) {
+    const CliResult r = Run({"name", "--fnc-char", bad, "a", "TEXT", "ttxt"});
+    EXPECT_EQ(r.status, 3) << bad;
+    EXPECT_EQ(r.err, "ﾌｧｲﾙ名の置換文字が不正です。\n") << bad;
+  }
+
+  fs::create_directories(Path("folder/sub"));
+  Write("folder/a.txt", "a\n");
+  const std::tuple<std::vector<std::string>, std::string, std::string> nothing[] = {
+      {{"convert", "--no-walk", "folder", "out"}, "C", "folder is a folder, and folders are not converted"},
+      {{"convert", "folder/*.doc", "out"}, "C", "no file matches folder/*.doc"},
+      {{"convert", "folder/sub", "out"}, "C", "no file in folder/sub"},
+      {{"convert", "--no-walk", "folder", "out"}, "ja_JP.UTF-8", "変換するファイルがありません: folder はフォルダです"},
+  };
+  for (const auto& [args, lang, says] : nothing) {
+    const CliResult r = Run(InLocale(args, "", lang));
+    EXPECT_EQ(r.status, 0) << args[2];
+    EXPECT_NE(r.err.find(says), std::string::npos) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+  }
+  EXPECT_FALSE(Exists("out/a.txt"));
+}
+
+TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
+  const std::string data = Sjis("メモ\r");
+  Write("files/mac.bin", MacBinaryHeaderBytes({Sjis("メモ"), "TEXT", "ttxt", static_cast<std::uint32_t>(data.size()),
+                                                5, 3069923400u, 3070029920u}) +
+                             data + std::string(128 - data.size(), '\0') + "RSRC!" + std::string(123, '\0'));
+  Write("files/euc.txt", Encode("日本語\n\"引用\"\n", "EUC-JP") + "\x1a");
+  Write("files/bin.dat", std::string(300, '\0'));
+  Write("a\"b.txt", Sjis("シフトJIS\r\nと\r混在\nです"));
+  const CliResult r = Run({"survey", "--json", "files", "a\"b.txt", "missing"});
+  EXPECT_EQ(r.status, 1);  // one path could not be read
+  std::vector<QJsonObject> objects;
+  std::size_t start = 0;
+  for (std::size_t end; (end = r.out.find('\n', start)) != std::string::npos; start = end + 1) {
+    QJsonParseError error{};
+    const QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromStdString(r.out.substr(start, end - start)), &error);
+    ASSERT_EQ(error.error, QJsonParseError::NoError) << r.out.substr(start, end - start);
+    objects.push_back(doc.object());
+  }
+  ASSERT_EQ(objects.size(), 5u) << r.out;
+  const auto strings = [](const QJsonValue& v) {
+    std::vector<std::string> out;
+    for (const auto& item : v.toArray()) out.push_back(item.toString().toStdString());
+    return out;
+  };
+  // The folder's files in walk order, then the two other paths as typed.
+  const QJsonObject& bin = objects[0];
+  EXPECT_EQ(bin["path"].toString().toStdString(), root_ + "/files/bin.dat");
+  EXPECT_FALSE(bin["text"].toBool());
+  EXPECT_EQ(bin["flags_hex"].toString(), "0x0000");
+  const QJsonObject& euc = objects[1];
+  EXPECT_EQ(strings(euc["codes"]), std::vector<std::string>{"EUC-JP"});
+  EXPECT_EQ(strings(euc["line_ends"]), std::vector<std::string>{"LF"});
+  EXPECT_TRUE(euc["ends_with_eof"].toBool());
+  EXPECT_EQ(euc["first_code"].toString(), "EUC-JP");
+  EXPECT_TRUE(euc["whole_file_surveyed"].toBool());
+  EXPECT_EQ(euc["binary_allowance"].toInt(), 0);
+  EXPECT_EQ(euc["modified"].toString().size(), 25);  // 2024-01-02T03:04:05+00:00
+  const QJsonObject& mac = objects[2];
+  EXPECT_EQ(mac["result"].toString(), "macbinary");
+  const QJsonObject block = mac["macbinary"].toObject();
+  EXPECT_EQ(block["name"].toString(), QString::fromUtf8("メモ"));
+  EXPECT_EQ(block["creator"].toString(), "ttxt");
+  EXPECT_EQ(block["data_fork"].toInt(), static_cast<int>(data.size()));
+  EXPECT_EQ(block["resource_fork"].toInt(), 5);
+  EXPECT_EQ(block["created"].toString(), "2001-04-12T12:30:00");
+  EXPECT_EQ(block["modified"].toString(), "2001-04-13T18:05:20");
+  EXPECT_EQ(mac["surveyed_bytes"].toInt(), static_cast<int>(data.size()));
+  const QJsonObject& mixed = objects[3];
+  EXPECT_EQ(mixed["path"].toString(), "a\"b.txt");
+  EXPECT_EQ(mixed["flags"].toInt(), 0x0172);
+  EXPECT_EQ(strings(mixed["line_ends"]), (std::vector<std::string>{"CRLF", "CR", "LF"}));
+  EXPECT_EQ(objects[4]["result"].toString(), "unreadable");
+  EXPECT_FALSE(objects[4].contains("flags"));
+}
+
+TEST_F(CliOptions, HelpAndOwnMessagesFollowTheLocale) {
+  const std::tuple<std::string, std::string, const char*, const char*> locales[] = {
+      // LC_MESSAGES, LANG, help begins, a usage error says
+      {"", "C.UTF-8", "Usage:", "unknown option --bogus"},
+      {"", "ja_JP.UTF-8", "使い方:", "不明なオプションです: --bogus"},
+      {"ja_JP.UTF-8", "en_US.UTF-8", "使い方:", "不明なオプションです: --bogus"},
+      {"C", "ja_JP.UTF-8", "Usage:", "unknown option --bogus"},
+  };
+  std::set<std::string> firstNames;
+  for (const auto& [messages, lang, begins, error] : locales) {
+    const CliResult help = Run(InLocale({"--help"}, messages, lang));
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.out.rfind(begins, 0), 0u) << lang << help.out;
+    const CliResult bad = Run(InLocale({"convert", "--bogus", "a", "b"}, messages, lang));
+    EXPECT_EQ(bad.status, 64);
+    EXPECT_NE(bad.err.find(error), std::string::npos) << bad.err;
+    // Every option the help names works, and both languages name the same ones.
+    std::set<std::string> names;
+    const std::regex option(R"(\n  (--[a-z0-9-]+)( [A-Z]+)?)");
+    for (auto it = std::sregex_iterator(help.out.begin(), help.out.end(), option); it != std::sregex_iterator(); ++it) {
+      names.insert((*it)[1]);
+      std::vector<std::string> args = {"settings", (*it)[1]};
+      if ((*it)[2].matched) args.push_back((*it)[1] == "--mac-japanese" ? "auto" : (*it)[1] == "--fnc-char" ? "_" : "100");
+      const CliResult r = Run(args);
+      const bool ofOneCommand = r.status == 64 && r.err.find(" command") != std::string::npos;
+      EXPECT_TRUE(r.status == 0 || ofOneCommand) << (*it)[1] << r.err;
+    }
+    // The manual pages describe every one of them.
+    for (const char* page : {"/doc/ferrox.1", "/doc/ja/ferrox.1"}) {
+      const std::string text = ReadAll(std::string(FERROX_SOURCE_DIR) + page);
+      for (std::string name : names) {
+        for (auto at = name.find('-'); at != std::string::npos; at = name.find('-', at + 2)) name.insert(at, "\\");
+        EXPECT_NE(text.find(name), std::string::npos) << page << ": " << name;
+      }
+    }
+    if (firstNames.empty()) firstNames = names;
+    EXPECT_EQ(names, firstNames) << lang;
+    EXPECT_GT(names.size(), 40u);
+  }
+}
+
+}  // namespace
+}  // namespace ferrox::testing
