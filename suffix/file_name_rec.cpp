@@ -2,6 +2,7 @@
 
 #include "suffix/suffix_pattern.h"
 #include "suffix/utf8_chars.h"
+#include "text/ascii_text.h"
 #include "text/cp932.h"
 
 namespace ferrox {
@@ -59,21 +60,12 @@ bool FncCharAllowed(std::string_view fncChar) {
 
 namespace {
 
-std::string_view TrimSpaces(std::string_view s) {
-  const std::size_t first = s.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return s.substr(first, s.find_last_not_of(' ') - first + 1);
-}
 
 bool EndsWithExtension(std::string_view name, std::string_view extension) {
   if (name.size() < extension.size() + 1) return false;
   const std::string_view tail = name.substr(name.size() - extension.size() - 1);
   if (tail.front() != '.') return false;
-  for (std::size_t i = 0; i < extension.size(); ++i) {
-    auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    if (lower(tail[i + 1]) != lower(extension[i])) return false;
-  }
-  return true;
+  return ascii::EqualNoCase(tail.substr(1), extension);
 }
 
 }  // namespace
@@ -91,7 +83,7 @@ int SuffixTableSearch(const SuffixTable& table, std::string_view type, std::stri
 
 std::string FileNameRec(const SuffixTable& table, const FileNameRules& rules, std::string_view name,
                         std::string_view type, std::string_view creator) {
-  const std::string name2(TrimSpaces(Substitute(name, rules)));
+  const std::string name2(ascii::Trim(Substitute(name, rules)));
   if (name2.empty() || cp932::SjisWidth(name2) > kMaxNameBytes) return {};
 
   const int row = SuffixTableSearch(table, type, creator);
@@ -103,8 +95,8 @@ std::string FileNameRec(const SuffixTable& table, const FileNameRules& rules, st
   if (!rules.unknownName) return name2;
   // Type and creator become part of the name, so they get the same
   // substitution as the name itself.
-  return name2 + "(" + std::string(TrimSpaces(Substitute(creator, rules))) + ")." +
-         std::string(TrimSpaces(Substitute(type, rules)));
+  return name2 + "(" + std::string(ascii::Trim(Substitute(creator, rules))) + ")." +
+         std::string(ascii::Trim(Substitute(type, rules)));
 }
 
 }  // namespace ferrox
