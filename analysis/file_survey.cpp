@@ -7,6 +7,7 @@
 
 // ferrox
 #include "analysis/char_type.h"
+#include "analysis/mac_wrapper.h"
 #include "analysis/survey_flags.h"
 #include "analysis/tie_break.h"
 #include "analysis/utf8_reading.h"
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 #include <vector>
 
@@ -215,6 +217,14 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
                     const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
                     std::size_t chunkSize) {
   flags = 0;
+  std::ifstream in(path, std::ios::binary);
+  return in && FileTypeChkSub(in, start, length, settings, sink, flags, chunkSize);
+}
+
+bool FileTypeChkSub(std::istream& in, std::int64_t start, std::int64_t length,
+                    const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
+                    std::size_t chunkSize) {
+  flags = 0;
   if (length <= 0) {
     return true;
   }
@@ -229,10 +239,6 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
   if ((settings.ConvMode & conv_mode::kNoUtf8) != 0) utf8 = Utf8Reading::Off();
   bool legacy = true;  // the Shift JIS/EUC/JIS reading still holds
 
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    return false;
-  }
   std::vector<std::uint8_t> buf;
   std::int64_t offset = start;
   std::int64_t remaining = length;
@@ -365,7 +371,30 @@ int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settin
     range = settings.ChkSize;
   }
   std::uint16_t found = 0;
-  if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
+  WrappedMacFile wrapped;
+  std::string wrapError;
+  const bool wrappedFile = result == survey_result::kOrdinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
+  if (wrappedFile && !wrapError.empty()) {
+    // A damaged wrapper: the job reports what is wrong with it.
+    return survey_result::kUnreadable;
+  }
+  if (wrappedFile) {
+    // BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
+    const std::int64_t limit = settings.ChkSize >= 1 ? settings.ChkSize : wrapped.DataLength;
+    if (wrapped.Kind == MacWrapper::AppleSingle) {
+      start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
+      if (!FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found)) {
+        return survey_result::kUnreadable;
+      }
+    } else {
+      std::string sample;
+      if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return survey_result::kUnreadable;
+      std::istringstream in(sample);
+      if (!FileTypeChkSub(in, 0, static_cast<std::int64_t>(sample.size()), settings, sink, found)) {
+        return survey_result::kUnreadable;
+      }
+    }
+  } else if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
     return survey_result::kUnreadable;
   }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <istream>
 #include <span>
 #include <string>
 
@@ -66,6 +67,13 @@ inline constexpr std::size_t kSurveyChunkSize = 8192;
                                   std::int64_t length, const SurveySettings& settings,
                                   ProgressSink& sink, std::uint16_t& flags,
                                   std::size_t chunkSize = kSurveyChunkSize);
+[[nodiscard]] bool FileTypeChkSub(std::istream& in, std::int64_t start, std::int64_t length,
+                                  const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
+                                  std::size_t chunkSize = kSurveyChunkSize);
+
+// The most of a BinHex data fork decoded for the survey when ChkSize sets no
+// limit: the sample is held in memory.
+inline constexpr std::int64_t kWrappedSampleLimit = 16 * 1024 * 1024;
 
 // Surveys named files and remembers the last one: a second survey of the same
 // path and settings is answered without reading the file only while the file

@@ -4,12 +4,14 @@
 #include "analysis/macbinary.h"
 
 // ferrox
+#include "analysis/binhex.h"
 #include "analysis/report_format.h"
 #include "text/ascii_text.h"
 #include "text/cp932.h"
 
 // system
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 // std
@@ -28,6 +30,8 @@ constexpr std::size_t kDataLength = 83;
 constexpr std::size_t kResourceLength = 87;
 constexpr std::size_t kCreated = 91;
 constexpr std::size_t kModified = 95;
+constexpr std::size_t kCrc = 124;       // MacBinary II: CRC of bytes 0..123
+constexpr std::size_t kCrcCovers = 124;
 
 // The low three bytes of a four-byte length: the top byte is ignored on reading.
 std::int32_t Read24(std::span<const std::uint8_t, 128> h, std::size_t at) {
@@ -111,12 +115,26 @@ int MBInfGet(const std::filesystem::path& path, MacBinaryInfo& info) {
 int MBInfPut(int fd, std::int64_t dataLength) {
   std::array<std::uint8_t, 128> header{};
   if (::pread(fd, header.data(), header.size(), 0) != static_cast<ssize_t>(header.size())) return 1;
+  // A MacBinary II header whose CRC was right gets a right one again, and its
+  // data fork the padding to 128 bytes that readers of that form expect.
+  const auto crcOf = [&header] { return BinHexCrc(0, std::span(header).first(kCrcCovers)); };
+  const bool hadCrc = crcOf() == ((header[kCrc] << 8) | header[kCrc + 1]);
   const std::uint32_t n = dataLength < 0            ? 0
                           : dataLength > 0xFFFFFFFF ? 0xFFFFFFFFu
                                                     : static_cast<std::uint32_t>(dataLength);
   for (std::size_t i = 0; i < 4; ++i) {
     header[kDataLength + i] = static_cast<std::uint8_t>((n >> (24 - 8 * i)) & 0xFF);
     header[kResourceLength + i] = 0;  // the converted file keeps no resource fork
+  }
+  if (hadCrc) {
+    const std::uint16_t crc = crcOf();
+    header[kCrc] = static_cast<std::uint8_t>(crc >> 8);
+    header[kCrc + 1] = static_cast<std::uint8_t>(crc & 0xFF);
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) return 1;
+    const std::int64_t pad = (kMacBinaryHeaderSize - st.st_size % kMacBinaryHeaderSize) % kMacBinaryHeaderSize;
+    const std::array<std::uint8_t, 128> zeros{};
+    if (pad > 0 && ::pwrite(fd, zeros.data(), static_cast<std::size_t>(pad), st.st_size) != pad) return 1;
   }
   return ::pwrite(fd, header.data(), header.size(), 0) == static_cast<ssize_t>(header.size()) ? 0 : 1;
 }

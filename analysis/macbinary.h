@@ -42,7 +42,9 @@ struct MacBinaryInfo {
 // Rewrites the fork lengths of the header of `path` after a conversion that
 // kept it: bytes 83..86 get `dataLength` (big-endian; lengths above
 // 0xFFFFFFFF are written as 0xFFFFFFFF), bytes 87..90 get 0. Every other
-// header byte is kept. 0 when done, 1 when the file is shorter than 128 bytes
+// header byte is kept, except a MacBinary II CRC (bytes 124..125) that was
+// right: it is computed again, and the file is padded with zeros to a
+// multiple of 128 bytes. 0 when done, 1 when the file is shorter than 128 bytes
 // or cannot be read or written.
 [[nodiscard]] int MBInfPut(const std::filesystem::path& path, std::int64_t dataLength);
 // The same on an open file (read and write).

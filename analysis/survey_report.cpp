@@ -2,6 +2,8 @@
 
 #include "analysis/survey_report.h"
 
+#include "analysis/mac_wrapper.h"
+
 // ferrox
 #include "analysis/report_format.h"
 #include "analysis/survey_flags.h"
@@ -228,6 +230,14 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
     std::string block;
     AppendMacBinaryInfo(block, mac, lookup ? lookup(mac.FileType, mac.Creator) : nullptr);
     out.Line(block.substr(0, block.size() - 2));
+  } else {
+    WrappedMacFile wrapped;
+    std::string error;
+    if (ProbeMacWrapper(path, wrapped, error) != MacWrapper::None && error.empty()) {
+      std::string block;
+      AppendWrappedMacInfo(block, wrapped, lookup ? lookup(wrapped.FileType, wrapped.Creator) : nullptr);
+      out.Line(block.substr(0, block.size() - 2));
+    }
   }
 }
 

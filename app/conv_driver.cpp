@@ -255,6 +255,7 @@ int ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
 }
 
 int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string& output) {
+  batchRoot_.clear();
   if (!HasWildcard(input)) {
     if (!IsFolder(input)) return ConvertPair(input, output);
     if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
@@ -263,7 +264,11 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
       return result::kOutputSide;
     }
     outputRoot_ = output;
-    return Ferrox_Click_EtcSub3(input, output);
+    batchRoot_ = input;
+    runNames_ = {};
+    const int rc = Ferrox_Click_EtcSub3(input, output);
+    batchRoot_.clear();
+    return rc;
   }
 
   const std::string inFolder = AddPathSeparator(GetParentFolder(input));
@@ -272,7 +277,9 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
   const FolderListing listing = ListFolder(inFolder, pattern);
   // One list in name order, as a listing of the pattern would give it.
   std::vector<std::pair<std::string, bool>> entries;
-  for (const auto& name : listing.files) entries.emplace_back(name, false);
+  for (const auto& name : listing.files) {
+    if (!IsOwnBackup(name)) entries.emplace_back(name, false);
+  }
   for (const auto& name : listing.folders) entries.emplace_back(name, true);
   std::sort(entries.begin(), entries.end());
 
@@ -281,8 +288,11 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
     return result::kOutputSide;
   }
   outputRoot_ = outFolder;
+  batchRoot_ = inFolder;
+  runNames_ = {};
   for (const auto& [name, isFolder] : entries) {
     int rc = result::kDone;
+    if (IsSidecarEntry(inFolder, name, isFolder)) continue;
     if (isFolder) {
       if ((settings_.FileMode & file_mode::kFolderSelect) == 0) continue;
       if (IsOutputRoot(inFolder + name)) continue;
@@ -304,10 +314,13 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
   // writes into this folder (backups, outputs) are never taken as inputs.
   const FolderListing listing = ListFolder(inFolder);
   for (const auto& name : listing.files) {
+    if (IsOwnBackup(name)) continue;
+    if (IsSidecarEntry(inFolder, name, false)) continue;
     if (const int rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != 0) return rc;
   }
   if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
   for (const auto& name : listing.folders) {
+    if (IsSidecarEntry(inFolder, name, true)) continue;
     const std::string inSub = Join(inFolder, name);
     const std::string outSub = Join(outFolder, name);
     if (IsOutputRoot(inSub)) continue;  // an output folder inside the input is not walked again
@@ -320,14 +333,38 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
   return result::kDone;
 }
 
+// With backups on, a ".bak" in a walked folder is the backup of an earlier
+// run: converting it would replace that original, so walks leave it alone.
+bool ConvDriver::IsOwnBackup(const std::string& name) const {
+  return (settings_.FileMode & file_mode::kBackup) != 0 && name.size() > 4 &&
+         name.compare(name.size() - 4, 4, ".bak") == 0;
+}
+
 bool ConvDriver::IsOutputRoot(const std::string& folder) const {
   return !outputRoot_.empty() && SameFolder(folder, outputRoot_);
 }
 
-int ConvDriver::ConvertPair(const std::string& input, const std::string& output) {
+int ConvDriver::ConvertPair(const std::string& input, std::string output) {
   if (planned_ != nullptr) {
     planned_->push_back(input);
     return result::kDone;
+  }
+  sidecar_.clear();
+  if (!batchRoot_.empty()) {
+    sidecar_ = FindSidecar(input, batchRoot_);
+    if ((settings_.FileMode & file_mode::kMacNames) != 0) {
+      if (suffixes_ != nullptr) {
+        const std::string name = MacOutputName(*suffixes_, settings_, input, sidecar_);
+        if (!name.empty()) output = AddPathSeparator(GetParentFolder(output)) + name;
+      }
+      // In a run that writes into its own input folder, a Mac name never
+      // lands on another input, which may not have been read yet.
+      std::string named = runNames_.Claim(output);
+      while (named != input && FileExists(named) && SameFolder(GetParentFolder(named), GetParentFolder(input))) {
+        named = runNames_.Claim(output);
+      }
+      output = named;
+    }
   }
   window_.SetInFileText(input);
   window_.SetOutFileText(output);
@@ -382,7 +419,7 @@ int ConvDriver::Ferrox_Click_File() {
 
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
-  const JobContext context{window_, settings_, gaiji_};
+  const JobContext context{window_, settings_, gaiji_, sidecar_};
   switch (Ferrox(outPath, inPath, flags, context)) {
     case result::kDiskFull:
       window_.Message(WorkAreaFullMessage());

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "app/mac_batch_names.h"
+
 #include "app/ferrox_job.h"
 
 namespace ferrox {
@@ -48,6 +50,9 @@ class ConvDriver {
   // boxes. Shows the job's message, if any.
   [[nodiscard]] int Ferrox_Click_File();
 
+  // The suffix table, for Mac names in folder and wildcard runs (FileMode 512).
+  void SetSuffixTable(const SuffixTable* table) noexcept { suffixes_ = table; }
+
   // The input files a run of the two boxes would convert, in run order, found
   // by the run's own walk without converting, creating or saying anything.
   // Empty when the run would be refused before its first file.
@@ -71,9 +76,10 @@ class ConvDriver {
   int CheckPair(const std::string& input, const std::string& output);
   int CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
   int CheckReplaceable(const std::string& inPath, const std::string& outPath);
-  int ConvertPair(const std::string& input, const std::string& output);
+  int ConvertPair(const std::string& input, std::string output);
   bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
+  [[nodiscard]] bool IsOwnBackup(const std::string& name) const;
 
   ConvWindow& window_;
   ConversionSettings& settings_;
@@ -82,6 +88,10 @@ class ConvDriver {
   std::string singleIn_;   // the cleaned box texts of a one-pair run
   std::string singleOut_;
   std::string outputRoot_;  // output folder of the current walk; never walked as input
+  const SuffixTable* suffixes_ = nullptr;
+  std::string batchRoot_;   // input folder of the current folder or wildcard walk; "" otherwise
+  std::string sidecar_;     // the AppleDouble sidecar of the pair being converted
+  RunOutputNames runNames_;
   std::vector<std::string>* planned_ = nullptr;  // set while PlannedInputs walks
   Tally tally_;
 };

@@ -31,6 +31,8 @@ class ConvWindow : public ProgressSink {
   // pair being converted); an empty path ends that. A window may name the
   // file with each such message.
   virtual void MessagesAbout(const std::string& path) { (void)path; }
+  // A note that needs no answer (the command line's message line); the window shows none.
+  virtual void Note(const std::string& /*text*/) {}
 
   // Disables (false) or enables (true) the window's controls around a run.
   virtual void AllEnabled(bool enabled) = 0;

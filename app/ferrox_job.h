@@ -32,6 +32,7 @@ struct JobContext {
   ConvWindow& window;
   const ConversionSettings& settings;
   const GaijiTable* gaiji = nullptr;
+  std::string sidecar;  // an AppleDouble file lending type, creator, dates and resource fork
 };
 
 // Job flags (from the two check boxes).

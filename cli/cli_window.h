@@ -44,6 +44,7 @@ class CliWindow final : public ConvWindow {
 
   void Message(const std::string& text) override;
   void MessagesAbout(const std::string& path) override { about_ = path; }
+  void Note(const std::string& text) override { Message(text); }
   void AllEnabled(bool) override {}
   void ProgressPanel(bool on) override;
 

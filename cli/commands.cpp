@@ -169,6 +169,7 @@ int RunConvert(const Arguments& arguments) {
   window.SetInFileText(inText);
 
   ConvDriver driver(window, store.Settings, &store.Gaiji);
+  driver.SetSuffixTable(&store.Suffixes);
   const int rc = driver.Ferrox_Click_Etc(false);
   window.ClearProgressLine();
   // A cancel that came once the last file was being put in place did not
@@ -231,9 +232,13 @@ int RunSurvey(const Arguments& arguments) {
         std::uint16_t flags = 0;
         const int kind = survey.FileTypeChk(file, surveySettings, sink, info, flags);
         const std::string shown = file == path ? operand : file;
+        WrappedMacFile wrapped;
+        std::string wrapError;
+        const bool isWrapped = kind == survey_result::kOrdinary &&
+                               ProbeMacWrapper(file, wrapped, wrapError) != MacWrapper::None && wrapError.empty();
         std::printf("%s\n", SurveyJson({shown, file, kind, flags,
-                                         kind == survey_result::kMacBinary ? &info : nullptr, settings.ChkSize,
-                                         settings.BinRate})
+                                         kind == survey_result::kMacBinary ? &info : nullptr,
+                                         isWrapped ? &wrapped : nullptr, settings.ChkSize, settings.BinRate})
                                 .c_str());
         if (kind == survey_result::kUnreadable) status = 1;
       }

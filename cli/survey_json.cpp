@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "analysis/mac_wrapper.h"
 #include "analysis/survey_flags.h"
 #include "platform/file_times.h"
 #include "suffix/utf8_chars.h"
@@ -89,11 +90,20 @@ std::string SurveyJson(const SurveyJsonInput& in) {
   const std::uint16_t f = in.flags;
   char hex[8];
   std::snprintf(hex, sizeof hex, "0x%04X", static_cast<unsigned>(f));
-  const std::int64_t data = in.macBinary != nullptr ? in.macBinary->DataLength : st.st_size;
+  const std::int64_t data = in.macBinary != nullptr ? in.macBinary->DataLength
+                            : in.wrapped != nullptr ? in.wrapped->DataLength
+                                                    : st.st_size;
   const std::int64_t length = in.chkSize >= 1 && data > in.chkSize ? in.chkSize : data;
   out += std::string(",\"text\":") + (f != 0 ? "true" : "false") + ",\"flags\":" + std::to_string(f) +
          ",\"flags_hex\":\"" + hex + "\"";
-  if (f != 0) {
+  if ((f & kUtf8) != 0) {
+    // The code bits are free in UTF-8 text; two of them say BOM and NFD.
+    out += std::string(",\"codes\":[\"UTF-8\"],\"first_code\":\"UTF-8\",\"bom\":") +
+           ((f & kUtf8Bom) != 0 ? "true" : "false") +
+           ",\"decomposed\":" + ((f & kUtf8Decomposed) != 0 ? "true" : "false") +
+           ",\"line_ends\":" + List({{(f & kCrLf) != 0, "CRLF"}, {(f & kCr) != 0, "CR"}, {(f & kLf) != 0, "LF"}}) +
+           ",\"ends_with_eof\":" + ((f & kEndsWithEof) != 0 ? "true" : "false");
+  } else if (f != 0) {
     const std::uint16_t mark = f & kMarkMask;
     out += ",\"codes\":" + List({{(f & (kSjis | kJis | kEuc)) == 0, "ASCII"},
                                  {(f & kSjis) != 0, "Shift_JIS"},
@@ -123,6 +133,15 @@ std::string SurveyJson(const SurveyJsonInput& in) {
            ",\"creator\":" + Quote(m.Creator) + ",\"data_fork\":" + std::to_string(m.DataLength) +
            ",\"resource_fork\":" + std::to_string(m.ResourceLength) + ",\"created\":" + MacIso(m.Created) +
            ",\"modified\":" + MacIso(m.Modified) + "}";
+  }
+  if (in.wrapped != nullptr && in.wrapped->Kind != MacWrapper::None) {
+    const WrappedMacFile& w = *in.wrapped;
+    out += std::string(",\"") + (w.Kind == MacWrapper::BinHex ? "binhex" : "applesingle") +
+           "\":{\"name\":" + Quote(w.FileName) + ",\"type\":" + Quote(w.FileType) +
+           ",\"creator\":" + Quote(w.Creator) + ",\"data_fork\":" + std::to_string(w.DataLength) +
+           ",\"resource_fork\":" + std::to_string(w.ResourceLength);
+    if (w.HasDates) out += ",\"created\":" + MacIso(w.Created) + ",\"modified\":" + MacIso(w.Modified);
+    out += "}";
   }
   return out + "}";
 }

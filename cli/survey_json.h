@@ -8,6 +8,7 @@
 #include <string>
 
 #include "analysis/file_survey.h"
+#include "analysis/mac_wrapper.h"
 
 namespace ferrox::cli {
 
@@ -17,6 +18,7 @@ struct SurveyJsonInput {
   int result = 0;              // FileTypeChk's code
   std::uint16_t flags = 0;
   const MacBinaryInfo* macBinary = nullptr;  // when result says MacBinary
+  const WrappedMacFile* wrapped = nullptr;   // a BinHex or AppleSingle file's header
   std::int32_t chkSize = 0;
   std::int16_t binRate = 0;
 };

@@ -10,7 +10,7 @@ packages=(
   nkf dos2unix xvfb xauth fonts-ipafont-gothic python3
   valgrind time manpages-ja
   qt6-translations-l10n
-  file lintian man-db
+  file lintian man-db macutils hfsutils
 )
 
 missing=()

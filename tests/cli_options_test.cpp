@@ -7,6 +7,7 @@
 #include <regex>
 #include <set>
 
+#include "helpers/binhex_encoder.h"
 #include "helpers/cli_runner.h"
 #include "helpers/macbinary_builder.h"
 
@@ -144,6 +145,8 @@ TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
                              data + std::string(128 - data.size(), '\0') + "RSRC!" + std::string(123, '\0'));
   Write("files/euc.txt", Encode("日本語\n\"引用\"\n", "EUC-JP") + "\x1a");
   Write("files/bin.dat", std::string(300, '\0'));
+  Write("files/utf.txt", "\xEF\xBB\xBF" "か\xE3\x82\x99な\n");  // BOM, NFD
+  Write("files/memo.hqx", testing::EncodeBinHex({"Memo", "TEXT", "ttxt", "abc\r\n", "fork"}));
   Write("a\"b.txt", Sjis("シフトJIS\r\nと\r混在\nです"));
   const CliResult r = Run({"survey", "--json", "files", "a\"b.txt", "missing"});
   EXPECT_EQ(r.status, 1);  // one path could not be read
@@ -155,7 +158,7 @@ TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
     ASSERT_EQ(error.error, QJsonParseError::NoError) << r.out.substr(start, end - start);
     objects.push_back(doc.object());
   }
-  ASSERT_EQ(objects.size(), 5u) << r.out;
+  ASSERT_EQ(objects.size(), 7u) << r.out;
   const auto strings = [](const QJsonValue& v) {
     std::vector<std::string> out;
     for (const auto& item : v.toArray()) out.push_back(item.toString().toStdString());
@@ -184,12 +187,23 @@ TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
   EXPECT_EQ(block["created"].toString(), "2001-04-12T12:30:00");
   EXPECT_EQ(block["modified"].toString(), "2001-04-13T18:05:20");
   EXPECT_EQ(mac["surveyed_bytes"].toInt(), static_cast<int>(data.size()));
-  const QJsonObject& mixed = objects[3];
+  const QJsonObject hqx = objects[3]["binhex"].toObject();
+  EXPECT_EQ(hqx["name"].toString(), "Memo");
+  EXPECT_EQ(hqx["type"].toString(), "TEXT");
+  EXPECT_EQ(hqx["data_fork"].toInt(), 5);
+  EXPECT_EQ(hqx["resource_fork"].toInt(), 4);
+  EXPECT_FALSE(hqx.contains("created"));  // BinHex carries no dates
+  EXPECT_EQ(objects[3]["surveyed_bytes"].toInt(), 5);
+  const QJsonObject& utf = objects[4];
+  EXPECT_EQ(strings(utf["codes"]), std::vector<std::string>{"UTF-8"});
+  EXPECT_TRUE(utf["bom"].toBool());
+  EXPECT_TRUE(utf["decomposed"].toBool());
+  const QJsonObject& mixed = objects[5];
   EXPECT_EQ(mixed["path"].toString(), "a\"b.txt");
   EXPECT_EQ(mixed["flags"].toInt(), 0x0172);
   EXPECT_EQ(strings(mixed["line_ends"]), (std::vector<std::string>{"CRLF", "CR", "LF"}));
-  EXPECT_EQ(objects[4]["result"].toString(), "unreadable");
-  EXPECT_FALSE(objects[4].contains("flags"));
+  EXPECT_EQ(objects[6]["result"].toString(), "unreadable");
+  EXPECT_FALSE(objects[6].contains("flags"));
 }
 
 TEST_F(CliOptions, HelpAndOwnMessagesFollowTheLocale) {

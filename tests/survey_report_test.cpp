@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "analysis/report_format.h"
+#include "helpers/binhex_encoder.h"
 #include "helpers/macbinary_builder.h"
 #include "helpers/scratch_dir.h"
 #include "platform/file_times.h"
@@ -72,6 +73,7 @@ TEST_F(SurveyReportTest, OneFile) {
   cut.resize(20000);
   const std::string hint = "abc\x01" "def\r\n" + std::string(100, 'x');
   const std::string sjisLine = "\x93\xfa\x96\x7b\x8c\xea\x82\xcc\x83\x65\x83\x4c\x83\x58\x83\x67\r\n";
+  const std::string hqx = testing::EncodeBinHex({"\x95\x5c\x8e\xa6.txt", "TEXT", "ttxt", "abc\r\nxyz", std::string(20, 'r')});
   // body: the report after the heading and the dates.
   struct { const char* name; std::string bytes; ReportSettings settings; std::string body; } const cases[] = {
       {"sjis.txt", sjisLine + sjisLine + sjisLine + "end\r\n", {10000, 3, 12, 117},
@@ -96,6 +98,12 @@ TEST_F(SurveyReportTest, OneFile) {
        Lines({kPlain, "サイズ  :156 Byte", "", kText, kAscii, "",
               "このファイルにはMacBinaryが付加されています。", "以下は Macintosh での情報です。",
               "作成日時          :2003/05/04(日) 09:05:00", "更新日時          :1972/01/19(水) 03:14:08",
+              "データフォーク    :8 Byte", "リソースフォーク  :20 Byte", "ファイルタイプ    :[TEXT]",
+              "ファイルクリエータ:[ttxt]", "対応する拡張子は[.txt] (テキスト)です。",
+              "オリジナルのファイル名は[表示.txt]です。"})},
+      {"note.hqx", hqx, {10000, 3, 12, 117},  // the data fork is surveyed; BinHex carries no dates
+       Lines({kPlain, "サイズ  :" + std::to_string(hqx.size()) + " Byte", "", kText, kAscii, "",
+              "このファイルはBinHex 4.0形式です。", "以下は Macintosh での情報です。",
               "データフォーク    :8 Byte", "リソースフォーク  :20 Byte", "ファイルタイプ    :[TEXT]",
               "ファイルクリエータ:[ttxt]", "対応する拡張子は[.txt] (テキスト)です。",
               "オリジナルのファイル名は[表示.txt]です。"})},

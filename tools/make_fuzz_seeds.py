@@ -44,6 +44,45 @@ def macbinary_seed(name, ftype, creator, data, rsrc=b"", cdate=0xB0000000, mdate
     return bytes(h) + pad(data) + rsrc
 
 
+def binhex_seed(name, ftype, creator, data, rsrc=b""):
+    import binascii
+    def section(b):
+        return b + struct.pack(">H", binascii.crc_hqx(b, 0))
+    header = bytes([len(name)]) + name + b"\0" + ftype + creator + b"\0\0" + struct.pack(">II", len(data), len(rsrc))
+    plain = section(header) + section(data) + section(rsrc)
+    rle, i = bytearray(), 0
+    while i < len(plain):
+        n = 1
+        while i + n < len(plain) and plain[i + n] == plain[i] and n < 255:
+            n += 1
+        rle.append(plain[i])
+        if plain[i] == 0x90:
+            rle.append(0)
+            n = 1
+        elif n >= 3:
+            rle += bytes([0x90, n])
+        else:
+            n = 1
+        i += n
+    alphabet = b"!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr"
+    bits = "".join(f"{b:08b}" for b in rle)
+    bits += "0" * (-len(bits) % 6)
+    body = bytes(alphabet[int(bits[i:i + 6], 2)] for i in range(0, len(bits), 6))
+    body = b":" + body  # every line, the first with its colon, is 64 characters
+    lines = b"\n".join(body[i:i + 64] for i in range(0, len(body), 64))
+    return b"(This file must be converted with BinHex 4.0)\n" + lines + b":\n"
+
+
+def apple_seed(magic, entries):
+    head = struct.pack(">II16sH", magic, 0x20000, b"", len(entries))
+    offset = len(head) + 12 * len(entries)
+    table, body = b"", b""
+    for eid, payload in entries:
+        table += struct.pack(">III", eid, offset + len(body), len(payload))
+        body += payload
+    return head + table + body
+
+
 def main():
     out = sys.argv[1] if len(sys.argv) > 1 else "seeds"
     corpora = {
@@ -57,6 +96,15 @@ def main():
             "empty_data": macbinary_seed(b"a", b"APPL", b"????", b""),
             "rsrc_cut": macbinary_seed(b"r", b"PICT", b"8BIM", b"12345", b"R" * 300)[:300],
             "header_only": bytes(128),
+        },
+        "fuzz_binhex": {
+            "text": binhex_seed("表示.txt".encode("cp932"), b"TEXT", b"ttxt", enc(TEXT, "cp932", "\r")),
+            "runs": binhex_seed(b"r", b"BINA", b"????", b"\x90" * 300 + b"\0" * 500, b"R" * 70),
+        },
+        "fuzz_apple_single": {
+            "single": apple_seed(0x51600, [(3, "メモ".encode()), (8, struct.pack(">iiii", 0, 86400, 0, 0)),
+                                           (9, b"TEXTttxt" + bytes(24)), (1, b"data\r"), (2, b"rsrc")]),
+            "double": apple_seed(0x51607, [(9, b"PDF CARO" + bytes(24)), (2, bytes(300))]),
         },
         "fuzz_suffix_table": {
             "basic": "/comment\r\ntxt\tTEXT\tttxt\t説明\r\n.doc\tW?BN\tMSWD\tWord\r\nPunct=,\r\njpg,JPEG,,\r\nlast,line".encode("cp932"),

@@ -100,6 +100,7 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   setObjectName(QStringLiteral("fomMain"));
   setWindowTitle(QStringLiteral("Ferrox"));
   driver_ = std::make_unique<ConvDriver>(*this, store_.Settings, &store_.Gaiji);
+  driver_->SetSuffixTable(&store_.Suffixes);
 
   auto* inLabel = new QLabel(QStringLiteral("入力ﾌｧｲﾙ(&I)："), this);
   txtInFile_ = new PathBox(PathBox::DropMode::List, this);

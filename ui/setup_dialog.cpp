@@ -76,12 +76,16 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   chkDeleteInput_ = MakeCheck(files, "chkDeleteInput",
                               QStringLiteral("変換が終わったら入力ファイルを削除する(&I)"),
                               fm & file_mode::kDeleteInput);
+  chkMacNames_ = MakeCheck(files, "chkMacNames",
+                           QStringLiteral("フォルダ・ワイルドカードの変換でもMacのファイル名で出力する(&A)"),
+                           fm & file_mode::kMacNames);
   auto* suffix = MakeButton(files, "cmdSuffix", QStringLiteral("拡張子の設定(&S)..."));
   auto* filesLayout = new QVBoxLayout(files);
   filesLayout->addWidget(chkFolder_);
   filesLayout->addWidget(chkMacDates_);
   filesLayout->addWidget(chkUnknownName_);
   filesLayout->addWidget(chkDeleteInput_);
+  filesLayout->addWidget(chkMacNames_);
   filesLayout->addWidget(suffix, 0, Qt::AlignLeft);
 
   auto* setup2 = MakeButton(this, "cmdSetup2", QStringLiteral("詳細設定(&D)..."));
@@ -129,6 +133,7 @@ void SetupDialog::cmdExit_Click() {
   SetBit(fm, file_mode::kMacDates, chkMacDates_->isChecked());
   SetBit(fm, file_mode::kUnknownName, chkUnknownName_->isChecked());
   SetBit(fm, file_mode::kDeleteInput, chkDeleteInput_->isChecked());
+  SetBit(fm, file_mode::kMacNames, chkMacNames_->isChecked());
   settings_.FileMode = fm;
 }
 

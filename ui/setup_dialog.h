@@ -42,6 +42,7 @@ class SetupDialog : public QDialog {
   QRadioButton* optTrash_;
   QRadioButton* optDelete_;
   QCheckBox* chkDeleteInput_;
+  QCheckBox* chkMacNames_;  // FileMode 512
   QCheckBox* chkMacDates_;
   QCheckBox* chkFolder_;
   QCheckBox* chkUnknownName_;

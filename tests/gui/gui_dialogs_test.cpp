@@ -49,7 +49,7 @@ class DialogsTest : public QObject {
       for (const char* name : {"chkJisEuc", "chkGaijiChar", "chkFolder"}) {
         QVERIFY(Find<QCheckBox>(dialog, name)->isChecked());
       }
-      for (const char* name : {"chkEof", "chkDeleteInput"}) QVERIFY(!Find<QCheckBox>(dialog, name)->isChecked());
+      for (const char* name : {"chkEof", "chkDeleteInput", "chkMacNames"}) QVERIFY(!Find<QCheckBox>(dialog, name)->isChecked());
       QVERIFY(Find<QRadioButton>(dialog, "optBackup")->isChecked());
       Find<QCheckBox>(dialog, "chkJisEuc")->setChecked(false);
       Find<QCheckBox>(dialog, "chkEof")->setChecked(true);
@@ -57,12 +57,13 @@ class DialogsTest : public QObject {
       Find<QRadioButton>(dialog, "optTrash")->setChecked(true);
       Find<QCheckBox>(dialog, "chkDeleteInput")->setChecked(true);
       Find<QCheckBox>(dialog, "chkMacDates")->setChecked(false);
+      Find<QCheckBox>(dialog, "chkMacNames")->setChecked(true);
       Find<QPushButton>(dialog, button)->click();
       const bool ok = std::string(button) == "cmdExit";
       QCOMPARE(s.ConvMode, std::uint16_t(ok ? 1 | 2 | 8 | 16 : 12 | 2 | 16));
       QCOMPARE(s.LineSize, std::int16_t(ok ? 72 : 0));
-      // bit 1 off, 128 and 256 on, 4 off; 16, 32 and 64 kept.
-      QCOMPARE(s.FileMode, std::uint16_t(ok ? 16 | 32 | 64 | 128 | 256 : 117));
+      // bit 1 off, 128, 256 and 512 on, 4 off; 16, 32 and 64 kept.
+      QCOMPARE(s.FileMode, std::uint16_t(ok ? 16 | 32 | 64 | 128 | 256 | 512 : 117));
     }
   }
 

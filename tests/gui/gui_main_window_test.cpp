@@ -332,6 +332,12 @@ class MainWindowTest : public QObject {
     for (const std::string& f : files) QCOMPARE(ReadAll(f), kSjisText);
     QVERIFY(w.findChild<QLabel*>("lblSummary")->isVisible());
     QVERIFY(w.findChild<QLabel*>("lblSummary")->text().contains(QStringLiteral("テキスト変換 4 個")));
+    // The run in place left a backup beside each file: those are not targets of the next run.
+    QVERIFY(fs::exists(col + "/a.bak"));
+    w.SetInFileText({});
+    w.SetInFileText(col);
+    QVERIFY2(Info(w).contains(QStringLiteral("以下の 4 個のファイルが変換対象となります。")), qPrintable(Info(w)));
+    QVERIFY(!Info(w).contains(QStringLiteral(".bak")));
   }
 
   // The panel's columns line up like the report window's, and after an

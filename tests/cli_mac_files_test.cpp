@@ -1,0 +1,167 @@
+// BinHex and AppleSingle input end to end through the ferrox command: files
+// made by macutils and by the AppleDouble script, damaged ones, and resource
+// forks kept as "._" files with FileMode 1024.
+
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+
+#include "helpers/binhex_encoder.h"
+#include "helpers/cli_runner.h"
+#include "helpers/macbinary_builder.h"
+
+namespace ferrox::testing {
+namespace {
+
+const std::string kEuc = Encode("マックの文書\n二行目\n", "EUC-JP");
+const std::string kConverted = Sjis("マックの文書\r\n二行目\r\n");
+const std::string kResource = std::string(300, '\x90') + "RSRC";
+
+using CliMacFiles = CliTest;
+
+int Shell(const std::string& folder, const std::string& command) {
+  return std::system(("cd '" + folder + "' && " + command).c_str());
+}
+
+TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
+  Write("in/doc.txt", kEuc);
+  Write("in/r", kResource);
+  const std::string script = "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' ";
+  const std::string in = Path("in");
+  ASSERT_EQ(Shell(in, "binhex -d -t TEXT -c ttxt doc.txt > macutils.hqx"), 0);
+  ASSERT_EQ(Shell(in, script + "single single.as --name 'メモ' --type TEXT --creator ttxt --dates 0 0 "
+                               "--data doc.txt --rsrc r"), 0);
+  Write("in/ours.hqx", EncodeBinHex({"Memo", "TEXT", "ttxt", kEuc, kResource}));
+  Write("in/mb.bin", MacBinaryHeaderBytes({"Memo", "TEXT", "ttxt", static_cast<std::uint32_t>(kEuc.size()),
+                                           static_cast<std::uint32_t>(kResource.size())}) +
+                         kEuc + std::string(128 - kEuc.size() % 128, '\0') + kResource);
+  const struct { const char* input; const char* fileMode; bool sidecar; } rows[] = {
+      {"macutils.hqx", "117", false},
+      {"single.as", "117", false},
+      {"single.as", "1141", true},
+      {"ours.hqx", "1141", true},
+      {"mb.bin", "1141", true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.input) + " with FileMode " + row.fileMode);
+    std::filesystem::remove_all(Path("out"));
+    const CliResult r = Run({"convert", "--file-mode", row.fileMode, "in/" + std::string(row.input), "out/memo.txt"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(Read("out/memo.txt"), kConverted);
+    // Without FileMode 1024 the message line says what was dropped.
+    const bool dropped = !row.sidecar && std::string(row.input) != "macutils.hqx";
+    EXPECT_EQ(r.err, dropped ? Path("in/" + std::string(row.input)) + ": ﾘｿｰｽﾌｫｰｸ(304 Byte)は出力されませんでした\n" : "");
+    ASSERT_EQ(Exists("out/._memo.txt"), row.sidecar);
+    if (row.sidecar) {  // the script reads the fork and the Finder info back
+      ASSERT_EQ(Shell(Path("out"), script + "read ._memo.txt > said"), 0);
+      EXPECT_EQ(Read("out/said"), "TEXT ttxt\n");
+      EXPECT_EQ(Read("out/._memo.txt.rsrc"), kResource);
+    }
+    EXPECT_TRUE(WorkFilesLeft(root_).empty());
+  }
+}
+
+TEST_F(CliMacFiles, DamagedInputWritesNothing) {
+  const std::string good = EncodeBinHex({"Memo", "TEXT", "ttxt", kEuc, kResource});
+  BinHexFile badData{"Memo", "TEXT", "ttxt", kEuc, kResource};
+  badData.crcXor[1] = 0x1234;
+  BinHexFile badResource = badData;
+  badResource.crcXor[1] = 0;
+  badResource.crcXor[2] = 1;
+  // AppleSingle with one entry: id, offset 38, length.
+  auto single = [](std::uint32_t id, std::uint32_t length, const std::string& body) {
+    std::string s("\0\x05\x16\0\0\x02\0\0", 8);
+    s += std::string(16, '\0') + std::string("\0\x01", 2);
+    for (const std::uint32_t v : {id, 38u, length}) {
+      for (int k = 24; k >= 0; k -= 8) s += static_cast<char>((v >> k) & 0xFF);
+    }
+    return s + body;
+  };
+  const std::string past = single(1, 4096, kEuc);
+  const std::string longName = single(3, 1000, std::string(1000, 'n'));
+  const struct { const char* name; std::string bytes; const char* message; } rows[] = {
+      {"data CRC", EncodeBinHex(badData), "BinHexのﾃﾞｰﾀﾌｫｰｸのCRCが一致しません"},
+      {"resource CRC", EncodeBinHex(badResource), "BinHexのﾘｿｰｽﾌｫｰｸのCRCが一致しません"},
+      {"cut in the data fork", good.substr(0, 120), "BinHexのﾃﾞｰﾀが途中で切れています"},
+      {"AppleSingle fork past the end", past, "AppleSingle/AppleDoubleの項目がﾌｧｲﾙの終わりを越えています"},
+      {"AppleSingle name of 1,000 bytes", longName, "AppleSingle/AppleDoubleのﾌｧｲﾙ名が長すぎます"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Write("in/bad.hqx", row.bytes);
+    const CliResult r = Run({"convert", "--file-mode", "1141", "in/bad.hqx", "out/memo.txt"});
+    EXPECT_NE(r.status, 0);
+    EXPECT_NE(r.err.find(row.message), std::string::npos) << r.err;
+    EXPECT_FALSE(Exists("out/memo.txt"));
+    EXPECT_FALSE(Exists("out/._memo.txt"));
+    EXPECT_EQ(Read("in/bad.hqx"), row.bytes);
+    EXPECT_TRUE(WorkFilesLeft(root_).empty());
+  }
+}
+
+// A folder run over what a Mac user sends: every output named from its Mac
+// name (FileMode 512), no two on one name, resource forks beside them
+// (FileMode 1024), and no sidecar converted as a file of its own.
+TEST_F(CliMacFiles, FolderRunWithMacNamesAndResourceForks) {
+  const std::string script = "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' ";
+  Write("src/doc.txt", kEuc);
+  Write("src/r", kResource);
+  Write("in/plain.txt", kEuc);
+  Write("in/bin.dat", std::string("\0\1\2\3\x90" "binary", 11));
+  Write("in/mb.bin", MacBinaryHeaderBytes({"Report", "TEXT", "ttxt", static_cast<std::uint32_t>(kEuc.size()),
+                                           static_cast<std::uint32_t>(kResource.size())}) +
+                         kEuc + std::string(128 - kEuc.size() % 128, '\0') + kResource);
+  const std::string src = Path("src");
+  ASSERT_EQ(Shell(src, "binhex -d -t TEXT -c ttxt doc.txt > ../in/memo.hqx && cp ../in/memo.hqx ../in/again.hqx"), 0);
+  ASSERT_EQ(Shell(src, script + "single ../in/single.as --name 'メモ' --type TEXT --creator ttxt --data doc.txt --rsrc r"), 0);
+  ASSERT_EQ(Shell(src, script + "double side --type TEXT --creator ttxt --rsrc r --macos && " + script +
+                           "zip a.zip docs/letter doc.txt side && " + script + "unzip a.zip ../in"), 0);
+  auto macName = [&](const char* name) {
+    const CliResult r = Run({"name", name, "TEXT", "ttxt"});
+    return r.out.substr(0, r.out.find('\n'));
+  };
+  const std::string report = macName("Report"), doc = macName("doc.txt"), memo = macName("メモ");
+  const std::string letter = "docs/" + macName("letter");
+  const std::string doc2 = doc.substr(0, doc.rfind('.')) + " (2)" + doc.substr(doc.rfind('.'));
+
+  const CliResult r = Run({"convert", "--file-mode", "1653", "in", "out"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  std::set<std::string> made;
+  for (const auto& e : std::filesystem::recursive_directory_iterator(Path("out"))) {
+    if (e.is_regular_file()) made.insert(e.path().string().substr(Path("out/").size()));
+  }
+  const std::set<std::string> expected{"plain.txt", "bin.dat", report, "._" + report, doc, doc2, memo, "._" + memo,
+                                       letter, "docs/._" + macName("letter")};
+  EXPECT_EQ(made, expected);
+  for (const std::string& text : {std::string("plain.txt"), report, doc, doc2, memo, letter}) {
+    EXPECT_EQ(Read("out/" + text), kConverted) << text;
+  }
+  EXPECT_EQ(Read("out/bin.dat"), Read("in/bin.dat"));
+  for (const std::string& fork : {report, memo, letter}) {
+    const std::string at = Path("out/" + fork.substr(0, fork.rfind('/') + 1));
+    const std::string sidecar = "._" + fork.substr(fork.rfind('/') + 1);
+    ASSERT_EQ(Shell(at, script + "read '" + sidecar + "' > said"), 0) << fork;
+    EXPECT_EQ(ReadAll(at + sidecar + ".rsrc"), kResource) << fork;
+    ::unlink((at + "said").c_str());
+    ::unlink((at + sidecar + ".rsrc").c_str());
+  }
+}
+
+// hfsutils writes MacBinary II; with the header kept it must read the result back.
+TEST_F(CliMacFiles, KeptMacBinaryIIHeaderStaysValid) {
+  if (std::system("command -v hformat >/dev/null") != 0) GTEST_SKIP() << "hfsutils not installed";
+  Write("memo.txt", "abc\nxyz\n");
+  const std::string hfs = "HOME='" + root_ + "' ";  // hmount remembers the image in $HOME
+  ASSERT_EQ(Shell(root_, "dd if=/dev/zero of=img bs=1k count=800 2>/dev/null && " + hfs + "hformat -l T img >/dev/null && " +
+                             hfs + "hcopy -t memo.txt :memo && " + hfs + "hcopy -m :memo in.bin"), 0);
+  const CliResult r = Run({"convert", "--text", "--no-cut", "in.bin", "out.bin"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const std::string out = Read("out.bin");
+  EXPECT_EQ(out.size() % 128, 0u);
+  EXPECT_EQ(out.substr(128, 10), "abc\r\nxyz\r\n");
+  ASSERT_EQ(Shell(root_, hfs + "hcopy -m out.bin :back && " + hfs + "hcopy -r :back back.data && " + hfs + "humount"), 0);
+  EXPECT_EQ(Read("back.data"), "abc\r\nxyz\r\n");
+}
+
+}  // namespace
+}  // namespace ferrox::testing
