@@ -7,6 +7,7 @@
 
 #include "analysis/file_survey.h"
 #include "app/conversion_settings.h"
+#include "app/engine_settings.h"
 #include "app/path_helpers.h"
 
 namespace ferrox::cli {
@@ -68,7 +69,7 @@ void CliWindow::ProposeCheckBoxesFor(const std::string& text) {
   if (!pinText_ || !pinCut_) {
     // A name the run walks to is a name even with "*" or "?" in it.
     if (!text.empty() && text.front() != '"' && IsFile(text)) {
-      const SurveySettings survey{settings_.ChkSize, settings_.BinRate, settings_.ConvMode};
+      const SurveySettings survey = SurveyOf(settings_);
       MacBinaryInfo info;
       std::uint16_t flags = 0;
       const int kind = survey_.SurveyFile(text, survey, *this, info, flags);

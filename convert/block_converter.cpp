@@ -113,7 +113,7 @@ inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std:
                       std::uint16_t base) noexcept {
   switch (t) {
     case ct::kJisKanjiIn:
-      s = code_state::kJisKanji;
+      s = survey::kMarkJisKanji;
       i += 2;
       return true;
     case ct::kJisKanjiOut:
@@ -122,7 +122,7 @@ inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std:
       return true;
     case ct::kJisKanaIn:
       if (in[i] == 0x1B) i += 2;  // ESC ( I; a lone SO is one byte
-      s = code_state::kJisKana;
+      s = survey::kMarkJisKana;
       return true;
     case ct::kJisKanaOut:
       s = base;
@@ -144,13 +144,17 @@ BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMod
 }
 
 std::uint16_t BlockSettings::BaseState() const noexcept {
-  return (typeFlags & survey::kEuc) != 0 ? code_state::kEuc : code_state::kSjis;
+  return (typeFlags & survey::kEuc) != 0 ? survey::kMarkEuc : survey::kMarkSjis;
 }
 
 BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                        const BlockSettings& settings, BufIndex& carry,
                        std::uint16_t& codeState) noexcept {
-  using namespace code_state;
+  // The code state, in the survey's first-code bits.
+  constexpr std::uint16_t kSjis = survey::kMarkSjis;
+  constexpr std::uint16_t kJisKanji = survey::kMarkJisKanji;
+  constexpr std::uint16_t kJisKana = survey::kMarkJisKana;
+  constexpr std::uint16_t kEuc = survey::kMarkEuc;
   const BufIndex last = length - 1;
   const BufIndex end = last - 2;
   const bool gaijiAsChar = settings.gaijiAsChar;

@@ -6,6 +6,7 @@
 // ferrox
 #include "analysis/survey_report.h"
 #include "app/conv_driver.h"
+#include "app/engine_settings.h"
 #include "app/entry_list.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
@@ -346,7 +347,7 @@ void MainWindow::SurveyForBatch() {
   if ((s.FileMode & file_mode::kBatch) == 0) return;
   MacBinaryInfo info;
   std::uint16_t flags = 0;
-  const int kind = survey_.FileTypeChk(InFileText(), {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, flags);
+  const int kind = survey_.FileTypeChk(InFileText(), SurveyOf(s), quiet_, info, flags);
   if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return;
   const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
   chkTextCnv_->setChecked(boxes.textCnv);
@@ -383,7 +384,7 @@ void MainWindow::cmdInfo_Click() {
     const ConversionSettings& s = store_.Settings;
     MacBinaryInfo info;
     std::uint16_t word = 0;
-    const int kind = survey_.FileTypeChk(name, {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, word);
+    const int kind = survey_.FileTypeChk(name, SurveyOf(s), quiet_, info, word);
     if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) flags = word;
   }
   ReportWindow report(lastReport_, txtInFile_->text(), flags, this);
