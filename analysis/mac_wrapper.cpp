@@ -81,6 +81,19 @@ MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& in
     info.Apple = std::move(apple);
     return info.Kind;
   }
+  // Most files have no line that starts with ':' in the part the decoder
+  // would look through: one block read settles that, where the decoder's
+  // search goes a byte at a time.
+  in.clear();
+  in.seekg(0);
+  std::string preamble(static_cast<std::size_t>(BinHexDecoder::kBinHexPreamble), '\0');
+  in.read(preamble.data(), static_cast<std::streamsize>(preamble.size()));
+  preamble.resize(static_cast<std::size_t>(in.gcount()));
+  bool colonStartsALine = false;
+  for (auto at = preamble.find(':'); at != std::string::npos && !colonStartsALine; at = preamble.find(':', at + 1)) {
+    colonStartsALine = at == 0 || preamble[at - 1] == '\n' || preamble[at - 1] == '\r';
+  }
+  if (!colonStartsALine) return MacWrapper::None;
   in.clear();
   in.seekg(0);
   BinHexDecoder decoder(in);

@@ -132,6 +132,78 @@ inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std:
   }
 }
 
+// Bytes after a run of standard pairs at which both readings of SjisOrEuc
+// stop without ruling their code out: ASCII, TAB, FF and line ends.
+inline bool EndsReadingCleanly(const std::uint8_t* in, BufIndex k, BufIndex end) noexcept {
+  if (k > end) return true;
+  const std::uint8_t b = in[k];
+  return (b >= 0x20 && b <= 0x7E) || b == 0x09 || b == 0x0A || b == 0x0C || b == 0x0D;
+}
+
+// The common shape of real text, taken without going back to the dispatcher:
+// ASCII runs and line ends, then a run of standard pairs of the code in force
+// (EUC or Shift JIS) that the dispatcher would give to that code, or a JIS
+// kanji sequence between its two shifts. It stops (i, o and s being what the
+// dispatcher would have at that byte) on anything else, which the dispatcher
+// then takes as always.
+//
+// A run of standard pairs of the code in force that ends on ASCII, TAB, FF, a
+// line end or the end of the block is that code's: its reading holds, so the
+// other reading can at best tie it, and no pair in it is gaiji.
+void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                       BufIndex end, std::uint16_t& s, std::uint16_t base, const RunLoops& loops,
+                       const GaijiTable* table, SimdLevel level) noexcept {
+  using namespace code_state;
+  for (;;) {
+    CopyAscii(out, in, o, i, end, level);
+    if (i > end) return;
+    const std::uint8_t b = in[i];
+    RunLoop rest = nullptr;  // the code's own loop, from where the standard pairs end
+    if (s == kEuc && b >= 0xA1) {
+      BufIndex k = i;
+      std::uint8_t* q = out + o;
+      pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q, level);
+      if (k == i || !EndsReadingCleanly(in, k, end)) return;
+      o = q - out;
+      i = k;
+      rest = loops.euc;
+    } else if (s == kSjis && b >= 0x81) {
+      BufIndex k = i;
+      std::uint8_t* q = out + o;
+      pair_scan::CopyStandardSjisPairs(in, k, end, q, level);
+      if (k == i || !EndsReadingCleanly(in, k, end)) return;
+      o = q - out;
+      i = k;
+      rest = loops.sjis;
+    } else if (b == 0x1B && s != kJisKanji && s != kJisKana && in[i + 1] == 0x24 &&
+               (in[i + 2] == 0x42 || in[i + 2] == 0x40)) {
+      s = kJisKanji;
+      i += 3;
+      if (i > end) return;
+      const RunEnd e = loops.jisZen(in, i, end, out + o, table, level);
+      if (e.stop == i) return;  // the dispatcher drops the refused byte
+      o = e.q - out;
+      i = e.stop;
+      if (i > end || in[i] != 0x1B || in[i + 1] != 0x28 ||
+          (in[i + 2] != 0x42 && in[i + 2] != 0x4A)) {
+        return;
+      }
+      s = base;
+      i += 3;
+      continue;
+    } else {
+      return;
+    }
+    // The code's loop goes on through blanks, line ends and what follows them;
+    // any other byte it refuses at once, and the loop above takes it.
+    if (i <= end && (in[i] == 0x20 || in[i] == 0x09 || in[i] == 0x0A || in[i] == 0x0D)) {
+      const RunEnd e = rest(in, i, end, out + o, table, level);
+      o = e.q - out;
+      i = e.stop;
+    }
+  }
+}
+
 }  // namespace
 
 BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMode,
@@ -161,6 +233,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
   const GaijiPolicy& policy = settings.policy;
   const std::uint16_t base = settings.BaseState();
   const SimdLevel level = CurrentSimdLevel();
+  const RunLoops loops = RunLoopsFor(policy.mode);
   std::uint16_t s = codeState;
   BufIndex o = 0;
   BufIndex i = 0;
@@ -174,7 +247,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     }
     if (s != kJisKanji && s != kJisKana) {
       if (IsPrintable(b)) {
-        CopyAscii(out, in, o, i, end, level);
+        TakeCommonStretch(out, in, o, i, end, s, base, loops, policy.table, level);
         continue;
       }
       const std::uint16_t t = TypeAt(in + i, gaijiAsChar);

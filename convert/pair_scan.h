@@ -10,6 +10,7 @@
 // needs room for two bytes per input byte plus one vector, which the block
 // converters' output always has.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -29,18 +30,52 @@ enum class PairCode { kEuc, kJis };
 
 namespace detail {
 
-// Bytes of v in lo..hi (unsigned) as 0xFF.
-inline __m128i InRange(__m128i v, std::uint8_t lo, std::uint8_t hi) noexcept {
-  const __m128i shifted = _mm_sub_epi8(v, _mm_set1_epi8(static_cast<char>(lo)));
-  const __m128i width = _mm_set1_epi8(static_cast<char>(hi - lo));
-  return _mm_cmpeq_epi8(_mm_min_epu8(shifted, width), shifted);
+// Vector constants are read from memory, where each instruction can take them
+// as an operand; built in registers, they cost three instructions apiece and
+// the compiler rebuilds them inside the loops.
+using SplatRow = std::array<std::uint8_t, 32>;
+
+constexpr std::array<SplatRow, 256> MakeSplats() noexcept {
+  std::array<SplatRow, 256> t{};
+  for (std::size_t b = 0; b < 256; ++b) {
+    for (auto& x : t[b]) x = static_cast<std::uint8_t>(b);
+  }
+  return t;
 }
 
-[[gnu::target("avx2")]] inline __m256i InRange(__m256i v, std::uint8_t lo,
-                                               std::uint8_t hi) noexcept {
-  const __m256i shifted = _mm256_sub_epi8(v, _mm256_set1_epi8(static_cast<char>(lo)));
-  const __m256i width = _mm256_set1_epi8(static_cast<char>(hi - lo));
-  return _mm256_cmpeq_epi8(_mm256_min_epu8(shifted, width), shifted);
+// Row b holds 32 copies of b.
+alignas(32) inline constexpr std::array<SplatRow, 256> kSplats = MakeSplats();
+
+// The empty asm hides where the table is, so that the compiler keeps the loads
+// instead of folding the known bytes back into broadcasts; one base register
+// then serves every constant.
+inline const std::uint8_t* SplatBase() noexcept {
+  const std::uint8_t* p = kSplats[0].data();
+  asm("" : "+r"(p));
+  return p;
+}
+
+template <std::uint8_t kB>
+inline __m128i Splat16() noexcept {
+  return _mm_load_si128(reinterpret_cast<const __m128i*>(SplatBase() + 32 * kB));
+}
+
+template <std::uint8_t kB>
+[[gnu::target("avx2")]] inline __m256i Splat32() noexcept {
+  return _mm256_load_si256(reinterpret_cast<const __m256i*>(SplatBase() + 32 * kB));
+}
+
+// Bytes of v in lo..hi (unsigned) as 0xFF.
+template <std::uint8_t kLo, std::uint8_t kHi>
+inline __m128i InRange(__m128i v) noexcept {
+  const __m128i shifted = _mm_sub_epi8(v, Splat16<kLo>());
+  return _mm_cmpeq_epi8(_mm_min_epu8(shifted, Splat16<kHi - kLo>()), shifted);
+}
+
+template <std::uint8_t kLo, std::uint8_t kHi>
+[[gnu::target("avx2")]] inline __m256i InRange(__m256i v) noexcept {
+  const __m256i shifted = _mm256_sub_epi8(v, Splat32<kLo>());
+  return _mm256_cmpeq_epi8(_mm256_min_epu8(shifted, Splat32<kHi - kLo>()), shifted);
 }
 
 // The positions that break the pairs: a lead position (even) holding no lead or
@@ -50,11 +85,11 @@ inline __m128i InRange(__m128i v, std::uint8_t lo, std::uint8_t hi) noexcept {
 inline unsigned SjisBreaks(__m128i v) noexcept {
   const __m128i next = _mm_srli_si128(v, 1);
   const __m128i lead88 = _mm_and_si128(
-      _mm_cmpeq_epi8(v, _mm_set1_epi8(static_cast<char>(0x88))), InRange(next, 0x9E, 0xFF));
-  const __m128i lead = _mm_or_si128(_mm_or_si128(InRange(v, 0x81, 0x84), InRange(v, 0x89, 0x9F)),
-                                    _mm_or_si128(InRange(v, 0xE0, 0xEA), lead88));
+      _mm_cmpeq_epi8(v, Splat16<0x88>()), InRange<0x9E, 0xFF>(next));
+  const __m128i lead = _mm_or_si128(_mm_or_si128(InRange<0x81, 0x84>(v), InRange<0x89, 0x9F>(v)),
+                                    _mm_or_si128(InRange<0xE0, 0xEA>(v), lead88));
   const __m128i trail =
-      _mm_andnot_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8(0x7F)), InRange(v, 0x40, 0xFC));
+      _mm_andnot_si128(_mm_cmpeq_epi8(v, Splat16<0x7F>()), InRange<0x40, 0xFC>(v));
   const unsigned leads = static_cast<unsigned>(_mm_movemask_epi8(lead)) & 0x5555U;
   const unsigned trails = static_cast<unsigned>(_mm_movemask_epi8(trail)) & 0xAAAAU;
   return ~(leads | trails) & 0xFFFFU;
@@ -65,13 +100,13 @@ inline unsigned SjisBreaks(__m128i v) noexcept {
 [[gnu::target("avx2")]] inline unsigned SjisBreaks(__m256i v) noexcept {
   const __m256i next = _mm256_srli_si256(v, 1);
   const __m256i lead88 =
-      _mm256_and_si256(_mm256_cmpeq_epi8(v, _mm256_set1_epi8(static_cast<char>(0x88))),
-                       InRange(next, 0x9E, 0xFF));
+      _mm256_and_si256(_mm256_cmpeq_epi8(v, Splat32<0x88>()),
+                       InRange<0x9E, 0xFF>(next));
   const __m256i lead =
-      _mm256_or_si256(_mm256_or_si256(InRange(v, 0x81, 0x84), InRange(v, 0x89, 0x9F)),
-                      _mm256_or_si256(InRange(v, 0xE0, 0xEA), lead88));
+      _mm256_or_si256(_mm256_or_si256(InRange<0x81, 0x84>(v), InRange<0x89, 0x9F>(v)),
+                      _mm256_or_si256(InRange<0xE0, 0xEA>(v), lead88));
   const __m256i trail =
-      _mm256_andnot_si256(_mm256_cmpeq_epi8(v, _mm256_set1_epi8(0x7F)), InRange(v, 0x40, 0xFC));
+      _mm256_andnot_si256(_mm256_cmpeq_epi8(v, Splat32<0x7F>()), InRange<0x40, 0xFC>(v));
   const auto leads = static_cast<unsigned>(_mm256_movemask_epi8(lead)) & 0x55555555U;
   const auto trails = static_cast<unsigned>(_mm256_movemask_epi8(trail)) & 0xAAAAAAAAU;
   return ~(leads | trails);
@@ -82,9 +117,9 @@ inline unsigned SjisBreaks(__m128i v) noexcept {
 template <PairCode kCode>
 inline unsigned JisBreaks(__m128i v) noexcept {
   constexpr std::uint8_t kHigh = kCode == PairCode::kEuc ? 0x80 : 0x00;
-  const __m128i lead = _mm_or_si128(InRange(v, 0x21 | kHigh, 0x28 | kHigh),
-                                    InRange(v, 0x30 | kHigh, 0x74 | kHigh));
-  const __m128i trail = InRange(v, 0x21 | kHigh, 0x7E | kHigh);
+  const __m128i lead = _mm_or_si128(InRange<0x21 | kHigh, 0x28 | kHigh>(v),
+                                    InRange<0x30 | kHigh, 0x74 | kHigh>(v));
+  const __m128i trail = InRange<0x21 | kHigh, 0x7E | kHigh>(v);
   const unsigned leads = static_cast<unsigned>(_mm_movemask_epi8(lead)) & 0x5555U;
   const unsigned trails = static_cast<unsigned>(_mm_movemask_epi8(trail)) & 0xAAAAU;
   return ~(leads | trails) & 0xFFFFU;
@@ -93,9 +128,9 @@ inline unsigned JisBreaks(__m128i v) noexcept {
 template <PairCode kCode>
 [[gnu::target("avx2")]] inline unsigned JisBreaks(__m256i v) noexcept {
   constexpr std::uint8_t kHigh = kCode == PairCode::kEuc ? 0x80 : 0x00;
-  const __m256i lead = _mm256_or_si256(InRange(v, 0x21 | kHigh, 0x28 | kHigh),
-                                       InRange(v, 0x30 | kHigh, 0x74 | kHigh));
-  const __m256i trail = InRange(v, 0x21 | kHigh, 0x7E | kHigh);
+  const __m256i lead = _mm256_or_si256(InRange<0x21 | kHigh, 0x28 | kHigh>(v),
+                                       InRange<0x30 | kHigh, 0x74 | kHigh>(v));
+  const __m256i trail = InRange<0x21 | kHigh, 0x7E | kHigh>(v);
   const auto leads = static_cast<unsigned>(_mm256_movemask_epi8(lead)) & 0x55555555U;
   const auto trails = static_cast<unsigned>(_mm256_movemask_epi8(trail)) & 0xAAAAAAAAU;
   return ~(leads | trails);
@@ -106,36 +141,36 @@ template <PairCode kCode>
 // + 0x81, moved up by 0x40 past 0x9F; second byte j2 + 0x1F after an odd first
 // byte, j2 + 0x7D after an even one, one more from 0x7F on.
 inline __m128i JisPairsToSjis(__m128i v) noexcept {
-  const __m128i j = _mm_and_si128(v, _mm_set1_epi8(0x7F));
+  const __m128i j = _mm_and_si128(v, Splat16<0x7F>());
   const __m128i leadBytes = _mm_set1_epi16(0x00FF);
-  __m128i f = _mm_and_si128(_mm_srli_epi16(_mm_sub_epi8(j, _mm_set1_epi8(0x21)), 1),
-                            _mm_set1_epi8(0x7F));
-  f = _mm_add_epi8(f, _mm_set1_epi8(static_cast<char>(0x81)));
-  const __m128i pastRow = _mm_cmpeq_epi8(_mm_max_epu8(f, _mm_set1_epi8(static_cast<char>(0xA0))), f);
-  f = _mm_add_epi8(f, _mm_and_si128(pastRow, _mm_set1_epi8(0x40)));
-  const __m128i one = _mm_set1_epi8(1);
+  __m128i f = _mm_and_si128(_mm_srli_epi16(_mm_sub_epi8(j, Splat16<0x21>()), 1),
+                            Splat16<0x7F>());
+  f = _mm_add_epi8(f, Splat16<0x81>());
+  const __m128i pastRow = _mm_cmpeq_epi8(_mm_max_epu8(f, Splat16<0xA0>()), f);
+  f = _mm_add_epi8(f, _mm_and_si128(pastRow, Splat16<0x40>()));
+  const __m128i one = Splat16<1>();
   const __m128i odd = _mm_cmpeq_epi8(_mm_and_si128(_mm_slli_epi16(j, 8), one), one);
-  __m128i t = _mm_add_epi8(j, _mm_or_si128(_mm_and_si128(odd, _mm_set1_epi8(0x1F)),
-                                           _mm_andnot_si128(odd, _mm_set1_epi8(0x7D))));
-  const __m128i skip7F = _mm_cmpeq_epi8(_mm_max_epu8(t, _mm_set1_epi8(0x7F)), t);
+  __m128i t = _mm_add_epi8(j, _mm_or_si128(_mm_and_si128(odd, Splat16<0x1F>()),
+                                           _mm_andnot_si128(odd, Splat16<0x7D>())));
+  const __m128i skip7F = _mm_cmpeq_epi8(_mm_max_epu8(t, Splat16<0x7F>()), t);
   t = _mm_sub_epi8(t, skip7F);  // a true lane is -1
   return _mm_or_si128(_mm_and_si128(leadBytes, f), _mm_andnot_si128(leadBytes, t));
 }
 
 [[gnu::target("avx2")]] inline __m256i JisPairsToSjis(__m256i v) noexcept {
-  const __m256i j = _mm256_and_si256(v, _mm256_set1_epi8(0x7F));
+  const __m256i j = _mm256_and_si256(v, Splat32<0x7F>());
   const __m256i leadBytes = _mm256_set1_epi16(0x00FF);
-  __m256i f = _mm256_and_si256(_mm256_srli_epi16(_mm256_sub_epi8(j, _mm256_set1_epi8(0x21)), 1),
-                               _mm256_set1_epi8(0x7F));
-  f = _mm256_add_epi8(f, _mm256_set1_epi8(static_cast<char>(0x81)));
+  __m256i f = _mm256_and_si256(_mm256_srli_epi16(_mm256_sub_epi8(j, Splat32<0x21>()), 1),
+                               Splat32<0x7F>());
+  f = _mm256_add_epi8(f, Splat32<0x81>());
   const __m256i pastRow =
-      _mm256_cmpeq_epi8(_mm256_max_epu8(f, _mm256_set1_epi8(static_cast<char>(0xA0))), f);
-  f = _mm256_add_epi8(f, _mm256_and_si256(pastRow, _mm256_set1_epi8(0x40)));
-  const __m256i one = _mm256_set1_epi8(1);
+      _mm256_cmpeq_epi8(_mm256_max_epu8(f, Splat32<0xA0>()), f);
+  f = _mm256_add_epi8(f, _mm256_and_si256(pastRow, Splat32<0x40>()));
+  const __m256i one = Splat32<1>();
   const __m256i odd = _mm256_cmpeq_epi8(_mm256_and_si256(_mm256_slli_epi16(j, 8), one), one);
-  __m256i t = _mm256_add_epi8(j, _mm256_or_si256(_mm256_and_si256(odd, _mm256_set1_epi8(0x1F)),
-                                                 _mm256_andnot_si256(odd, _mm256_set1_epi8(0x7D))));
-  const __m256i skip7F = _mm256_cmpeq_epi8(_mm256_max_epu8(t, _mm256_set1_epi8(0x7F)), t);
+  __m256i t = _mm256_add_epi8(j, _mm256_or_si256(_mm256_and_si256(odd, Splat32<0x1F>()),
+                                                 _mm256_andnot_si256(odd, Splat32<0x7D>())));
+  const __m256i skip7F = _mm256_cmpeq_epi8(_mm256_max_epu8(t, Splat32<0x7F>()), t);
   t = _mm256_sub_epi8(t, skip7F);
   return _mm256_or_si256(_mm256_and_si256(leadBytes, f), _mm256_andnot_si256(leadBytes, t));
 }

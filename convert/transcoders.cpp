@@ -105,14 +105,9 @@ inline BufIndex LineEnd(Step s, const std::uint8_t* p, std::uint8_t*& q) noexcep
   return (s == kCr && p[1] == 0x0A) ? 2 : 1;
 }
 
-// Each run below returns the index of the first byte it did not take and the
-// output position behind what it wrote. The output position is a local value
+// Each run below returns a RunEnd. The output position is a local value
 // rather than a reference: stores through a byte pointer may alias a pointer in
 // memory, which would make the compiler reload it after every byte.
-struct RunEnd {
-  BufIndex stop;
-  std::uint8_t* q;
-};
 
 template <Mode kMode>
 RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
@@ -220,8 +215,7 @@ RunEnd JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
   return {k, q};
 }
 
-using RunFn = RunEnd (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*,
-                         const GaijiTable*, SimdLevel) noexcept;
+using RunFn = RunLoop;
 
 // The mode is chosen once per call; the loop itself never tests it.
 inline void CopyRun(RunFn strict, RunFn pass, RunFn replace, std::uint8_t* out,
@@ -247,6 +241,18 @@ GaijiPolicy GaijiPolicy::FromConvMode(std::uint16_t convMode, const GaijiTable* 
     p.mode = (convMode & conv_mode::kGaijiTable) != 0 ? Mode::kReplace : Mode::kPass;
   }
   return p;
+}
+
+RunLoops RunLoopsFor(Mode mode) noexcept {
+  switch (mode) {
+    case Mode::kStrict:
+      return {SjisRun<Mode::kStrict>, EucRun<Mode::kStrict>, JisZenRun<Mode::kStrict>};
+    case Mode::kPass:
+      return {SjisRun<Mode::kPass>, EucRun<Mode::kPass>, JisZenRun<Mode::kPass>};
+    case Mode::kReplace:
+      break;
+  }
+  return {SjisRun<Mode::kReplace>, EucRun<Mode::kReplace>, JisZenRun<Mode::kReplace>};
 }
 
 void SjisCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,

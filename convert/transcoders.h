@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "analysis/char_type.h"
+#include "convert/simd_level.h"
 
 namespace ferrox {
 
@@ -26,6 +27,23 @@ struct GaijiPolicy {
   [[nodiscard]] static GaijiPolicy FromConvMode(std::uint16_t convMode,
                                                 const GaijiTable* table) noexcept;
 };
+
+// The loops behind the copiers, for a caller that starts many short runs and
+// picks the loops once: each takes the run from in[k] on and returns the first
+// byte it did not take (k when it refuses the first) and the output position
+// behind what it wrote.
+struct RunEnd {
+  BufIndex stop;
+  std::uint8_t* q;
+};
+using RunLoop = RunEnd (*)(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
+                           const GaijiTable* table, SimdLevel level) noexcept;
+struct RunLoops {
+  RunLoop sjis;
+  RunLoop euc;
+  RunLoop jisZen;
+};
+[[nodiscard]] RunLoops RunLoopsFor(GaijiPolicy::Mode mode) noexcept;
 
 void SjisCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
               BufIndex& consumed, const GaijiPolicy& policy) noexcept;

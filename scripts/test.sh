@@ -38,3 +38,4 @@ done
 [ -f "$logs/fuzz" ] && passed=$((passed + $(grep -c '^fuzz: .* for ' "$logs/fuzz")))
 if [ "$package" = pass ]; then passed=$((passed + 1)); else failed=$((failed + 1)); fi
 echo "test.sh: ${passed} passed, ${failed} failed"
+[ "$failed" -eq 0 ]

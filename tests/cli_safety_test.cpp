@@ -1,6 +1,7 @@
 // Whatever happens, the input and the old output stay whole and no work file is left
 // (a kill before each file-changing call: fault_injection_test).
 
+#include <pwd.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
@@ -12,6 +13,8 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <thread>
 
 #include "helpers/cli_runner.h"
@@ -477,6 +480,119 @@ TEST_F(CliSafetyCases, ControlCharactersAreShownEscaped) {
   r = Run({"convert", "--text", "gone\x1b[2J.txt", "out.txt"});
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, "入力ﾌｧｲﾙ [" + root_ + "/gone\\x1B[2J.txt] が見つかりません\n");
+}
+
+
+// In an output folder that others may write to (no sticky bit), another user
+// swaps the staged work file for a link to the victim's private file just
+// before each rename, mode and time call of the run. Nothing reaches the
+// victim through that link, and the run either finishes or says it could not.
+class StagedFileSwap : public CliSafety {
+ protected:
+  struct Outcome { long swapped = 0; int failed = 0; };
+
+  // Permission bits of what the name leads to, in octal.
+  std::string ModeOf(const std::string& relative) const {
+    struct stat st {};
+    if (::stat(Path(relative).c_str(), &st) != 0) return "gone";
+    char text[8];
+    std::snprintf(text, sizeof text, "%o", static_cast<unsigned>(st.st_mode & 07777));
+    return text;
+  }
+
+  Outcome Attack(const char* fileMode, const std::vector<std::string>& as, uid_t owner) {
+    const std::string shared = Path("shared");
+    const std::string input = Encode(Lines(3), "EUC-JP");
+    auto fresh = [&] {
+      fs::remove_all(shared);
+      fs::create_directories(shared);
+      ::chmod(shared.c_str(), 0777);
+      Write("in.txt", input);
+      Write("victim", "private key");
+      Write("shared/out.txt", "old output");
+      for (const char* name : {"in.txt", "victim", "shared/out.txt"}) {
+        if (::lchown(Path(name).c_str(), owner, static_cast<gid_t>(-1)) != 0) ADD_FAILURE() << name;
+      }
+      ::chmod(Path("in.txt").c_str(), 0644);
+      ::chmod(Path("victim").c_str(), 0600);
+      fs::last_write_time(Path("victim"), fs::file_time_type::clock::now() - std::chrono::hours(24 * 400));
+    };
+    auto call = [&](const char* family, long nth) {
+      return CliCall{{"convert", "--text", "--file-mode", fileMode, "in.txt", "shared/out.txt"}, {},
+                     {{"LD_PRELOAD", FERROX_FAULT_SHIM}, {"FERROX_FAULT_SWAP", shared},
+                      {"FERROX_FAULT_SWAP_TO", Path("victim")}, {"FERROX_FAULT_CALL", family},
+                      {"FERROX_FAULT_NTH", std::to_string(nth)}, {"FERROX_FAULT_COUNT", Path(".counts")}},
+                     as};
+    };
+    auto counts = [&] {
+      std::map<std::string, long> all;
+      std::ifstream in(Path(".counts"));
+      std::string name;
+      for (long n = 0; in >> name >> n;) all[name] = n;
+      return all;
+    };
+    fresh();
+    const CliResult clean = Run(call("rename", 0));
+    EXPECT_EQ(clean.status, 0) << fileMode << ": " << clean.err;
+    const std::map<std::string, long> calls = counts();
+    EXPECT_GT(calls.count("rename") ? calls.at("rename") : 0, 0) << fileMode;
+
+    Outcome outcome;
+    for (const char* family : {"rename", "mode", "times"}) {
+      const long total = calls.count(family) ? calls.at(family) : 0;
+      for (long nth = 1; nth <= total; ++nth) {
+        fresh();
+        const auto victimTime = fs::last_write_time(Path("victim"));
+        const CliResult r = Run(call(family, nth));
+        const std::string where = std::string(fileMode) + " " + family + " #" + std::to_string(nth);
+        const long swapped = counts()["swapped"];
+        outcome.swapped += swapped;
+
+        EXPECT_EQ(Read("victim"), "private key") << where;
+        EXPECT_EQ(ModeOf("victim"), "600") << where;
+        EXPECT_TRUE(fs::last_write_time(Path("victim")) == victimTime) << where << ": the victim's time changed";
+        EXPECT_EQ(Read("in.txt"), input) << where;
+        EXPECT_EQ(ModeOf("in.txt"), "644") << where;
+        if (r.status == 0) {
+          // Finished: the output is the job's own file, with the input's bits.
+          EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Path("shared/out.txt")))) << where;
+          EXPECT_EQ(Read("shared/out.txt"), Converted(3)) << where;
+          EXPECT_EQ(ModeOf("shared/out.txt"), "644") << where;
+        } else {
+          ++outcome.failed;
+          EXPECT_GT(swapped, 0) << where << ": failed without an attack: " << r.err;
+          EXPECT_EQ(r.status, 2) << where;
+          EXPECT_EQ(r.err, Path("in.txt") + ": 変換出来ませんでした\n") << where;
+        }
+        // A kept old output is whole wherever this mode keeps it.
+        if (std::string(fileMode) == "117") {
+          const bool kept = (Exists("shared/out.bak") && Read("shared/out.bak") == "old output") ||
+                            (fs::is_regular_file(fs::symlink_status(Path("shared/out.txt"))) &&
+                             Read("shared/out.txt") == "old output");
+          EXPECT_TRUE(kept) << where << ": the old output is lost";
+        }
+        EXPECT_TRUE(WorkFilesLeft(shared).empty()) << where;
+      }
+    }
+    return outcome;
+  }
+};
+
+TEST_F(StagedFileSwap, NothingIsDoneToTheStagedFileThroughItsName) {
+  for (const char* fileMode : {"116", "117", "244"}) {  // replace, backup, trash
+    const Outcome o = Attack(fileMode, {}, ::geteuid());
+    // The swap before the rename that puts the output in place always lands.
+    EXPECT_GT(o.swapped, 0) << fileMode;
+    EXPECT_GT(o.failed, 0) << fileMode;
+  }
+}
+
+TEST_F(StagedFileSwap, AsAnotherUser) {
+  if (!CanDropPrivileges()) GTEST_SKIP() << "cannot run as another user here: the swap attack ran only as this user";
+  const passwd* nobody = ::getpwnam("nobody");
+  ASSERT_NE(nobody, nullptr);
+  const Outcome o = Attack("117", Nobody(), nobody->pw_uid);
+  EXPECT_GT(o.swapped, 0);
 }
 
 }  // namespace

@@ -1,14 +1,22 @@
 /* A preloaded shim that makes one file-system call fail, for the end-to-end
  * fault tests. Environment:
- *   FERROX_FAULT_CALL   write | rename | fsync | open | remove  (which family to fail)
+ *   FERROX_FAULT_CALL   write | rename | fsync | open | remove | mode | times
+ *                       (which family to fail; mode: chmod and chown calls,
+ *                       times: futimens and utimensat)
  *   FERROX_FAULT_NTH    fail the Nth call of that family (1-based); 0 = never
  *   FERROX_FAULT_ERRNO  ENOSPC (default), EIO, EACCES or EXDEV
  *   FERROX_FAULT_COUNT  if set, a file to which the call counts are written at exit
  *   FERROX_FAULT_KILL   a signal number: the process sends it to itself just
  *                       before that call instead of failing it (9: kill -9)
+ *   FERROX_FAULT_SWAP   a folder: instead of failing that call, just before it
+ *                       every staged ".FRX*.tmp" file in the folder is swapped
+ *                       for a symbolic link to FERROX_FAULT_SWAP_TO, as another
+ *                       user can in a shared folder without the sticky bit;
+ *                       the call then goes on
  * Only writes to regular files count, so messages on stderr never fail.
  * "open" counts opens that create or truncate a file. */
 #define _GNU_SOURCE
+#include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
 #include <signal.h>
@@ -20,24 +28,32 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <sys/sendfile.h>
+#include <sys/time.h>
 #include <sys/uio.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
-enum family { F_WRITE, F_RENAME, F_FSYNC, F_OPEN, F_REMOVE, F_COUNT };
-static const char *const family_names[F_COUNT] = {"write", "rename", "fsync", "open", "remove"};
+enum family { F_WRITE, F_RENAME, F_FSYNC, F_OPEN, F_REMOVE, F_MODE, F_TIMES, F_COUNT };
+static const char *const family_names[F_COUNT] = {"write", "rename", "fsync", "open", "remove", "mode", "times"};
 static long counts[F_COUNT];
 static int target = -1;
 static long nth;
 static int fail_errno = ENOSPC;
 static int ready;
 static int kill_signal;
+static const char *swap_folder;
+static long swapped;  /* staged files swapped for links */
 
 static void report(void) {
   const char *path = getenv("FERROX_FAULT_COUNT");
   if (!path) return;
   FILE *f = fopen(path, "w");
   if (!f) return;
-  for (int i = 0; i < F_COUNT; ++i) fprintf(f, "%s %ld\n", family_names[i], counts[i]);
+  /* The mode and time families, and the swaps, only for swap runs: the
+   * fault table walks every family reported. */
+  const int families = swap_folder ? F_COUNT : F_MODE;
+  for (int i = 0; i < families; ++i) fprintf(f, "%s %ld\n", family_names[i], counts[i]);
+  if (swap_folder) fprintf(f, "swapped %ld\n", swapped);
   fclose(f);
 }
 
@@ -54,7 +70,27 @@ static void setup(void) {
   if (e && strcmp(e, "EACCES") == 0) fail_errno = EACCES;
   if (e && strcmp(e, "EXDEV") == 0) fail_errno = EXDEV;
   kill_signal = getenv("FERROX_FAULT_KILL") ? atoi(getenv("FERROX_FAULT_KILL")) : 0;
+  swap_folder = getenv("FERROX_FAULT_SWAP");
   if (getenv("FERROX_FAULT_COUNT")) atexit(report);
+}
+
+/* Every regular ".FRX*.tmp" in the swap folder becomes a link to the victim.
+ * Straight system calls, so that nothing here is counted. */
+static void swap_staged(void) {
+  const char *victim = getenv("FERROX_FAULT_SWAP_TO");
+  DIR *dir = opendir(swap_folder);
+  if (!dir || !victim) { if (dir) closedir(dir); return; }
+  for (struct dirent *e; (e = readdir(dir)) != NULL;) {
+    const size_t n = strlen(e->d_name);
+    if (strncmp(e->d_name, ".FRX", 4) != 0 || n < 8 || strcmp(e->d_name + n - 4, ".tmp") != 0) continue;
+    struct stat st;
+    if (fstatat(dirfd(dir), e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(st.st_mode)) continue;
+    if (syscall(SYS_unlinkat, dirfd(dir), e->d_name, 0) == 0 &&
+        syscall(SYS_symlinkat, victim, dirfd(dir), e->d_name) == 0) {
+      ++swapped;
+    }
+  }
+  closedir(dir);
 }
 
 /* Counts the call; true when this one must fail. */
@@ -62,6 +98,10 @@ static int hit(enum family f) {
   setup();
   ++counts[f];
   const int now = (int)f == target && nth > 0 && counts[f] == nth;
+  if (now && swap_folder) {
+    swap_staged();
+    return 0;
+  }
   if (now && kill_signal > 0) {
     kill(getpid(), kill_signal);
     return 0;  /* a signal that does not end the program: the call goes on */
@@ -207,4 +247,64 @@ int mkdir(const char *path, mode_t mode) {
   REAL(mkdir);
   if (hit(F_OPEN)) { errno = fail_errno; return -1; }
   return real_mkdir(path, mode);
+}
+
+int fchmod(int fd, mode_t mode) {
+  REAL(fchmod);
+  if (hit(F_MODE)) { errno = fail_errno; return -1; }
+  return real_fchmod(fd, mode);
+}
+
+int chmod(const char *path, mode_t mode) {
+  REAL(chmod);
+  if (hit(F_MODE)) { errno = fail_errno; return -1; }
+  return real_chmod(path, mode);
+}
+
+int fchmodat(int dir, const char *path, mode_t mode, int flags) {
+  REAL(fchmodat);
+  if (hit(F_MODE)) { errno = fail_errno; return -1; }
+  return real_fchmodat(dir, path, mode, flags);
+}
+
+int fchown(int fd, uid_t uid, gid_t gid) {
+  REAL(fchown);
+  if (hit(F_MODE)) { errno = fail_errno; return -1; }
+  return real_fchown(fd, uid, gid);
+}
+
+int chown(const char *path, uid_t uid, gid_t gid) {
+  REAL(chown);
+  if (hit(F_MODE)) { errno = fail_errno; return -1; }
+  return real_chown(path, uid, gid);
+}
+
+int lchown(const char *path, uid_t uid, gid_t gid) {
+  REAL(lchown);
+  if (hit(F_MODE)) { errno = fail_errno; return -1; }
+  return real_lchown(path, uid, gid);
+}
+
+int fchownat(int dir, const char *path, uid_t uid, gid_t gid, int flags) {
+  REAL(fchownat);
+  if (hit(F_MODE)) { errno = fail_errno; return -1; }
+  return real_fchownat(dir, path, uid, gid, flags);
+}
+
+int futimens(int fd, const struct timespec times[2]) {
+  REAL(futimens);
+  if (hit(F_TIMES)) { errno = fail_errno; return -1; }
+  return real_futimens(fd, times);
+}
+
+int utimensat(int dir, const char *path, const struct timespec times[2], int flags) {
+  REAL(utimensat);
+  if (hit(F_TIMES)) { errno = fail_errno; return -1; }
+  return real_utimensat(dir, path, times, flags);
+}
+
+int utimes(const char *path, const struct timeval times[2]) {
+  REAL(utimes);
+  if (hit(F_TIMES)) { errno = fail_errno; return -1; }
+  return real_utimes(path, times);
 }
