@@ -18,6 +18,12 @@ namespace {
 
 namespace ct = char_type;
 
+// The code state, in the survey's first-code bits.
+constexpr std::uint16_t kSjis = survey::kMarkSjis;
+constexpr std::uint16_t kJisKanji = survey::kMarkJisKanji;
+constexpr std::uint16_t kJisKana = survey::kMarkJisKana;
+constexpr std::uint16_t kEuc = survey::kMarkEuc;
+
 constexpr bool IsPrintable(std::uint8_t b) noexcept { return b >= 0x20 && b <= 0x7E; }
 
 // GetCharType compiled into the converter's loop.
@@ -153,7 +159,6 @@ inline bool EndsReadingCleanly(const std::uint8_t* in, BufIndex k, BufIndex end)
 void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
                        BufIndex end, std::uint16_t& s, std::uint16_t base, const RunLoops& loops,
                        const GaijiTable* table, SimdLevel level) noexcept {
-  using namespace code_state;
   for (;;) {
     CopyAscii(out, in, o, i, end, level);
     if (i > end) return;
@@ -222,11 +227,6 @@ std::uint16_t BlockSettings::BaseState() const noexcept {
 BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                        const BlockSettings& settings, BufIndex& carry,
                        std::uint16_t& codeState) noexcept {
-  // The code state, in the survey's first-code bits.
-  constexpr std::uint16_t kSjis = survey::kMarkSjis;
-  constexpr std::uint16_t kJisKanji = survey::kMarkJisKanji;
-  constexpr std::uint16_t kJisKana = survey::kMarkJisKana;
-  constexpr std::uint16_t kEuc = survey::kMarkEuc;
   const BufIndex last = length - 1;
   const BufIndex end = last - 2;
   const bool gaijiAsChar = settings.gaijiAsChar;
