@@ -10,6 +10,7 @@
 
 #include "app/ferrox_job.h"
 #include "cli/cli_window.h"
+#include "convert/output_file.h"
 #include "convert/result_code.h"
 
 namespace ferrox::cli {
@@ -17,20 +18,6 @@ namespace ferrox::cli {
 namespace {
 
 constexpr std::size_t kBlock = 1 << 16;
-
-// Writes all of `size` bytes; false with errno set on failure.
-bool WriteAll(int fd, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t n = ::write(fd, data, size);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    data += n;
-    size -= static_cast<std::size_t>(n);
-  }
-  return true;
-}
 
 }  // namespace
 
