@@ -4,7 +4,7 @@
 #include "analysis/apple_single.h"
 
 // ferrox
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 // std
 #include <fstream>

@@ -4,7 +4,7 @@
 #include "analysis/binhex.h"
 
 // ferrox
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 // std
 #include <array>

@@ -1,6 +1,7 @@
 #include "analysis/char_type.h"
 
 #include "analysis/survey_flags.h"
+#include "text/code_ranges.h"
 
 namespace ferrox {
 namespace {

@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "analysis/code_ranges.h"
+#include "text/code_ranges.h"
 
 namespace ferrox {
 

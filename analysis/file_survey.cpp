@@ -11,7 +11,7 @@
 #include "analysis/survey_flags.h"
 #include "analysis/tie_break.h"
 #include "analysis/utf8_reading.h"
-#include "convert/conv_mode.h"
+#include "text/conv_mode.h"
 
 // std
 #include <algorithm>

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "analysis/macbinary.h"
-#include "convert/progress_sink.h"
+#include "text/progress_sink.h"
 
 namespace ferrox {
 

@@ -6,7 +6,8 @@
 // ferrox
 #include "analysis/binhex.h"
 #include "analysis/report_format.h"
-#include "convert/cp932.h"
+#include "text/ascii_text.h"
+#include "text/cp932.h"
 
 // system
 #include <fcntl.h>
@@ -41,14 +42,7 @@ double Read32(std::span<const std::uint8_t, 128> h, std::size_t at) {
   return ((static_cast<double>(h[at]) * 256 + h[at + 1]) * 256 + h[at + 2]) * 256 + h[at + 3];
 }
 
-std::string TrimBlanks(std::string s) {
-  const auto first = s.find_first_not_of(' ');
-  if (first == std::string::npos) {
-    return {};
-  }
-  const auto last = s.find_last_not_of(' ');
-  return s.substr(first, last - first + 1);
-}
+std::string TrimBlanks(std::string s) { return std::string(ascii::Trim(s)); }
 
 // A Macintosh name in CP932. Bytes that do not decode still show as U+FFFD,
 // so a name never comes back empty.

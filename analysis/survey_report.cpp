@@ -7,9 +7,9 @@
 // ferrox
 #include "analysis/report_format.h"
 #include "analysis/survey_flags.h"
-#include "convert/conv_mode.h"
 #include "platform/file_attributes.h"
 #include "platform/file_times.h"
+#include "text/conv_mode.h"
 
 // std
 #include <system_error>

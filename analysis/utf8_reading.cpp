@@ -3,9 +3,9 @@
 #include "analysis/utf8_reading.h"
 
 // ferrox
-#include "analysis/nfc.h"
 #include "analysis/survey_flags.h"
 #include "analysis/utf8_sequence.h"
+#include "text/nfc.h"
 
 // std
 #include <algorithm>

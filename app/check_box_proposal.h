@@ -1,6 +1,6 @@
 #pragma once
 // What the two check boxes (text conversion, MacBinary cut) should say for
-// one input, when FileMode bit 2 lets the survey decide.
+// one input, once the survey has looked at it.
 
 #include <cstdint>
 
@@ -13,10 +13,8 @@ struct CheckBoxes {
   friend bool operator==(const CheckBoxes&, const CheckBoxes&) = default;
 };
 
-// With FileMode bit 2 set: text conversion only for a text file (survey flag
-// word not 0), MacBinary cut only for a MacBinary file. Without it the boxes
-// stay as the user set them (`current`).
-[[nodiscard]] CheckBoxes ProposeCheckBoxes(std::uint16_t surveyFlags, bool isMacBinary, std::uint16_t fileMode,
-                                           CheckBoxes current);
+// Text conversion only for a text file (survey flag word not 0), MacBinary
+// cut only for a MacBinary file.
+[[nodiscard]] CheckBoxes ProposeCheckBoxes(std::uint16_t surveyFlags, bool isMacBinary);
 
 }  // namespace ferrox

@@ -62,10 +62,8 @@ class PlanningWindow : public ConvWindow {
   [[nodiscard]] bool MBCutChecked() const override { return real_.MBCutChecked(); }
   void SetConvBusy(bool) override {}
   void Message(const std::string&) override {}
-  [[nodiscard]] bool Question(const std::string&) override { return false; }
   void AllEnabled(bool) override {}
   void ProgressPanel(bool) override {}
-  void Beep() override {}
   void PumpEvents() override {}
   [[nodiscard]] bool ConvBusy() const override { return true; }
   void ShowProgress(std::int64_t, std::int64_t) override {}

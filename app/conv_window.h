@@ -1,12 +1,12 @@
 #pragma once
 // What the batch driver and the per-file job need from the main window: the
-// pair of path boxes, the two check boxes, messages, one question, progress,
+// pair of path boxes, the two check boxes, messages, progress,
 // the event pump and the ConvBusy flag. The desktop window implements it with
 // Qt widgets; the command line with stderr and SIGINT.
 
 #include <string>
 
-#include "convert/progress_sink.h"
+#include "text/progress_sink.h"
 
 namespace ferrox {
 
@@ -33,15 +33,11 @@ class ConvWindow : public ProgressSink {
   virtual void MessagesAbout(const std::string& path) { (void)path; }
   // A note that needs no answer (the command line's message line); the window shows none.
   virtual void Note(const std::string& /*text*/) {}
-  // A Yes/No question, No being the default.
-  [[nodiscard]] virtual bool Question(const std::string& text) = 0;
 
   // Disables (false) or enables (true) the window's controls around a run.
   virtual void AllEnabled(bool enabled) = 0;
   // Shows or hides the progress panel of one file (percent labels, hourglass).
   virtual void ProgressPanel(bool on) = 0;
-  // The system beep after a successful run.
-  virtual void Beep() = 0;
 };
 
 }  // namespace ferrox

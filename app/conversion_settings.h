@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "convert/conv_mode.h"
+#include "text/conv_mode.h"
 
 namespace ferrox {
 

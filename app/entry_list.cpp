@@ -1,20 +1,11 @@
 #include "app/entry_list.h"
+#include "text/ascii_text.h"
 
 namespace ferrox {
 
-namespace {
-constexpr bool IsBlank(char c) noexcept { return c == ' ' || c == '\t'; }
-}  // namespace
+std::string_view TrimLeftBlanks(std::string_view text) noexcept { return ascii::TrimLeft(text, ascii::kBlanks); }
 
-std::string_view TrimLeftBlanks(std::string_view text) noexcept {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  return text;
-}
-
-std::string_view TrimRightBlanks(std::string_view text) noexcept {
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
+std::string_view TrimRightBlanks(std::string_view text) noexcept { return ascii::TrimRight(text, ascii::kBlanks); }
 
 std::string_view TrimBlanks(std::string_view text) noexcept {
   return TrimRightBlanks(TrimLeftBlanks(text));

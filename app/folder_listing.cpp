@@ -6,14 +6,11 @@
 #include <algorithm>
 
 #include "app/work_files.h"
+#include "text/ascii_text.h"
 
 namespace ferrox {
 
 namespace {
-
-char LowerAscii(char c) noexcept {
-  return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 // Length of the UTF-8 sequence that starts with `lead` (1 for a stray byte).
 std::size_t SequenceLength(unsigned char lead) noexcept {
@@ -38,7 +35,7 @@ bool WildcardMatch(std::string_view pattern, std::string_view name) {
     } else if (p < pattern.size() && pattern[p] == '?') {
       ++p;
       n = std::min(name.size(), n + SequenceLength(static_cast<unsigned char>(name[n])));
-    } else if (p < pattern.size() && LowerAscii(pattern[p]) == LowerAscii(name[n])) {
+    } else if (p < pattern.size() && ascii::Lower(pattern[p]) == ascii::Lower(name[n])) {
       ++p;
       ++n;
     } else if (starP != std::string_view::npos) {

@@ -6,6 +6,7 @@
 #include "analysis/mac_wrapper.h"
 #include "analysis/macbinary.h"
 #include "app/conversion_settings.h"
+#include "app/engine_settings.h"
 #include "suffix/file_name_rec.h"
 
 namespace ferrox {
@@ -53,16 +54,17 @@ std::string FindSidecar(const std::string& inPath, const std::string& runRoot) {
 
 std::string MacOutputName(const SuffixTable& table, const ConversionSettings& settings,
                           const std::string& inPath, const std::string& sidecar) {
+  const FileNameRules rules = NameRulesOf(settings);
   MacBinaryInfo mac;
-  if (MBInfGet(inPath, mac) == 0) return FileNameRec(table, settings, mac.FileName, mac.FileType, mac.Creator);
+  if (MBInfGet(inPath, mac) == 0) return FileNameRec(table, rules, mac.FileName, mac.FileType, mac.Creator);
   WrappedMacFile wrapped;
   std::string error;
   if (ProbeMacWrapper(inPath, wrapped, error) != MacWrapper::None && error.empty()) {
-    return FileNameRec(table, settings, wrapped.FileName, wrapped.FileType, wrapped.Creator);
+    return FileNameRec(table, rules, wrapped.FileName, wrapped.FileType, wrapped.Creator);
   }
   AppleFileInfo apple;
   if (!sidecar.empty() && ReadAppleFile(sidecar, apple) == AppleFileStatus::Ok && apple.HasFinderInfo) {
-    return FileNameRec(table, settings, inPath.substr(inPath.find_last_of('/') + 1), apple.FileType,
+    return FileNameRec(table, rules, inPath.substr(inPath.find_last_of('/') + 1), apple.FileType,
                        apple.Creator);
   }
   return {};

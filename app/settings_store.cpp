@@ -9,6 +9,8 @@
 #include <limits>
 #include <optional>
 #include <system_error>
+#include <type_traits>
+#include <variant>
 
 #include "app/version.h"
 #include "platform/config_dir.h"
@@ -68,9 +70,50 @@ void Write(QSettings& store, const char* key, const std::string& text) {
   store.setValue(QString::fromLatin1(key), QString::fromStdString(text));
 }
 
-template <typename T>
-void WriteNumber(QSettings& store, const char* key, T value) {
-  Write(store, key, std::to_string(value));
+// One stored key and the field it fills. A key that is missing or unreadable
+// leaves the field as Load set it beforehand (built-in or first-run value).
+struct Key {
+  const char* name;
+  std::variant<std::int32_t ConversionSettings::*, std::int16_t ConversionSettings::*,
+               std::uint16_t ConversionSettings::*, std::string ConversionSettings::*>
+      field;
+  bool saved = true;  // Version is written by its own rule
+};
+
+const Key kKeys[] = {
+    {"ChkSize", &ConversionSettings::ChkSize},         {"BinRate", &ConversionSettings::BinRate},
+    {"LineSize", &ConversionSettings::LineSize},       {"ConvMode", &ConversionSettings::ConvMode},
+    {"FileMode", &ConversionSettings::FileMode},       {"ExecMode", &ConversionSettings::ExecMode},
+    {"Left", &ConversionSettings::Left},               {"Top", &ConversionSettings::Top},
+    {"FNCChar", &ConversionSettings::FNCChar},         {"Version", &ConversionSettings::Version, false},
+    {"GaijiTable", &ConversionSettings::GaijiTable},   {"SfxSetWidth", &ConversionSettings::SfxSetWidth},
+    {"SfxSetHeight", &ConversionSettings::SfxSetHeight},
+};
+
+void ReadKey(const QSettings& store, const Key& key, ConversionSettings& settings) {
+  std::visit(
+      [&](auto member) {
+        auto& field = settings.*member;
+        if constexpr (std::is_same_v<std::decay_t<decltype(field)>, std::string>) {
+          ReadString(store, key.name, field);
+        } else {
+          Read(store, key.name, field, field);
+        }
+      },
+      key.field);
+}
+
+void WriteKey(QSettings& store, const Key& key, const ConversionSettings& settings) {
+  std::visit(
+      [&](auto member) {
+        const auto& field = settings.*member;
+        if constexpr (std::is_same_v<std::decay_t<decltype(field)>, std::string>) {
+          Write(store, key.name, field);
+        } else {
+          Write(store, key.name, std::to_string(field));
+        }
+      },
+      key.field);
 }
 
 }  // namespace
@@ -97,8 +140,7 @@ void SettingsStore::ReloadGaijiTable() { Gaiji.LoadGaijiTable(GaijiTablePath());
 
 SettingsLoadResult SettingsStore::Load(WindowPosition firstRunPosition, bool withGaijiTable) {
   SettingsLoadResult result;
-  const ConversionSettings builtIn;
-  Settings = builtIn;
+  Settings = ConversionSettings{};
   Settings.GaijiTable = DefaultGaijiTablePath();
   Settings.Left = firstRunPosition.left;
   Settings.Top = firstRunPosition.top;
@@ -113,23 +155,10 @@ SettingsLoadResult SettingsStore::Load(WindowPosition firstRunPosition, bool wit
 
   QSettings store(QString::fromStdString(SettingsFile()), QSettings::IniFormat);
   store.beginGroup(QString::fromLatin1(kGroup));
-  Read(store, "ChkSize", Settings.ChkSize, builtIn.ChkSize);
-  Read(store, "BinRate", Settings.BinRate, builtIn.BinRate);
-  Read(store, "LineSize", Settings.LineSize, builtIn.LineSize);
-  Read(store, "ConvMode", Settings.ConvMode, builtIn.ConvMode);
-  Read(store, "FileMode", Settings.FileMode, builtIn.FileMode);
-  Read(store, "ExecMode", Settings.ExecMode, builtIn.ExecMode);
-  Read(store, "Left", Settings.Left, firstRunPosition.left);
-  Read(store, "Top", Settings.Top, firstRunPosition.top);
-  ReadString(store, "FNCChar", Settings.FNCChar);
-  ReadString(store, "Version", Settings.Version);
-  ReadString(store, "GaijiTable", Settings.GaijiTable);
-  Read(store, "SfxSetWidth", Settings.SfxSetWidth, builtIn.SfxSetWidth);
-  Read(store, "SfxSetHeight", Settings.SfxSetHeight, builtIn.SfxSetHeight);
+  for (const Key& key : kKeys) ReadKey(store, key, Settings);
 
   // Compared by character codes on purpose: "10.0" sorts below "2.4".
   if (Settings.Version < kUnknownNameVersion) Settings.FileMode |= file_mode::kUnknownName;
-  if (Settings.Version != ProgramVersion()) DeleteHelpIndex(helpFile);
 
   result.suffix = SuffixTableLoad(Suffixes, configDir_);
   if (withGaijiTable) ReloadGaijiTable();
@@ -140,18 +169,9 @@ SettingsLoadResult SettingsStore::Load(WindowPosition firstRunPosition, bool wit
 bool SettingsStore::Save() {
   QSettings store(QString::fromStdString(SettingsFile()), QSettings::IniFormat);
   store.beginGroup(QString::fromLatin1(kGroup));
-  WriteNumber(store, "ChkSize", Settings.ChkSize);
-  WriteNumber(store, "BinRate", Settings.BinRate);
-  WriteNumber(store, "Left", Settings.Left);
-  WriteNumber(store, "Top", Settings.Top);
-  WriteNumber(store, "ExecMode", Settings.ExecMode);
-  WriteNumber(store, "FileMode", Settings.FileMode);
-  WriteNumber(store, "LineSize", Settings.LineSize);
-  WriteNumber(store, "ConvMode", Settings.ConvMode);
-  Write(store, "FNCChar", Settings.FNCChar);
-  Write(store, "GaijiTable", Settings.GaijiTable);
-  WriteNumber(store, "SfxSetWidth", Settings.SfxSetWidth);
-  WriteNumber(store, "SfxSetHeight", Settings.SfxSetHeight);
+  for (const Key& key : kKeys) {
+    if (key.saved) WriteKey(store, key, Settings);
+  }
 
   // A store last written by a newer version keeps its mark.
   const std::string running = ProgramVersion();
@@ -173,20 +193,6 @@ bool SettingsStore::Save() {
     }
   }
   return ok;
-}
-
-void DeleteHelpIndex(const std::string& helpFile) {
-  constexpr std::string_view kHlp = ".hlp";
-  if (helpFile.size() < kHlp.size() || helpFile.find('/') == std::string::npos) return;
-  for (std::size_t i = 0; i < kHlp.size(); ++i) {
-    const char c = helpFile[helpFile.size() - kHlp.size() + i];
-    if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c) != kHlp[i]) return;
-  }
-  const fs::path index = helpFile.substr(0, helpFile.size() - 3) + "GID";
-  std::error_code ec;
-  if (!fs::is_regular_file(index, ec)) return;
-  fs::permissions(index, fs::perms::owner_write, fs::perm_options::add, ec);
-  fs::remove(index, ec);
 }
 
 double VersionValue(const std::string& version) {

@@ -48,10 +48,6 @@ class SettingsStore {
   // Settings.GaijiTable, a path without a folder taken inside the config folder.
   [[nodiscard]] std::string GaijiTablePath() const;
 
-  // Help file whose stale index is deleted after a version change (rule 2).
-  // Linux builds have none; kept so the rule has somewhere to act.
-  std::string helpFile;
-
   ConversionSettings Settings;
   SuffixTable Suffixes;
   bool SuffixTableChanged = false;  // set by the suffix editor's OK
@@ -60,10 +56,6 @@ class SettingsStore {
  private:
   std::string configDir_;
 };
-
-// Upgrade rule 2: deletes the index file ("GID" in place of "hlp") of a help
-// file whose name ends in ".hlp", clearing its read-only mark first.
-void DeleteHelpIndex(const std::string& helpFile);
 
 // The numeric value of a version text, read like "2.9" or "10.0" (leading
 // number, 0 when there is none).

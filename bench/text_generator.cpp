@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 namespace ferrox::bench {
 

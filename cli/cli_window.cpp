@@ -7,6 +7,7 @@
 
 #include "analysis/file_survey.h"
 #include "app/conversion_settings.h"
+#include "app/engine_settings.h"
 #include "app/path_helpers.h"
 
 namespace ferrox::cli {
@@ -68,13 +69,12 @@ void CliWindow::ProposeCheckBoxesFor(const std::string& text) {
   if (!pinText_ || !pinCut_) {
     // A name the run walks to is a name even with "*" or "?" in it.
     if (!text.empty() && text.front() != '"' && IsFile(text)) {
-      const SurveySettings survey{settings_.ChkSize, settings_.BinRate, settings_.ConvMode};
+      const SurveySettings survey = SurveyOf(settings_);
       MacBinaryInfo info;
       std::uint16_t flags = 0;
       const int kind = survey_.SurveyFile(text, survey, *this, info, flags);
       if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
-        boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
-                                   settings_.FileMode | file_mode::kBatch, boxes_);
+        boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
       } else {
         // Unreadable: leave it to the job, which reports it.
         boxes_ = CheckBoxes{true, true};

@@ -45,10 +45,8 @@ class CliWindow final : public ConvWindow {
   void Message(const std::string& text) override;
   void MessagesAbout(const std::string& path) override { about_ = path; }
   void Note(const std::string& text) override { Message(text); }
-  [[nodiscard]] bool Question(const std::string&) override { return false; }
   void AllEnabled(bool) override {}
   void ProgressPanel(bool on) override;
-  void Beep() override {}
 
   // Messages show `path` as `shown` (standard input and output as "-").
   void ShowPathAs(const std::string& path, const std::string& shown) { shownAs_.emplace_back(path, shown); }

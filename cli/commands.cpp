@@ -12,6 +12,7 @@
 #include "analysis/file_survey.h"
 #include "analysis/survey_report.h"
 #include "app/conv_driver.h"
+#include "app/engine_settings.h"
 #include "app/entry_expand.h"
 #include "app/entry_list.h"
 #include "app/path_helpers.h"
@@ -195,7 +196,7 @@ int RunSurvey(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
   const ConversionSettings& settings = store.Settings;
-  const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
+  const SurveySettings surveySettings = SurveyOf(settings);
   FileSurvey survey;
   SilentProgress sink;
   int status = 0;
@@ -243,7 +244,7 @@ int RunSurvey(const Arguments& arguments) {
       }
       continue;
     }
-    const ReportSettings reportSettings{settings.ChkSize, settings.BinRate, settings.ConvMode, settings.FileMode};
+    const ReportSettings reportSettings = ReportOf(settings);
     const SuffixTable& table = store.Suffixes;
     const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
       const int row = SuffixTableSearch(table, type, creator);
@@ -280,7 +281,7 @@ int RunName(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
   const auto& o = arguments.operands;
-  std::printf("%s\n", ShownText(FileNameRec(store.Suffixes, store.Settings, o[0], o[1], o[2])).c_str());
+  std::printf("%s\n", ShownText(FileNameRec(store.Suffixes, NameRulesOf(store.Settings), o[0], o[1], o[2])).c_str());
   return 0;
 }
 

@@ -8,7 +8,7 @@
 #include "cli/cli_args.h"
 #include "cli/cli_text.h"
 #include "cli/commands.h"
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 int main(int argc, char** argv) {
   using namespace ferrox::cli;

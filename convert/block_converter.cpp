@@ -6,17 +6,23 @@
 #include <cstring>
 
 // ferrox
-#include "analysis/code_ranges.h"
 #include "analysis/survey_flags.h"
 #include "convert/ascii_run.h"
-#include "convert/conv_mode.h"
 #include "convert/pair_scan.h"
+#include "text/code_ranges.h"
+#include "text/conv_mode.h"
 
 namespace ferrox {
 
 namespace {
 
 namespace ct = char_type;
+
+// The code state, in the survey's first-code bits.
+constexpr std::uint16_t kSjis = survey::kMarkSjis;
+constexpr std::uint16_t kJisKanji = survey::kMarkJisKanji;
+constexpr std::uint16_t kJisKana = survey::kMarkJisKana;
+constexpr std::uint16_t kEuc = survey::kMarkEuc;
 
 constexpr bool IsPrintable(std::uint8_t b) noexcept { return b >= 0x20 && b <= 0x7E; }
 
@@ -113,7 +119,7 @@ inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std:
                       std::uint16_t base) noexcept {
   switch (t) {
     case ct::kJisKanjiIn:
-      s = code_state::kJisKanji;
+      s = survey::kMarkJisKanji;
       i += 2;
       return true;
     case ct::kJisKanjiOut:
@@ -122,7 +128,7 @@ inline bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std:
       return true;
     case ct::kJisKanaIn:
       if (in[i] == 0x1B) i += 2;  // ESC ( I; a lone SO is one byte
-      s = code_state::kJisKana;
+      s = survey::kMarkJisKana;
       return true;
     case ct::kJisKanaOut:
       s = base;
@@ -153,7 +159,6 @@ inline bool EndsReadingCleanly(const std::uint8_t* in, BufIndex k, BufIndex end)
 void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
                        BufIndex end, std::uint16_t& s, std::uint16_t base, const RunLoops& loops,
                        const GaijiTable* table, SimdLevel level) noexcept {
-  using namespace code_state;
   for (;;) {
     CopyAscii(out, in, o, i, end, level);
     if (i > end) return;
@@ -216,13 +221,12 @@ BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMod
 }
 
 std::uint16_t BlockSettings::BaseState() const noexcept {
-  return (typeFlags & survey::kEuc) != 0 ? code_state::kEuc : code_state::kSjis;
+  return (typeFlags & survey::kEuc) != 0 ? survey::kMarkEuc : survey::kMarkSjis;
 }
 
 BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                        const BlockSettings& settings, BufIndex& carry,
                        std::uint16_t& codeState) noexcept {
-  using namespace code_state;
   const BufIndex last = length - 1;
   const BufIndex end = last - 2;
   const bool gaijiAsChar = settings.gaijiAsChar;

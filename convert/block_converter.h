@@ -31,14 +31,8 @@ struct BlockSettings {
   [[nodiscard]] std::uint16_t BaseState() const noexcept;
 };
 
-// The code state of the text, kept from block to block (the first-code bits of
-// the survey flag word).
-namespace code_state {
-inline constexpr std::uint16_t kSjis = 0x0100;
-inline constexpr std::uint16_t kJisKanji = 0x0200;
-inline constexpr std::uint16_t kJisKana = 0x0400;
-inline constexpr std::uint16_t kEuc = 0x0800;
-}  // namespace code_state
+// The code state of the text, kept from block to block, is written with the
+// first-code bits of the survey flag word (survey::kMark*).
 
 // Converts one block of `length` bytes (at least 3) from `in` into `out` from
 // index 0 and returns the number of bytes written. `carry` receives the number

@@ -6,12 +6,12 @@
 #include "analysis/survey_flags.h"
 #include "convert/block_converter.h"
 #include "convert/block_reader.h"
-#include "convert/conv_mode.h"
 #include "convert/gaiji_table.h"
 #include "convert/keta_soroe.h"
 #include "convert/output_file.h"
 #include "convert/result_code.h"
 #include "convert/utf8_converter.h"
+#include "text/conv_mode.h"
 
 // std
 #include <algorithm>

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "convert/progress_sink.h"
+#include "text/progress_sink.h"
 
 namespace ferrox {
 

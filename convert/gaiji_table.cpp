@@ -13,8 +13,9 @@
 #include <optional>
 #include <string_view>
 
-#include "analysis/code_ranges.h"
-#include "convert/transcoders.h"
+#include "text/ascii_text.h"
+#include "text/code_ranges.h"
+#include "text/jis_pairs.h"
 
 namespace ferrox {
 namespace {
@@ -23,17 +24,10 @@ constexpr std::string_view kGeta = "\x81\xac";  // 〓
 
 enum class Code { kSjis, kJis, kEuc };
 
-char Upper(char c) noexcept { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; }
-
-bool EqualNoCase(std::string_view a, std::string_view b) noexcept {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                            [](char x, char y) { return Upper(x) == Upper(y); });
-}
-
 // Key words are matched without regard to case: "code=euc" is what a user
 // who typed it meant.
 bool StartsWithKey(std::string_view line, std::string_view key) noexcept {
-  return line.size() >= key.size() && EqualNoCase(line.substr(0, key.size()), key);
+  return ascii::StartsWithNoCase(line, key);
 }
 
 std::string_view TrimBlanks(std::string_view s) noexcept {
@@ -55,8 +49,8 @@ std::size_t FindSeparator(std::string_view line, std::string_view sep, std::size
 
 int HexDigit(char c) noexcept {
   if (c >= '0' && c <= '9') return c - '0';
-  const char u = Upper(c);
-  if (u >= 'A' && u <= 'F') return u - 'A' + 10;
+  const char l = ascii::Lower(c);
+  if (l >= 'a' && l <= 'f') return l - 'a' + 10;
   return -1;
 }
 
@@ -193,9 +187,9 @@ std::size_t GaijiTable::LoadGaijiTable(const std::string& path) {
   for (const std::string_view line : SplitLines(text)) {
     if (StartsWithKey(line, "Code=")) {
       const std::string_view name = TrimBlanks(line.substr(5));
-      if (EqualNoCase(name, "SJIS")) code = Code::kSjis;
-      else if (EqualNoCase(name, "JIS")) code = Code::kJis;
-      else if (EqualNoCase(name, "EUC")) code = Code::kEuc;
+      if (ascii::EqualNoCase(name, "SJIS")) code = Code::kSjis;
+      else if (ascii::EqualNoCase(name, "JIS")) code = Code::kJis;
+      else if (ascii::EqualNoCase(name, "EUC")) code = Code::kEuc;
       continue;
     }
     if (StartsWithKey(line, "Punct=")) {

@@ -2,7 +2,7 @@
 
 #include "convert/keta_soroe.h"
 
-#include "analysis/code_ranges.h"
+#include "text/code_ranges.h"
 
 namespace ferrox {
 

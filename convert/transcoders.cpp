@@ -3,11 +3,12 @@
 #include <array>
 #include <cstring>
 
-#include "analysis/code_ranges.h"
-#include "convert/conv_mode.h"
 #include "convert/gaiji_table.h"
 #include "convert/pair_scan.h"
 #include "convert/simd_level.h"
+#include "text/code_ranges.h"
+#include "text/conv_mode.h"
+#include "text/jis_pairs.h"
 
 namespace ferrox {
 namespace {
@@ -61,20 +62,6 @@ constexpr auto kSjisStrictSteps = MakeSjisSteps(true);
 constexpr auto kSjisLooseSteps = MakeSjisSteps(false);
 constexpr auto kEucStrictSteps = MakeEucSteps(true);
 constexpr auto kEucLooseSteps = MakeEucSteps(false);
-
-// JIS X 0208 to Shift JIS: odd rows take the trail bytes 0x40..0x9E (skipping
-// 0x7F), even rows 0x9F..0xFC; two rows share one lead byte.
-constexpr std::uint8_t SjisFirst(int j1) noexcept {
-  int t1 = (j1 - 33) / 2 + 129;
-  if (t1 > 159) t1 += 64;
-  return static_cast<std::uint8_t>(t1);
-}
-
-constexpr std::uint8_t SjisSecond(int j1, int j2) noexcept {
-  int t2 = (j1 & 1) ? j2 + 31 : j2 + 125;
-  if (t2 >= 127) ++t2;
-  return static_cast<std::uint8_t>(t2);
-}
 
 // The same as tables over 7-bit bytes, for the copiers' inner loops.
 struct PairTables {
@@ -284,20 +271,6 @@ void JisZenCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex
                 BufIndex& consumed, const GaijiPolicy& policy) noexcept {
   CopyRun(JisZenRun<Mode::kStrict>, JisZenRun<Mode::kPass>, JisZenRun<Mode::kReplace>, out, in, o,
           i, end, consumed, policy);
-}
-
-int JisToSjis(std::uint8_t& s1, std::uint8_t& s2, std::uint8_t j1, std::uint8_t j2) noexcept {
-  s1 = SjisFirst(j1);
-  s2 = SjisSecond(j1, j2);
-  return 2;
-}
-
-int EucToSjis(std::uint8_t& s1, std::uint8_t& s2, std::uint8_t e1, std::uint8_t e2) noexcept {
-  if (e1 == 0x8E) {
-    s1 = e2;
-    return 1;
-  }
-  return JisToSjis(s1, s2, e1 & 0x7F, e2 & 0x7F);
 }
 
 }  // namespace ferrox

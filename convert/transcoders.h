@@ -52,9 +52,4 @@ void EucCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i
 void JisZenCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
                 BufIndex& consumed, const GaijiPolicy& policy) noexcept;
 
-// One JIS pair to one Shift JIS pair; returns 2.
-int JisToSjis(std::uint8_t& s1, std::uint8_t& s2, std::uint8_t j1, std::uint8_t j2) noexcept;
-// One EUC pair (or SS2 kana) to Shift JIS; returns the bytes written, 1 or 2.
-int EucToSjis(std::uint8_t& s1, std::uint8_t& s2, std::uint8_t e1, std::uint8_t e2) noexcept;
-
 }  // namespace ferrox

@@ -4,12 +4,12 @@
 
 // ferrox
 #include "analysis/utf8_sequence.h"
-#include "convert/cp932.h"
-#include "convert/gaiji_table.h"
-#include "analysis/nfc.h"
 #include "convert/ascii_run.h"
+#include "convert/gaiji_table.h"
 #include "convert/simd_level.h"
 #include "convert/transcoders.h"
+#include "text/cp932.h"
+#include "text/nfc.h"
 
 // std
 #include <algorithm>

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "convert/cp932.h"
 #include "fuzz/fuzz_input.h"
 #include "suffix/suffix_table.h"
+#include "text/cp932.h"
 
 using namespace ferrox;
 

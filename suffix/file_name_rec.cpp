@@ -1,8 +1,9 @@
 #include "suffix/file_name_rec.h"
 
-#include "convert/cp932.h"
 #include "suffix/suffix_pattern.h"
 #include "suffix/utf8_chars.h"
+#include "text/ascii_text.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 
@@ -30,15 +31,14 @@ char32_t FullWidthForm(char32_t c) {
 
 // Replaces the forbidden characters. NUL cannot reach a file name on this
 // system at all, so it is dropped.
-std::string Substitute(std::string_view text, const ConversionSettings& settings) {
-  const bool fixedChar = (settings.ConvMode & conv_mode::kFncChar) != 0;
+std::string Substitute(std::string_view text, const FileNameRules& rules) {
   std::string out;
   out.reserve(text.size());
   for (const char32_t c : utf8::Decode(text)) {
     if (c == 0) continue;
     if (const char32_t wide = FullWidthForm(c)) {
-      if (fixedChar) {
-        out += settings.FNCChar;
+      if (rules.fixedChar) {
+        out += rules.fncChar;
       } else {
         utf8::Append(out, wide);
       }
@@ -60,21 +60,12 @@ bool FncCharAllowed(std::string_view fncChar) {
 
 namespace {
 
-std::string_view TrimSpaces(std::string_view s) {
-  const std::size_t first = s.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return s.substr(first, s.find_last_not_of(' ') - first + 1);
-}
 
 bool EndsWithExtension(std::string_view name, std::string_view extension) {
   if (name.size() < extension.size() + 1) return false;
   const std::string_view tail = name.substr(name.size() - extension.size() - 1);
   if (tail.front() != '.') return false;
-  for (std::size_t i = 0; i < extension.size(); ++i) {
-    auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    if (lower(tail[i + 1]) != lower(extension[i])) return false;
-  }
-  return true;
+  return ascii::EqualNoCase(tail.substr(1), extension);
 }
 
 }  // namespace
@@ -90,9 +81,9 @@ int SuffixTableSearch(const SuffixTable& table, std::string_view type, std::stri
   return -1;
 }
 
-std::string FileNameRec(const SuffixTable& table, const ConversionSettings& settings, std::string_view name,
+std::string FileNameRec(const SuffixTable& table, const FileNameRules& rules, std::string_view name,
                         std::string_view type, std::string_view creator) {
-  const std::string name2(TrimSpaces(Substitute(name, settings)));
+  const std::string name2(ascii::Trim(Substitute(name, rules)));
   if (name2.empty() || cp932::SjisWidth(name2) > kMaxNameBytes) return {};
 
   const int row = SuffixTableSearch(table, type, creator);
@@ -101,11 +92,11 @@ std::string FileNameRec(const SuffixTable& table, const ConversionSettings& sett
     if (extension.empty() || EndsWithExtension(name2, extension)) return name2;
     return name2 + "." + extension;
   }
-  if ((settings.FileMode & file_mode::kUnknownName) == 0) return name2;
+  if (!rules.unknownName) return name2;
   // Type and creator become part of the name, so they get the same
   // substitution as the name itself.
-  return name2 + "(" + std::string(TrimSpaces(Substitute(creator, settings))) + ")." +
-         std::string(TrimSpaces(Substitute(type, settings)));
+  return name2 + "(" + std::string(ascii::Trim(Substitute(creator, rules))) + ")." +
+         std::string(ascii::Trim(Substitute(type, rules)));
 }
 
 }  // namespace ferrox

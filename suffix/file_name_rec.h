@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "app/conversion_settings.h"
 #include "suffix/suffix_table.h"
 
 namespace ferrox {
@@ -14,13 +13,20 @@ namespace ferrox {
 // fits anything), or -1.
 [[nodiscard]] int SuffixTableSearch(const SuffixTable& table, std::string_view type, std::string_view creator);
 
+// What the naming reads from the settings.
+struct FileNameRules {
+  bool fixedChar = false;      // forbidden characters become fncChar, not their full-width forms
+  std::string fncChar = "_";   // UTF-8
+  bool unknownName = true;     // a type with no table row names the file name(creator).type
+};
+
 // Whether `fncChar` (UTF-8) may be FNCChar: exactly one character, not a
 // control character, and not one of the characters it stands in for.
 [[nodiscard]] bool FncCharAllowed(std::string_view fncChar);
 
 // The file name (no folder) proposed for a Mac file, or "" when no usable
-// name can be made. Reads ConvMode bit 2, FNCChar and FileMode bit 64.
-[[nodiscard]] std::string FileNameRec(const SuffixTable& table, const ConversionSettings& settings,
+// name can be made.
+[[nodiscard]] std::string FileNameRec(const SuffixTable& table, const FileNameRules& rules,
                                       std::string_view name, std::string_view type, std::string_view creator);
 
 }  // namespace ferrox

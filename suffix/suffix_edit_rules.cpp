@@ -1,18 +1,15 @@
 #include "suffix/suffix_edit_rules.h"
 
-#include "analysis/code_ranges.h"
-#include "convert/cp932.h"
 #include "suffix/utf8_chars.h"
+#include "text/ascii_text.h"
+#include "text/code_ranges.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 
 namespace {
 
-std::string Trim(std::string_view s) {
-  const std::size_t first = s.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return std::string(s.substr(first, s.find_last_not_of(' ') - first + 1));
-}
+std::string Trim(std::string_view s) { return std::string(ascii::Trim(s)); }
 
 // A type or creator box: printable ASCII and at most four pattern characters.
 bool IsTypePattern(const std::string& text) { return IsAlpha(text) && SuffixPatternLength(Trim(text)) < 5; }
@@ -72,10 +69,7 @@ SuffixEditResult ValidateSuffixEdit(const std::string& extension, const std::str
 
   result.kind = SuffixEditResult::Kind::kRefused;
   if (!extension.empty()) {
-    std::string lower = extension.substr(0, extension.find_last_not_of(' ') + 1);
-    for (char& c : lower) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
+    const std::string lower = ascii::Lower(ascii::TrimRight(extension));
     // "bak" is the program's own backup extension.
     if (Trim(extension).empty() || lower == "bak" || !IsSuffixName(extension)) {
       result.message = "拡張子が不正です。";

@@ -9,8 +9,9 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "convert/cp932.h"
 #include "suffix/suffix_table.h"
+#include "text/ascii_text.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 
@@ -26,14 +27,7 @@ constexpr std::size_t kMaxRows = 32767;
 constexpr std::string_view kCrLf = "\r\n";
 
 bool StartsWithPunct(std::string_view line) {
-  constexpr std::string_view kPunct = "punct=";
-  if (line.size() < kPunct.size()) return false;
-  for (std::size_t i = 0; i < kPunct.size(); ++i) {
-    char c = line[i];
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    if (c != kPunct[i]) return false;
-  }
-  return true;
+  return ascii::StartsWithNoCase(line, "punct=");
 }
 
 // Cuts a line into up to four fields at `sep`; the fourth ends at the next

@@ -38,11 +38,9 @@ class RecordingWindow final : public ConvWindow {
   // Neither check box is ticked; nothing to show or ask.
   bool TextCnvChecked() const override { return false; }
   bool MBCutChecked() const override { return false; }
-  bool Question(const std::string&) override { return false; }
   void PumpEvents() override {}
   void ShowProgress(std::int64_t, std::int64_t) override {}
   void ProgressPanel(bool) override {}
-  void Beep() override {}
 
   std::string in, out;
   bool busy = false;

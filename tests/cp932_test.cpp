@@ -1,6 +1,6 @@
 // CP932 text through iconv: decoding, encoding and widths in Shift JIS bytes.
 
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 #include <gtest/gtest.h>
 

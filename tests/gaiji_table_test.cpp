@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "analysis/code_ranges.h"
-#include "convert/cp932.h"
 #include "convert/transcoders.h"
 #include "helpers/scratch_dir.h"
+#include "text/code_ranges.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 namespace {

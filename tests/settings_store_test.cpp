@@ -118,23 +118,6 @@ TEST_F(SettingsStoreTest, StoredTextThatIsNotANumberFallsBack) {
   EXPECT_EQ(Fields(s), Fields({10000, 3, 80, 12, 0x8001 | 64, 0, 5, 30, "_", "", dir_ + "/GaiTbl.txt", 0, 0}));
 }
 
-TEST_F(SettingsStoreTest, StaleHelpIndexIsDeletedAfterAVersionChange) {
-  fs::create_directories(dir_);
-  const std::string index = dir_ + "/Ferrox.GID";
-  for (const char* version : {"2.9", "2.8"}) {
-    std::ofstream(index) << "index";
-    fs::permissions(index, fs::perms::owner_read);
-    Store({{"ChkSize", "10000"}, {"Version", version}});
-    SettingsStore store(dir_);
-    store.helpFile = dir_ + "/Ferrox.hlp";
-    store.Load();
-    EXPECT_EQ(fs::exists(index), std::string(version) == "2.9") << version;
-  }
-  std::ofstream(index) << "index";
-  DeleteHelpIndex(dir_ + "/Ferrox.chm");
-  EXPECT_TRUE(fs::exists(index));
-}
-
 TEST_F(SettingsStoreTest, SuffixTableIsSavedOnlyWhenChangedAndAnOversizedOneIsReported) {
   SettingsStore store(dir_);
   store.Load();
@@ -218,17 +201,6 @@ TEST(ConfigDir, EnvironmentOrder) {
   set("FERROX_CONFIG_DIR", nested.c_str());
   EXPECT_EQ(EnsureConfigDir(), nested);
   EXPECT_TRUE(fs::is_directory(nested));
-}
-
-TEST(ProposeCheckBoxes, SurveyDecidesOnlyWithFileModeBit2) {
-  const CheckBoxes user{true, false};
-  const std::tuple<std::uint16_t, bool, std::uint16_t, CheckBoxes> cases[] = {
-      {0x0113, false, 2, {true, false}},     {0x0000, false, 2, {false, false}}, {0x0000, true, 2, {false, true}},
-      {0x0042, true, 117 | 2, {true, true}}, {0x0000, true, 117, user},          {0x0113, true, 0, user},
-  };
-  for (const auto& [flags, macBinary, fileMode, expected] : cases) {
-    EXPECT_EQ(ProposeCheckBoxes(flags, macBinary, fileMode, user), expected) << flags << " " << fileMode;
-  }
 }
 
 }  // namespace

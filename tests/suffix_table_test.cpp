@@ -6,11 +6,12 @@
 
 #include <filesystem>
 
-#include "convert/cp932.h"
+#include "app/engine_settings.h"
 #include "helpers/scratch_dir.h"
 #include "suffix/file_name_rec.h"
 #include "suffix/suffix_edit_rules.h"
 #include "suffix/suffix_pattern.h"
+#include "text/cp932.h"
 
 namespace ferrox {
 namespace {
@@ -316,7 +317,7 @@ TEST(FileNameRec, Names) {
     settings.ConvMode = convMode;
     settings.FileMode = fileMode;
     settings.FNCChar = fnc;
-    EXPECT_EQ(FileNameRec(table, settings, name, type, creator), expected) << name;
+    EXPECT_EQ(FileNameRec(table, NameRulesOf(settings), name, type, creator), expected) << name;
   }
 }
 

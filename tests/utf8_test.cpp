@@ -11,10 +11,10 @@
 #include <string_view>
 
 #include "analysis/file_survey.h"
-#include "analysis/nfc_data.h"
 #include "analysis/survey_flags.h"
 #include "convert/ferrox_conv.h"
 #include "helpers/scratch_dir.h"
+#include "text/nfc_data.h"
 
 namespace ferrox {
 namespace {

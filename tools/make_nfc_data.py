@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes analysis/nfc_data.h, the Unicode facts that canonical composition
+"""Writes text/nfc_data.h, the Unicode facts that canonical composition
 (NFC) needs, from Python's unicodedata.
 
 - combining classes other than 0;
@@ -11,7 +11,7 @@
 
 Hangul syllables are left out: they decompose and compose by arithmetic.
 
-Usage: make_nfc_data.py [-o analysis/nfc_data.h]
+Usage: make_nfc_data.py [-o text/nfc_data.h]
 """
 
 import argparse
@@ -53,7 +53,7 @@ def rows(items, per_line):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("-o", "--output", default="analysis/nfc_data.h")
+    parser.add_argument("-o", "--output", default="text/nfc_data.h")
     args = parser.parse_args()
 
     classes = []

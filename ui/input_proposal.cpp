@@ -3,6 +3,7 @@
 #include "ui/input_proposal.h"
 
 // ferrox
+#include "app/engine_settings.h"
 #include "app/entry_list.h"
 #include "app/path_helpers.h"
 #include "suffix/file_name_rec.h"
@@ -10,7 +11,6 @@
 namespace ferrox::ui {
 namespace {
 
-SurveySettings SurveyOf(const ConversionSettings& s) { return {s.ChkSize, s.BinRate, s.ConvMode}; }
 
 std::string Join(const std::string& folder, const std::string& name) {
   return folder.ends_with('/') ? folder + name : folder + "/" + name;
@@ -29,7 +29,7 @@ std::string ProposeOutputFor(const std::string& name, FileSurvey& survey, const 
   MacBinaryInfo info;
   std::uint16_t flags = 0;
   if (survey.FileTypeChk(name, SurveyOf(settings), sink, info, flags) == survey_result::kMacBinary) {
-    const std::string macName = FileNameRec(table, settings, info.FileName, info.FileType, info.Creator);
+    const std::string macName = FileNameRec(table, NameRulesOf(settings), info.FileName, info.FileType, info.Creator);
     const std::string folder = GetParentFolder(name);
     if (!macName.empty() && !folder.empty()) return Join(folder, macName);
   }
@@ -37,7 +37,7 @@ std::string ProposeOutputFor(const std::string& name, FileSurvey& survey, const 
 }
 
 InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey, const ConversionSettings& settings,
-                              const SuffixTable& table, CheckBoxes current, ProgressSink& sink) {
+                              const SuffixTable& table, ProgressSink& sink) {
   InputProposal proposal;
   if (TrimBlanks(boxText).empty()) return proposal;
   if (IsList(boxText)) {
@@ -62,8 +62,7 @@ InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey, co
     const int kind = survey.FileTypeChk(name, SurveyOf(settings), sink, info, flags);
     if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
       // A new input is surveyed as a batch would survey it.
-      proposal.boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary,
-                                         settings.FileMode | file_mode::kBatch, current);
+      proposal.boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
     }
   }
   return proposal;

@@ -31,6 +31,6 @@ struct InputProposal {
 // the proposals of its names. The check boxes are proposed for one file only.
 [[nodiscard]] InputProposal ProposeForInput(const std::string& boxText, FileSurvey& survey,
                                             const ConversionSettings& settings, const SuffixTable& table,
-                                            CheckBoxes current, ProgressSink& sink);
+                                            ProgressSink& sink);
 
 }  // namespace ferrox::ui

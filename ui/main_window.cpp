@@ -6,6 +6,7 @@
 // ferrox
 #include "analysis/survey_report.h"
 #include "app/conv_driver.h"
+#include "app/engine_settings.h"
 #include "app/entry_list.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
@@ -249,8 +250,6 @@ bool MainWindow::MBCutChecked() const { return chkMBCut_->isChecked(); }
 void MainWindow::SetConvBusy(bool busy) { convBusy_ = busy; }
 bool MainWindow::ConvBusy() const { return convBusy_; }
 void MainWindow::Message(const std::string& text) { Exclaim(this, QString::fromStdString(text)); }
-bool MainWindow::Question(const std::string& text) { return AskYesNo(this, QString::fromStdString(text)); }
-void MainWindow::Beep() { QApplication::beep(); }
 
 void MainWindow::AllEnabled(bool enabled) {
   for (QWidget* control : std::initializer_list<QWidget*>{
@@ -303,9 +302,7 @@ void MainWindow::ShowProgress(std::int64_t done, std::int64_t total) {
 void MainWindow::txtInFile_Change() {
   inputTimer_->stop();
   const std::string entry = InFileText();
-  const CheckBoxes current{chkTextCnv_->isChecked(), chkMBCut_->isChecked()};
-  const InputProposal proposal =
-      ProposeForInput(entry, survey_, store_.Settings, store_.Suffixes, current, quiet_);
+  const InputProposal proposal = ProposeForInput(entry, survey_, store_.Settings, store_.Suffixes, quiet_);
   if (proposal.output) SetOutFileText(*proposal.output);
   if (proposal.boxes) {
     chkTextCnv_->setChecked(proposal.boxes->textCnv);
@@ -350,10 +347,9 @@ void MainWindow::SurveyForBatch() {
   if ((s.FileMode & file_mode::kBatch) == 0) return;
   MacBinaryInfo info;
   std::uint16_t flags = 0;
-  const int kind = survey_.FileTypeChk(InFileText(), {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, flags);
+  const int kind = survey_.FileTypeChk(InFileText(), SurveyOf(s), quiet_, info, flags);
   if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return;
-  const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary, s.FileMode,
-                                             {chkTextCnv_->isChecked(), chkMBCut_->isChecked()});
+  const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
   chkTextCnv_->setChecked(boxes.textCnv);
   chkMBCut_->setChecked(boxes.mbCut);
 }
@@ -372,7 +368,7 @@ void MainWindow::comFerrox_Click() {
     case -2: txtOutFile_->setFocus(); break;
     case -1: txtInFile_->setFocus(); break;
     case 0:
-      Beep();
+      QApplication::beep();
       cmdExit_->setFocus();
       break;
     case -6: close(); break;  // the user chose to stop: the program ends
@@ -388,7 +384,7 @@ void MainWindow::cmdInfo_Click() {
     const ConversionSettings& s = store_.Settings;
     MacBinaryInfo info;
     std::uint16_t word = 0;
-    const int kind = survey_.FileTypeChk(name, {s.ChkSize, s.BinRate, s.ConvMode}, quiet_, info, word);
+    const int kind = survey_.FileTypeChk(name, SurveyOf(s), quiet_, info, word);
     if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) flags = word;
   }
   ReportWindow report(lastReport_, txtInFile_->text(), flags, this);
@@ -582,7 +578,7 @@ void MainWindow::Form_Activate() {
     convBusy_ = false;
     activationPending_ = false;
     if (result == 0) {
-      Beep();
+      QApplication::beep();
       RunFinished();
     }
     ShowInfo();  // the panel shows the last file of the run, not the first

@@ -47,10 +47,8 @@ class MainWindow : public QWidget, public ConvWindow {
   [[nodiscard]] bool MBCutChecked() const override;
   void SetConvBusy(bool busy) override;
   void Message(const std::string& text) override;
-  [[nodiscard]] bool Question(const std::string& text) override;
   void AllEnabled(bool enabled) override;
   void ProgressPanel(bool on) override;
-  void Beep() override;
   // ProgressSink
   void PumpEvents() override;
   [[nodiscard]] bool ConvBusy() const override;

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 // ferrox
-#include "convert/cp932.h"
+#include "text/cp932.h"
 #include "ui/file_dialog.h"
 #include "ui/fixed_font.h"
 #include "ui/help_window.h"

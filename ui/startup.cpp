@@ -6,7 +6,7 @@
 
 // ferrox
 #include "app/settings_store.h"
-#include "convert/cp932.h"
+#include "text/cp932.h"
 #include "ui/app_icon.h"
 #include "ui/main_window.h"
 #include "ui/message_box.h"

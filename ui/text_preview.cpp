@@ -9,8 +9,8 @@
 // ferrox
 #include "analysis/macbinary.h"
 #include "analysis/survey_flags.h"
-#include "convert/cp932.h"
 #include "convert/ferrox_conv.h"
+#include "text/cp932.h"
 
 // Qt
 #include <QTemporaryDir>

@@ -2,8 +2,10 @@
 
 #include "helpers/reference_pass.h"
 
-#include "analysis/code_ranges.h"
+#include "analysis/survey_flags.h"
 #include "convert/gaiji_table.h"
+#include "text/code_ranges.h"
+#include "text/jis_pairs.h"
 
 #include <algorithm>
 
@@ -11,7 +13,10 @@ namespace ferrox::reference {
 namespace {
 
 namespace ct = char_type;
-using namespace code_state;
+constexpr std::uint16_t kSjis = survey::kMarkSjis;
+constexpr std::uint16_t kJisKanji = survey::kMarkJisKanji;
+constexpr std::uint16_t kJisKana = survey::kMarkJisKana;
+constexpr std::uint16_t kEuc = survey::kMarkEuc;
 using code_ranges::Lead;
 using Mode = GaijiPolicy::Mode;
 

@@ -1,12 +1,12 @@
-#include "convert/cp932.h"
+#include "text/cp932.h"
 
 #include <iconv.h>
 
 #include <cerrno>
 #include <cstdint>
 
-#include "analysis/code_ranges.h"
-#include "analysis/nfc.h"
+#include "text/code_ranges.h"
+#include "text/nfc.h"
 
 namespace ferrox::cp932 {
 namespace {

@@ -1,9 +1,9 @@
 // Canonical composition from the generated Unicode tables of nfc_data.h.
 
-#include "analysis/nfc.h"
+#include "text/nfc.h"
 
 // ferrox
-#include "analysis/nfc_data.h"
+#include "text/nfc_data.h"
 
 // std
 #include <algorithm>
