@@ -67,16 +67,6 @@ bool GaijiTable(Arguments& a, const std::string& text, std::string&) {
   return true;
 }
 
-bool MacJapanese(Arguments& a, const std::string& text, std::string& error) {
-  using namespace conv_mode;
-  if (text == "auto") return SetBits<&ConversionSettings::ConvMode, 0, kMacJapaneseAny | kNoMacJapanese>(a, text, error);
-  if (text == "always") return SetBits<&ConversionSettings::ConvMode, kMacJapaneseAny, kNoMacJapanese>(a, text, error);
-  if (text == "never") return SetBits<&ConversionSettings::ConvMode, kNoMacJapanese, kMacJapaneseAny>(a, text, error);
-  error = std::string(Tr("--mac-japanese takes auto, always or never, not '",
-                         "--mac-japanese には auto, always, never のどれかを指定します: '")) + text + "'";
-  return false;
-}
-
 bool Text(Arguments& a, const std::string&, std::string&) { return a.text = true, true; }
 bool NoText(Arguments& a, const std::string&, std::string&) { return a.text = false, true; }
 bool Cut(Arguments& a, const std::string&, std::string&) { return a.cut = true, true; }
@@ -142,9 +132,6 @@ constexpr std::array kOptions = {
     OptionSpec{"--no-utf8", "", kConvMode, kAny, "do not recognise UTF-8 text (32)", "UTF-8 を認識しない (32)",
                kConv<kNoUtf8>},
     OptionSpec{"--utf8", "", kConvMode, kAny, "recognise UTF-8 text", "UTF-8 を認識する", kConv<0, kNoUtf8>},
-    OptionSpec{"--mac-japanese", "WHEN", kConvMode, kAny,
-               "Mac Japanese mapping: auto (text known to come from a Mac), always (64) or never (128)",
-               "Mac 日本語の変換: auto (Mac から来たと分かるテキスト), always (64), never (128)", &MacJapanese},
     OptionSpec{"--plain-ties", "", kConvMode, kAny,
                "Shift JIS/EUC ties by the plain rule: the first code seen, else the longer run (256)",
                "シフトJIS/EUC の判定が付かない時は単純な規則で決める (256)", kConv<kOldTieRule>},

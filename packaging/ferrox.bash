@@ -17,9 +17,6 @@ _ferrox() {
     --gaiji-table)
       mapfile -t COMPREPLY < <(compgen -f -- "$cur")
       return ;;
-    --mac-japanese)
-      mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$cur")
-      return ;;
     --conv-mode|--file-mode|--line-size|--chk-size|--bin-rate|--fnc-char)
       return ;;
   esac

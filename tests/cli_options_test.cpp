@@ -38,9 +38,6 @@ TEST_F(CliOptions, EveryNamedOptionEqualsItsFlagWordAndTheLaterOneWins) {
       {"--conv-mode", 28, {"--no-gaiji-table-replace"}, 12},
       {"--conv-mode", 12, {"--no-utf8"}, 44},
       {"--conv-mode", 44, {"--utf8"}, 12},
-      {"--conv-mode", 140, {"--mac-japanese", "always"}, 76},
-      {"--conv-mode", 76, {"--mac-japanese=never"}, 140},
-      {"--conv-mode", 204, {"--mac-japanese", "auto"}, 12},
       {"--conv-mode", 12, {"--plain-ties"}, 268},
       {"--conv-mode", 268, {"--no-plain-ties"}, 12},
       {"--file-mode", 116, {"--backup"}, 117},
@@ -228,7 +225,7 @@ TEST_F(CliOptions, HelpAndOwnMessagesFollowTheLocale) {
     for (auto it = std::sregex_iterator(help.out.begin(), help.out.end(), option); it != std::sregex_iterator(); ++it) {
       names.insert((*it)[1]);
       std::vector<std::string> args = {"settings", (*it)[1]};
-      if ((*it)[2].matched) args.push_back((*it)[1] == "--mac-japanese" ? "auto" : (*it)[1] == "--fnc-char" ? "_" : "100");
+      if ((*it)[2].matched) args.push_back((*it)[1] == "--fnc-char" ? "_" : "100");
       const CliResult r = Run(args);
       const bool ofOneCommand = r.status == 64 && r.err.find(" command") != std::string::npos;
       EXPECT_TRUE(r.status == 0 || ofOneCommand) << (*it)[1] << r.err;
