@@ -25,19 +25,8 @@ trap 'rm -rf "$config"' EXIT
 export FERROX_CONFIG_DIR=$config TMP=$work
 out=$work/cli_out.txt
 
-# Best wall-clock seconds of $runs runs of a shell command.
-best() {
-  local best=0 t start
-  for _ in $(seq "$runs"); do
-    rm -f "$out"
-    sync
-    start=$(date +%s%N)
-    bash -c "$1"
-    t=$(( $(date +%s%N) - start ))
-    if [ "$best" -eq 0 ] || [ "$t" -lt "$best" ]; then best=$t; fi
-  done
-  echo "$best"
-}
+source "$root/bench/best_of.sh"
+best() { best_of "$runs" "$out" "$1"; }
 
 convert="taskset -c 0 '$ferrox' convert --text --no-cut --file-mode 116"
 echo

@@ -35,17 +35,8 @@ config=$(mktemp -d)
 export FERROX_CONFIG_DIR=$config TMP=$work
 out=$work/utf8_out.txt
 expected=$work/utf8_expected.txt
-best() {
-  local best=0 t start
-  for _ in $(seq "$runs"); do
-    rm -f "$out"
-    start=$(date +%s%N)
-    bash -c "$1"
-    t=$(( $(date +%s%N) - start ))
-    if [ "$best" -eq 0 ] || [ "$t" -lt "$best" ]; then best=$t; fi
-  done
-  echo "$best"
-}
+source "$root/bench/best_of.sh"
+best() { best_of "$runs" "$out" "$1"; }
 peer=$(best "iconv -f UTF-8 -t CP932 '$in' | unix2dos -q > '$out'")
 mv "$out" "$expected"
 ns=$(best "taskset -c 0 '$ferrox' convert --text --no-cut --file-mode 116 '$in' '$out'")
