@@ -75,10 +75,10 @@ void Utf8Converter::PutReplacement(std::uint8_t* out, BufIndex& o, std::int64_t 
 }
 
 [[gnu::always_inline]] inline void Utf8Converter::Put(char32_t cp, std::uint8_t* out, BufIndex& o,
-                                                     std::int64_t at) const noexcept {
+                                                     BufIndex at) const noexcept {
   const std::uint16_t code = cp < 0x10000 ? cp932_[cp] : 0;
   if (code == 0) {
-    PutReplacement(out, o, at, account_ != nullptr ? Utf8Of(cp) : std::string());
+    PutReplacement(out, o, FileOffset(at), account_ != nullptr ? Utf8Of(cp) : std::string());
   } else if (code < 0x100) {
     out[o++] = static_cast<std::uint8_t>(code);
   } else {
@@ -114,7 +114,7 @@ void Utf8Converter::Take(char32_t cp, std::uint8_t* out, BufIndex& o, BufIndex a
     if (segmentLength_ >= kSegmentMax) Flush(out, o);
     segmentPlain_ = false;
   }
-  segmentAt_[segmentLength_] = FileOffset(at);
+  segmentAt_[segmentLength_] = at;
   segment_[segmentLength_++] = cp;
 }
 
@@ -128,7 +128,7 @@ inline void Utf8Converter::TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o,
     return;
   }
   if (segmentLength_ == 1) Put(segment_[0], out, o, segmentAt_[0]);
-  segmentAt_[0] = FileOffset(at);
+  segmentAt_[0] = at;
   segment_[0] = cp;
   segmentLength_ = 1;
 }
@@ -175,7 +175,7 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
         // A letter before a non-ASCII byte waits: a combining mark may join
         // it (A and a combining ring are Å).
         if (in[i] >= 0x21 && in[i] <= 0x7E && in[i + 1] >= 0x80) {
-          segmentAt_[0] = FileOffset(i);
+          segmentAt_[0] = i;
           segment_[0] = in[i];
           segmentLength_ = 1;
           segmentPlain_ = true;
@@ -198,13 +198,13 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
       i += 3;
       if (segmentLength_ == 1 && segmentPlain_) {
         char32_t waiting = segment_[0];
-        std::int64_t waitingAt = segmentAt_[0];
+        BufIndex waitingAt = segmentAt_[0];
         while (i <= end && Is3ByteLead(in[i]) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
           const char32_t cp = Decode3(in + i);
           if ((attention_[cp / 64] >> (cp % 64) & 1) != 0) break;
           Put(waiting, out, o, waitingAt);
           waiting = cp;
-          waitingAt = FileOffset(i);
+          waitingAt = i;
           i += 3;
         }
         segment_[0] = waiting;
@@ -241,6 +241,8 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
     Flush(out, o);
   }
   carry = std::max<BufIndex>(0, lastIndex - i + 1);
+  // What waits is counted from the next block's start.
+  for (std::size_t k = 0; k < segmentLength_; ++k) segmentAt_[k] -= length - carry;
   return o;
 }
 

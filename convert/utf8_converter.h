@@ -46,7 +46,7 @@ class Utf8Converter {
   void Take(char32_t cp, std::uint8_t* out, BufIndex& o, BufIndex at) noexcept;
   void TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o, BufIndex at) noexcept;
   void Flush(std::uint8_t* out, BufIndex& o) noexcept;
-  void Put(char32_t cp, std::uint8_t* out, BufIndex& o, std::int64_t at) const noexcept;
+  void Put(char32_t cp, std::uint8_t* out, BufIndex& o, BufIndex at) const noexcept;
   void PutReplacement(std::uint8_t* out, BufIndex& o, std::int64_t at,
                       std::string_view in) const noexcept;
   [[nodiscard]] std::int64_t FileOffset(BufIndex at) const noexcept;
@@ -58,7 +58,7 @@ class Utf8Converter {
   std::string replacement_;
   ChangeAccount* account_;
   std::array<char32_t, kSegmentMax + 8> segment_{};  // a starter and what may join it
-  std::array<std::int64_t, kSegmentMax + 8> segmentAt_{};  // file offset of each
+  std::array<BufIndex, kSegmentMax + 8> segmentAt_{};  // block index of each (below 0: earlier)
   std::size_t segmentLength_ = 0;
   bool segmentPlain_ = false;  // one character that NFC leaves as it is
   std::array<std::uint8_t, 4> partial_{};  // the start of a character cut by the block's end
