@@ -201,6 +201,15 @@ TEST_F(CliMacFiles, MacOriginReadsMacJapaneseAndEachChangeIsCounted) {
     EXPECT_EQ(Read("out/m.txt"), row.out);
     EXPECT_EQ(r.err, row.err.empty() ? "" : Path("in/" + std::string(row.input)) + row.err);
   }
+  // In a folder run an AppleDouble sidecar with a creator makes its file a Mac file.
+  Write("side/memo.txt", kMacText);
+  Write("side/other.txt", kMacText);
+  ASSERT_EQ(Shell(Path("side"), "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' double ._memo.txt "
+                                "--type TEXT --creator ttxt"), 0);
+  const CliResult r = Run({"convert", "--text", "side", "sideout"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(Read("sideout/memo.txt"), kMapped);
+  EXPECT_EQ(Read("sideout/other.txt"), kUnmapped);
 }
 
 TEST_F(CliMacFiles, ChangeListHasARowPerChangeWithOffsetsPastTheBlock) {
