@@ -1,7 +1,5 @@
 #include "convert/mac_japanese.h"
 
-#include <algorithm>
-#include <array>
 #include <cstring>
 
 #include "convert/change_account.h"
