@@ -42,7 +42,8 @@ struct BlockSettings {
 // of bytes at the end of the block that were not converted and must be given
 // again at the start of the next block. `codeState` is read and updated so that
 // a JIS shift survives a block boundary. `out` must hold 2 * length bytes plus
-// what longer gaiji replacements add.
+// what longer gaiji replacements and Mac Japanese fallbacks (kMacLongest bytes
+// at most for a pair) add.
 [[nodiscard]] BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                                      const BlockSettings& settings, BufIndex& carry,
                                      std::uint16_t& codeState) noexcept;

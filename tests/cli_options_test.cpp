@@ -139,7 +139,7 @@ TEST_F(CliOptions, SurveySizeSubstituteAndRunsThatConvertNothing) {
 }
 
 TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
-  const std::string data = Sjis("メモ\r");
+  const std::string data = Sjis("メモ\r") + "\x85\x40";  // with Mac ①
   Write("files/mac.bin", MacBinaryHeaderBytes({Sjis("メモ"), "TEXT", "ttxt", static_cast<std::uint32_t>(data.size()),
                                                 5, 3069923400u, 3070029920u}) +
                              data + std::string(128 - data.size(), '\0') + "RSRC!" + std::string(123, '\0'));
@@ -187,6 +187,8 @@ TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
   EXPECT_EQ(block["created"].toString(), "2001-04-12T12:30:00");
   EXPECT_EQ(block["modified"].toString(), "2001-04-13T18:05:20");
   EXPECT_EQ(mac["surveyed_bytes"].toInt(), static_cast<int>(data.size()));
+  EXPECT_TRUE(mac["apple_codes"].toBool());
+  EXPECT_FALSE(euc["apple_codes"].toBool());
   const QJsonObject hqx = objects[3]["binhex"].toObject();
   EXPECT_EQ(hqx["name"].toString(), "Memo");
   EXPECT_EQ(hqx["type"].toString(), "TEXT");
