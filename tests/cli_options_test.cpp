@@ -68,50 +68,9 @@ TEST_F(CliOptions, EveryNamedOptionEqualsItsFlagWordAndTheLaterOneWins) {
     args.insert(args.end(), {word, std::to_string(start)});
     EXPECT_EQ(Run(args).out, Run({"settings", word, std::to_string(start)}).out) << named[0];
   }
-
-  // The same through conversions: the named form and the flag word leave the same files.
-  Write("in/a.txt", Encode("変換のテスト\nｶﾀｶﾅも一行\n最後の行\n", "EUC-JP"));
-  for (const auto& [named, word] : std::vector<std::pair<std::vector<std::string>, std::string>>{
-           {{"--eof", "--trash", "--delete-input"}, "13:500"}, {{"--replace"}, "12:116"}}) {
-    for (const std::string& form : {std::string("named"), std::string("word")}) {
-      const std::string dir = form + word.substr(0, 2);
-      Write(dir + "/in.txt", Encode("変換のテスト\nｶﾀｶﾅも一行\n最後の行\n", "EUC-JP"));
-      Write(dir + "/out.txt", "old");
-      std::vector<std::string> args = {"convert"};
-      if (form == "named") {
-        args.insert(args.end(), named.begin(), named.end());
-      } else {
-        args.insert(args.end(), {"--conv-mode", word.substr(0, 2), "--file-mode", word.substr(3)});
-      }
-      args.insert(args.end(), {dir + "/in.txt", dir + "/out.txt"});
-      EXPECT_EQ(Run(args).status, 0) << dir;
-    }
-    for (const char* name : {"in.txt", "out.txt", "out.bak"}) {
-      EXPECT_EQ(Exists("named" + word.substr(0, 2) + "/" + name), Exists("word" + word.substr(0, 2) + "/" + name));
-      EXPECT_EQ(Read("named" + word.substr(0, 2) + "/" + name), Read("word" + word.substr(0, 2) + "/" + name));
-    }
-  }
-  EXPECT_EQ(Read("named13/out.txt"), Sjis("変換のテスト\r\nｶﾀｶﾅも一行\r\n最後の行\r\n") + "\x1a");
-  EXPECT_EQ(Read(".home/.local/share/Trash/files/out.txt"), "old");
 }
 
-TEST_F(CliOptions, SurveySizeSubstituteAndRunsThatConvertNothing) {
-  // Text for 12,000 bytes, then binary: only a survey of the whole file sees it.
-  Write("late.bin", std::string(12000, 'a') + std::string(600, '\x01'));
-  const std::tuple<std::vector<std::string>, std::string, int> cases[] = {
-      {{"survey", "--flags", "late.bin"}, "0 0x0100\n", 0},
-      {{"survey", "--flags", "--chk-size", "0", "late.bin"}, "0 0x0000\n", 0},
-      {{"survey", "--flags", "--chk-size=-1", "late.bin"}, "0 0x0000\n", 0},
-      {{"survey", "--flags", "--chk-size", "99", "late.bin"}, "", 3},
-      {{"survey", "--flags", "--no-cut", "late.bin"}, "0 0x0100\n", 0},  // accepted by every command, as before
-      {{"name", "--fnc-fixed", "--fnc-char", "-", "a/b:c", "TEXT", "ttxt"}, "a-b-c.txt\n", 0},
-      {{"name", "--fnc-fixed", "--fnc-char", "＿", "a/b", "TEXT", "ttxt"}, "a＿b.txt\n", 0},
-  };
-  for (const auto& [args, out, status] : cases) {
-    const CliResult r = Run(args);
-    EXPECT_EQ(r.out, out) << args[2];
-    EXPECT_EQ(r.status, status) << args[2];
-  }
+TEST_F(CliOptions, SubstituteCharacterAndRunsThatConvertNothing) {
   for (const std::string bad : {"/", "\\", ":", "*", "?", "\"", "<", ">", "|", "", "ab", "\x01", "\xff"}) {
     const CliResult r = Run({"name", "--fnc-char", bad, "a", "TEXT", "ttxt"});
     EXPECT_EQ(r.status, 3) << bad;
