@@ -114,15 +114,13 @@ inline void CopyRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufI
   if (consumed == 0) {
     i = start;
     if (policy.account != nullptr) {
-      const std::uint8_t b = in[i];
-      const bool jisGaiji = kCopy == JisZenCopy && b >= 0x21 && b <= 0x7E && in[i + 1] >= 0x21 &&
-                            in[i + 1] <= 0x7E &&
-                            code_ranges::JisLead(b) == code_ranges::Lead::kGaiji;
-      NoteDrop(policy.account,
-               jisGaiji                 ? ChangeKind::kGaijiDropped
-               : kCopy == JisZenCopy    ? ChangeKind::kJunk
-                                        : DropKindAt(in + i),
-               in, i);
+      // Inside JIS only a gaiji pair is more than junk.
+      const bool jisGaiji = in[i + 1] >= 0x21 && in[i + 1] <= 0x7E &&
+                            code_ranges::JisLead(in[i]) == code_ranges::Lead::kGaiji;
+      const ChangeKind kind = kCopy != JisZenCopy ? DropKindAt(in + i)
+                              : jisGaiji          ? ChangeKind::kGaijiDropped
+                                                  : ChangeKind::kJunk;
+      policy.account->Dropped(kind, in, i);
     }
   }
 }

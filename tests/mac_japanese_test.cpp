@@ -134,6 +134,8 @@ TEST(ChangeAccount, ExactRowsForKnownDropsAndReplacementsAtAnyBlockSize) {
        "1 junk 01 >\n2 eof 1A >\n3 gaiji-dropped 87 >\n5 junk 02 >\n6 junk 1F >\n7 junk 7F >\n"},
       {true, 28, false, "\x87\x40\x1B$B\x30\x21\n\x1B(Bx", "(1)\x88\x9Fx",
        "0 gaiji-replaced 87 40 > 28 31 29\n7 junk 0A >\n"},
+      // A JIS gaiji pair in strict mode loses its first byte; its second starts the next pair.
+      {true, 4, false, "\x1B$B\x75\x21\x30\x21\x21\x1B(B", "\x81\x4F\x81\x40", "3 gaiji-dropped 75 >\n"},
       {true, 12, false, "\x0E\x31\x32\x7E\x0F\x80", "\xB1\xB2", "3 junk 7E >\n5 junk 80 >\n"},
       {true, 12, true, "x\x85\x40\x80\x1Ay\r\n", "x\x87\x40\x5Cy\r\n",
        "1 mac 85 40 > 87 40\n3 mac 80 > 5C\n4 eof 1A >\n"},
