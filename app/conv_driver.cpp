@@ -436,7 +436,6 @@ int ConvDriver::Ferrox_Click_File() {
   if (staged == result::kDone && pending && !batchRoot_.empty() && pending.Quiet()) {
     pending.StartFlush();
     InFlight entry{std::move(pending), flags, leftAsItIs, {}};
-    entry.oldOutput.st_ino = 0;
     if (::stat(outPath.c_str(), &entry.oldOutput) != 0) entry.oldOutput.st_ino = 0;
     inFlight_.push_back(std::move(entry));
     return FinishInFlight(kMostInFlight, inPath);
@@ -467,8 +466,10 @@ int ConvDriver::FinishInFlight(std::size_t keep, const std::string& current) {
   while (inFlight_.size() > keep && rc == result::kDone) {
     InFlight entry = std::move(inFlight_.front());
     inFlight_.pop_front();
-    window_.MessagesAbout(entry.output.InputPath());
-    rc = Report(entry.output.Finish(), entry.output.InputPath(), entry.flags, entry.leftAsItIs);
+    const std::string input = entry.output.InputPath();
+    window_.MessagesAbout(input);
+    const int code = entry.output.Finish();
+    rc = Report(code, input, entry.flags, entry.leftAsItIs);
   }
   if (rc != result::kDone) inFlight_.clear();
   window_.MessagesAbout(current);
