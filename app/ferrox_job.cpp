@@ -8,8 +8,9 @@
 #include <cstdlib>
 #include <future>
 #include <memory>
-#include <utility>
 #include <optional>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "analysis/file_survey.h"
@@ -274,12 +275,15 @@ bool PendingOutput::Quiet() const noexcept {
 
 const std::string& PendingOutput::InputPath() const noexcept { return state_->inPath; }
 const std::string& PendingOutput::OutputPath() const noexcept { return state_->outPath; }
-const struct stat& PendingOutput::InputStat() const noexcept { return state_->inStat; }
 
 void PendingOutput::StartFlush() {
   if (state_ == nullptr || state_->flushed.valid()) return;
   const int fd = state_->placed;
-  state_->flushed = std::async(std::launch::async, [fd] { return ::fsync(fd) == 0 ? 0 : errno; });
+  try {
+    state_->flushed = std::async(std::launch::async, [fd] { return ::fsync(fd) == 0 ? 0 : errno; });
+  } catch (const std::system_error&) {
+    // No thread to spare: Finish flushes on its own.
+  }
 }
 
 int PendingOutput::Finish() {

@@ -17,8 +17,6 @@
 // - a failure removes the work files it made, and a crash leaves only files
 //   the next run removes (see work_files.h).
 
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -58,9 +56,8 @@ class PendingOutput {
   [[nodiscard]] bool Quiet() const noexcept;
   [[nodiscard]] const std::string& InputPath() const noexcept;
   [[nodiscard]] const std::string& OutputPath() const noexcept;
-  [[nodiscard]] const struct stat& InputStat() const noexcept;
 
-  // Starts the flush to disk on a helper thread.
+  // Starts the flush to disk on a helper thread (where one can be had).
   void StartFlush();
   // Waits for the flush (or flushes), then dates the output and puts it in
   // place; the codes of Ferrox.
