@@ -8,7 +8,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -42,11 +41,6 @@ Decoded Decode(const std::string& text) {
   };
   d.status = decoder.ReadForks(into(d.data), into(d.resource));
   return d;
-}
-
-std::string Slurp(const std::filesystem::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 std::string Mixed(std::size_t n) {
@@ -147,26 +141,23 @@ TEST(BinHexDecoder, AgreesWithMacutils) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const testing::ScratchDir dir;
-    auto pad = [](std::string s) { return s.append((128 - s.size() % 128) % 128, '\0'); };
-    const auto bin = dir.Write("in.bin", testing::MacBinaryHeaderBytes(
-        {row.name, row.type, row.creator, static_cast<std::uint32_t>(row.data.size()),
-         static_cast<std::uint32_t>(row.resource.size())}) + pad(row.data) + pad(row.resource));
+    const auto bin = dir.Write("in.bin", testing::MacBinaryFile({row.name, row.type, row.creator}, row.data, row.resource));
     const auto d = dir.Path();
     ASSERT_EQ(std::system(("cd '" + d.string() + "' && binhex in.bin > made.hqx && mkdir theirs ours && "
                            "cd theirs && hexbin -3 ../made.hqx").c_str()), 0);
-    const Decoded mine = Decode(Slurp(d / "made.hqx"));
+    const Decoded mine = Decode(testing::ReadAll(d / "made.hqx"));
     ASSERT_EQ(mine.status, BinHexStatus::Ok) << BinHexMessage(mine.status);
     EXPECT_EQ(mine.info.FileName, row.name);
     EXPECT_EQ(mine.info.FileType, row.type);
     EXPECT_EQ(mine.info.Creator, row.creator);
-    EXPECT_EQ(mine.data, Slurp(d / "theirs" / (row.name + ".data")));
-    EXPECT_EQ(mine.resource, Slurp(d / "theirs" / (row.name + ".rsrc")));
+    EXPECT_EQ(mine.data, testing::ReadAll(d / "theirs" / (row.name + ".data")));
+    EXPECT_EQ(mine.resource, testing::ReadAll(d / "theirs" / (row.name + ".rsrc")));
     EXPECT_EQ(mine.data, row.data);
     // And hexbin reads what the test encoder writes, so the tables above test real BinHex.
     dir.Write("ours.hqx", EncodeBinHex({row.name, row.type, row.creator, row.data, row.resource}));
     ASSERT_EQ(std::system(("cd '" + (d / "ours").string() + "' && hexbin -3 ../ours.hqx").c_str()), 0);
-    EXPECT_EQ(Slurp(d / "ours" / (row.name + ".data")), row.data);
-    EXPECT_EQ(Slurp(d / "ours" / (row.name + ".rsrc")), row.resource);
+    EXPECT_EQ(testing::ReadAll(d / "ours" / (row.name + ".data")), row.data);
+    EXPECT_EQ(testing::ReadAll(d / "ours" / (row.name + ".rsrc")), row.resource);
   }
 }
 

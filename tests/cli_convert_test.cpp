@@ -100,9 +100,7 @@ TEST_F(CliConvert, WildcardAndListRuns) {
 TEST_F(CliConvert, MacBinaryUnwrappedWithTheHeaderDatesOrKeptWithNewLengths) {
   const std::string data = Sjis("一行目\r二行目\r");
   // Created 2001-04-12 12:30:00, modified 2001-04-13 18:05:20, Macintosh seconds.
-  const std::string input = MacBinaryHeaderBytes({Sjis("メモ"), "TEXT", "ttxt", static_cast<std::uint32_t>(data.size()),
-                                                  10, 3069923400u, 3070029920u}) +
-                            data + std::string(128 - data.size(), '\0') + "RESOURCE!!" + std::string(118, '\0');
+  const std::string input = MacBinaryFile({Sjis("メモ"), "TEXT", "ttxt", 0, 0, 3069923400u, 3070029920u}, data, "RESOURCE!!");
   Write("mac.bin", input);
   const std::string converted = Sjis("一行目\r\n二行目\r\n");
   EXPECT_EQ(Run({"convert", "mac.bin", "memo.txt"}).status, 0);

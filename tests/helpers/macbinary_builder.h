@@ -39,4 +39,12 @@ struct MacBinaryFields {
   return {reinterpret_cast<const char*>(h.data()), h.size()};
 }
 
+// A whole MacBinary file: the header given the forks' lengths, each fork padded to 128 bytes.
+[[nodiscard]] inline std::string MacBinaryFile(MacBinaryFields f, const std::string& data, const std::string& resource) {
+  f.dataLength = static_cast<std::uint32_t>(data.size());
+  f.resourceLength = static_cast<std::uint32_t>(resource.size());
+  const auto pad = [](std::string s) { return s.append((128 - s.size() % 128) % 128, '\0'); };
+  return MacBinaryHeaderBytes(f) + pad(data) + pad(resource);
+}
+
 }  // namespace ferrox::testing
