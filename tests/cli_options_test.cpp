@@ -21,52 +21,42 @@ CliCall InLocale(std::vector<std::string> args, const std::string& lcMessages, c
 }
 
 TEST_F(CliOptions, EveryNamedOptionEqualsItsFlagWordAndTheLaterOneWins) {
-  // word, start value, named option, the value it must make
-  const std::tuple<const char*, int, std::vector<std::string>, int> cases[] = {
-      {"--conv-mode", 12, {"--eof"}, 13},
-      {"--conv-mode", 13, {"--no-eof"}, 12},
-      {"--conv-mode", 12, {"--fnc-fixed"}, 14},
-      {"--conv-mode", 14, {"--no-fnc-fixed"}, 12},
-      {"--conv-mode", 8, {"--jis-euc"}, 12},
-      {"--conv-mode", 12, {"--no-jis-euc"}, 8},
-      {"--conv-mode", 4, {"--gaiji-chars"}, 12},
-      {"--conv-mode", 12, {"--no-gaiji-chars"}, 4},
-      {"--conv-mode", 12, {"--gaiji-table-replace"}, 28},
-      {"--conv-mode", 28, {"--no-gaiji-table-replace"}, 12},
-      {"--conv-mode", 12, {"--no-utf8"}, 44},
-      {"--conv-mode", 44, {"--utf8"}, 12},
-      {"--conv-mode", 140, {"--mac-japanese"}, 76},
-      {"--conv-mode", 76, {"--no-mac-japanese"}, 140},
-      {"--conv-mode", 204, {"--mac-japanese-auto"}, 12},
-      {"--conv-mode", 12, {"--plain-ties"}, 268},
-      {"--conv-mode", 268, {"--no-plain-ties"}, 12},
-      {"--file-mode", 116, {"--backup"}, 117},
-      {"--file-mode", 117, {"--trash"}, 244},
-      {"--file-mode", 244, {"--backup"}, 117},
-      {"--file-mode", 245, {"--replace"}, 116},
-      {"--file-mode", 113, {"--mac-dates"}, 117},
-      {"--file-mode", 117, {"--no-mac-dates"}, 113},
-      {"--file-mode", 101, {"--walk"}, 117},
-      {"--file-mode", 117, {"--no-walk"}, 101},
-      {"--file-mode", 53, {"--unknown-type-names"}, 117},
-      {"--file-mode", 117, {"--no-unknown-type-names"}, 53},
-      {"--file-mode", 117, {"--delete-input"}, 373},
-      {"--file-mode", 373, {"--keep-input"}, 117},
-      {"--file-mode", 117, {"--mac-names"}, 629},
-      {"--file-mode", 629, {"--no-mac-names"}, 117},
-      {"--file-mode", 117, {"--resource-forks"}, 1141},
-      {"--file-mode", 1141, {"--no-resource-forks"}, 117},
+  // word, a value without the option, the option, the value with it, the option that undoes it
+  const std::tuple<const char*, int, const char*, int, const char*> cases[] = {
+      {"--conv-mode", 12, "--eof", 13, "--no-eof"},
+      {"--conv-mode", 12, "--fnc-fixed", 14, "--no-fnc-fixed"},
+      {"--conv-mode", 8, "--jis-euc", 12, "--no-jis-euc"},
+      {"--conv-mode", 4, "--gaiji-chars", 12, "--no-gaiji-chars"},
+      {"--conv-mode", 12, "--gaiji-table-replace", 28, "--no-gaiji-table-replace"},
+      {"--conv-mode", 44, "--utf8", 12, "--no-utf8"},
+      {"--conv-mode", 140, "--mac-japanese", 76, "--no-mac-japanese"},
+      {"--conv-mode", 204, "--mac-japanese-auto", 12, nullptr},
+      {"--conv-mode", 12, "--plain-ties", 268, "--no-plain-ties"},
+      {"--file-mode", 116, "--backup", 117, "--replace"},
+      {"--file-mode", 117, "--trash", 244, "--backup"},
+      {"--file-mode", 245, "--replace", 116, nullptr},
+      {"--file-mode", 113, "--mac-dates", 117, "--no-mac-dates"},
+      {"--file-mode", 101, "--walk", 117, "--no-walk"},
+      {"--file-mode", 53, "--unknown-type-names", 117, "--no-unknown-type-names"},
+      {"--file-mode", 117, "--delete-input", 373, "--keep-input"},
+      {"--file-mode", 117, "--mac-names", 629, "--no-mac-names"},
+      {"--file-mode", 117, "--resource-forks", 1141, "--no-resource-forks"},
   };
-  for (const auto& [word, start, named, made] : cases) {
-    std::vector<std::string> args = {"settings", word, std::to_string(start)};
-    args.insert(args.end(), named.begin(), named.end());
-    const CliResult byName = Run(args);
-    const CliResult byWord = Run({"settings", word, std::to_string(made)});
-    EXPECT_EQ(byName.status, 0) << named[0] << byName.err;
-    EXPECT_EQ(byName.out, byWord.out) << named[0];
+  auto settings = [&](const char* word, int value, const char* named = nullptr) {
+    std::vector<std::string> args = {"settings", word, std::to_string(value)};
+    if (named != nullptr) args.push_back(named);
+    return Run(args);
+  };
+  for (const auto& [word, without, option, with, undo] : cases) {
+    for (const auto& [start, named, made] : {std::tuple{without, option, with}, {with, undo, without}}) {
+      if (named == nullptr) continue;
+      const CliResult byName = settings(word, start, named);
+      EXPECT_EQ(byName.status, 0) << named << byName.err;
+      EXPECT_EQ(byName.out, settings(word, made).out) << named;
+    }
     // The flag word given last wins over the named option before it.
-    args.insert(args.end(), {word, std::to_string(start)});
-    EXPECT_EQ(Run(args).out, Run({"settings", word, std::to_string(start)}).out) << named[0];
+    EXPECT_EQ(Run({"settings", word, std::to_string(without), option, word, std::to_string(without)}).out,
+              settings(word, without).out) << option;
   }
 }
 
@@ -96,9 +86,7 @@ TEST_F(CliOptions, SubstituteCharacterAndRunsThatConvertNothing) {
 
 TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
   const std::string data = Sjis("メモ\r") + "\x85\x40";  // with Mac ①
-  Write("files/mac.bin", MacBinaryHeaderBytes({Sjis("メモ"), "TEXT", "ttxt", static_cast<std::uint32_t>(data.size()),
-                                                5, 3069923400u, 3070029920u}) +
-                             data + std::string(128 - data.size(), '\0') + "RSRC!" + std::string(123, '\0'));
+  Write("files/mac.bin", MacBinaryFile({Sjis("メモ"), "TEXT", "ttxt", 0, 0, 3069923400u, 3070029920u}, data, "RSRC!"));
   Write("files/euc.txt", Encode("日本語\n\"引用\"\n", "EUC-JP") + "\x1a");
   Write("files/bin.dat", std::string(300, '\0'));
   Write("files/utf.txt", "\xEF\xBB\xBF" "か\xE3\x82\x99な\n");  // BOM, NFD
