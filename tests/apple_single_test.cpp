@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -16,17 +15,13 @@
 namespace ferrox {
 namespace {
 
-std::string Slurp(const std::filesystem::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 std::string Range(const std::string& file, const std::optional<AppleForkRange>& r) {
   return r ? file.substr(static_cast<std::size_t>(r->Offset), static_cast<std::size_t>(r->Length)) : "<none>";
 }
 
-int Script(const std::string& args) {
-  return std::system(("python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' " + args).c_str());
+// Runs the independent script in `folder`.
+int Script(const std::filesystem::path& folder, const std::string& args) {
+  return std::system(("cd '" + folder.string() + "' && python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' " + args).c_str());
 }
 
 TEST(ReadAppleFile, ReadsWhatTheScriptWrites) {
@@ -44,18 +39,17 @@ TEST(ReadAppleFile, ReadsWhatTheScriptWrites) {
     const testing::ScratchDir dir;
     dir.Write("d", "data fork\r\x90\x00");
     dir.Write("r", std::string(700, '\x7F') + "resource");
-    ASSERT_EQ(std::system(("cd '" + dir.Path().string() + "' && python3 '" FERROX_SOURCE_DIR
-                           "/tools/apple_double.py' " + row.args).c_str()), 0);
+    ASSERT_EQ(Script(dir.Path(), row.args), 0);
     AppleFileInfo info;
     ASSERT_EQ(ReadAppleFile(dir.Path() / "f", info), AppleFileStatus::Ok);
-    const std::string file = Slurp(dir.Path() / "f");
+    const std::string file = testing::ReadAll(dir.Path() / "f");
     EXPECT_EQ(info.Kind, row.kind);
     EXPECT_EQ(info.FileName, row.fileName);
     EXPECT_EQ(info.FileType + "|" + info.Creator, row.type + "|" + row.creator);
     EXPECT_EQ(info.HasDates, row.dates);
-    EXPECT_EQ(Range(file, info.DataFork), row.data ? Slurp(dir.Path() / "d") : "<none>");
+    EXPECT_EQ(Range(file, info.DataFork), row.data ? testing::ReadAll(dir.Path() / "d") : "<none>");
     EXPECT_EQ(Range(file, info.ResourceFork), row.kind == AppleFileKind::Double || row.args.find("--rsrc") != std::string::npos
-                                                  ? Slurp(dir.Path() / "r") : "<none>");
+                                                  ? testing::ReadAll(dir.Path() / "r") : "<none>");
     if (row.dates) {  // seconds from 2000-01-01 00:00 UTC; shown without a zone shift
       EXPECT_EQ(info.Created, (DateTime{2000, 1, 1, 0, 0, 0, 0, 6}));
       EXPECT_EQ(info.Modified, (DateTime{2000, 1, 2, 0, 0, 0, 0, 0}));
@@ -103,10 +97,9 @@ TEST(AppleDoubleHeader, ScriptReadsWhatFerroxWrites) {
   const testing::ScratchDir dir;
   const std::string fork = std::string(5000, '\x90') + "end";
   dir.Write("._out.txt", AppleDoubleHeader(MakeFinderInfo("GIF", "8BIM"), 5003) + fork);
-  const std::string d = dir.Path().string();
-  ASSERT_EQ(Script("read '" + d + "/._out.txt' > '" + d + "/said'"), 0);
-  EXPECT_EQ(Slurp(dir.Path() / "said"), "GIF  8BIM\n");
-  EXPECT_EQ(Slurp(dir.Path() / "._out.txt.rsrc"), fork);
+  ASSERT_EQ(Script(dir.Path(), "read ._out.txt > said"), 0);
+  EXPECT_EQ(testing::ReadAll(dir.Path() / "said"), "GIF  8BIM\n");
+  EXPECT_EQ(testing::ReadAll(dir.Path() / "._out.txt.rsrc"), fork);
 }
 
 }  // namespace
