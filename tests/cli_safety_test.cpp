@@ -13,7 +13,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <thread>
 
 #include "helpers/cli_runner.h"
@@ -494,28 +493,20 @@ class StagedFileSwap : public CliSafety {
                       {"FERROX_FAULT_NTH", std::to_string(nth)}, {"FERROX_FAULT_COUNT", Path(".counts")}},
                      as};
     };
-    auto counts = [&] {
-      std::map<std::string, long> all;
-      std::ifstream in(Path(".counts"));
-      std::string name;
-      for (long n = 0; in >> name >> n;) all[name] = n;
-      return all;
-    };
     fresh();
     const CliResult clean = Run(call("rename", 0));
     EXPECT_EQ(clean.status, 0) << fileMode << ": " << clean.err;
-    const std::map<std::string, long> calls = counts();
-    EXPECT_GT(calls.count("rename") ? calls.at("rename") : 0, 0) << fileMode;
+    std::map<std::string, long> calls = FaultCounts(Path(".counts"));
+    EXPECT_GT(calls["rename"], 0) << fileMode;
 
     Outcome outcome;
     for (const char* family : {"rename", "mode", "times"}) {
-      const long total = calls.count(family) ? calls.at(family) : 0;
-      for (long nth = 1; nth <= total; ++nth) {
+      for (long nth = 1; nth <= calls[family]; ++nth) {
         fresh();
         const auto victimTime = fs::last_write_time(Path("victim"));
         const CliResult r = Run(call(family, nth));
         const std::string where = std::string(fileMode) + " " + family + " #" + std::to_string(nth);
-        const long swapped = counts()["swapped"];
+        const long swapped = FaultCounts(Path(".counts"))["swapped"];
         outcome.swapped += swapped;
 
         EXPECT_EQ(Read("victim"), "private key") << where;

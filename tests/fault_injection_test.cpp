@@ -12,11 +12,8 @@
 #include <signal.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <map>
 #include <string>
 
 #include "helpers/cli_runner.h"
@@ -39,11 +36,9 @@ struct Scenario {
 
 // The messages a failed job may give; anything else is a finding.
 bool KnownMessage(const std::string& err) {
-  static const std::array<const char*, 4> known = {
-      "変換出来ませんでした", "の空き容量不足の為、変換できませんでした", "出力ﾌｧｲﾙのﾊﾟｽが不正です",
-      "入力ﾌｧｲﾙ ["};
-  for (const char* m : known)
+  for (const char* m : {"変換出来ませんでした", "の空き容量不足の為、変換できませんでした", "出力ﾌｧｲﾙのﾊﾟｽが不正です", "入力ﾌｧｲﾙ ["}) {
     if (err.find(m) != std::string::npos) return true;
+  }
   return false;
 }
 
@@ -56,12 +51,7 @@ class FaultInjection : public CliTest {
     counted.env.emplace_back("FERROX_FAULT_COUNT", countFile);
     const CliResult r = Run(counted);
     EXPECT_EQ(r.status, 0) << r.err;
-    std::map<std::string, long> counts;
-    std::ifstream in(countFile);
-    std::string family;
-    long n = 0;
-    while (in >> family >> n) counts[family] = n;
-    return counts;
+    return FaultCounts(countFile);
   }
 
   std::string TrashedOld(const std::string& dir, const std::string& old = kOld) const {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 namespace ferrox::testing {
 
@@ -89,6 +90,14 @@ std::vector<std::string> CliTest::WorkFilesLeft(const std::string& folder) const
     if (name.starts_with("FRX") || name.starts_with(".FRX")) left.push_back(entry.path().string());
   }
   return left;
+}
+
+std::map<std::string, long> FaultCounts(const std::string& file) {
+  std::map<std::string, long> counts;
+  std::ifstream in(file);
+  std::string family;
+  for (long n = 0; in >> family >> n;) counts[family] = n;
+  return counts;
 }
 
 std::string Encode(const std::string& utf8, const char* code) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,6 +60,9 @@ class CliTest : public ::testing::Test {
   std::string work_ = root_ + "/.work";          // TMP
   std::string stdin_;
 };
+
+// What the fault shim counted into `file` (FERROX_FAULT_COUNT): calls by family.
+std::map<std::string, long> FaultCounts(const std::string& file);
 
 // CP932 bytes of a UTF-8 text, and EUC-JP / ISO-2022-JP bytes through iconv.
 std::string Sjis(const std::string& utf8);
