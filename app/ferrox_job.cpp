@@ -353,11 +353,13 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
     const int rc = FerroxConv(out, passInput, dataStart, dataLength, flags, typeWord, false, options, window);
     streams->outError = out.fdError;
     if (rc != 0) return rc;
-    AfterOutput(inPath, outPath, inStat, sameFile, settings, window, ForkLeftOut(source != inPath, wrapped, kind, info));
+    AfterOutput(inPath, outPath, inStat, sameFile, settings, window,
+                ForkLeftOut(source != inPath, wrapped, kind, info));
     return result::kDone;
   }
   PassOutput workOut{workFile};
-  const int rc = FerroxConv(workOut, passInput, dataStart, dataLength, flags, typeWord, rewriteHeader, options, window);
+  const int rc =
+      FerroxConv(workOut, passInput, dataStart, dataLength, flags, typeWord, rewriteHeader, options, window);
   if (rc != 0) return rc;
   cleanup.Add(workFile);
   window.ShowProgress(dataLength, dataLength);

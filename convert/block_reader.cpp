@@ -50,7 +50,7 @@ void BlockReader::Follow(int follow, std::function<void()> beforeWait) {
 // the buffer always asks for in order.
 ssize_t BlockReader::ReadAt(std::uint8_t* into, std::size_t want, std::int64_t at) {
   if (follow_ < 0 || at < headLength_) {
-    if (follow_ >= 0) want = static_cast<std::size_t>(std::min<std::int64_t>(static_cast<std::int64_t>(want), headLength_ - at));
+    if (follow_ >= 0) want = std::min(want, static_cast<std::size_t>(headLength_ - at));
     ssize_t got;
     do got = ::pread(fd_, into, want, at); while (got < 0 && errno == EINTR);
     return got;

@@ -32,7 +32,9 @@ class BlockReader {
 
   // Makes [offset, offset + length) readable, or as much of it as the input
   // has; false with errno set. For the pass that must know the end of a stream.
-  [[nodiscard]] bool Ahead(std::int64_t offset, std::size_t length) { return Ready(offset, length) || Fill(offset, length); }
+  [[nodiscard]] bool Ahead(std::int64_t offset, std::size_t length) {
+    return Ready(offset, length) || Fill(offset, length);
+  }
   [[nodiscard]] std::int64_t Limit() const noexcept { return limit_; }
 
   // The `length` bytes at `offset`, followed by `zeros` zero bytes (at most 2).
@@ -43,7 +45,8 @@ class BlockReader {
  private:
   bool Fill(std::int64_t offset, std::size_t length);
   [[nodiscard]] bool Ready(std::int64_t offset, std::size_t length) const noexcept {
-    return offset >= bufStart_ && offset + static_cast<std::int64_t>(length) <= bufStart_ + static_cast<std::int64_t>(bufFill_);
+    return offset >= bufStart_ &&
+           offset + static_cast<std::int64_t>(length) <= bufStart_ + static_cast<std::int64_t>(bufFill_);
   }
   ssize_t ReadAt(std::uint8_t* into, std::size_t want, std::int64_t at);
 

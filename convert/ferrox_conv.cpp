@@ -169,8 +169,10 @@ int Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std:
       out_.Discard();
       return result::kCancelled;
     }
-    auto blockLength = static_cast<std::size_t>(
-        std::min<std::int64_t>(remaining, static_cast<std::int64_t>(blockSize_)));
+    const auto blockOf = [this](std::int64_t left) {
+      return static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(blockSize_)));
+    };
+    std::size_t blockLength = blockOf(remaining);
     if (streamed) {
       // The last block is the one the stream ends in: a byte past it, or the
       // end, must have come before the block is converted.
@@ -182,7 +184,7 @@ int Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std:
       }
       remaining = reader_.Limit() - readPos;
       if (remaining < 1) break;
-      blockLength = static_cast<std::size_t>(std::min<std::int64_t>(remaining, static_cast<std::int64_t>(blockSize_)));
+      blockLength = blockOf(remaining);
     }
     const bool last = static_cast<std::int64_t>(blockLength) == remaining;
     const std::uint8_t* block = reader_.Block(readPos, blockLength, text_ && last ? 2 : 0);
