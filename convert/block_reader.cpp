@@ -37,13 +37,13 @@ bool BlockReader::Open(const std::string& path, std::int64_t limit) {
   return true;
 }
 
-void BlockReader::Follow(int follow, std::function<void()> beforeWait) {
+void BlockReader::Follow(int follow, std::function<bool()> whileWaiting) {
   struct stat st {};
   if (fd_ < 0 || ::fstat(fd_, &st) != 0) return;  // Open failed and said so
   follow_ = follow;
   headLength_ = st.st_size;
   limit_ = std::numeric_limits<std::int64_t>::max();
-  beforeWait_ = std::move(beforeWait);
+  whileWaiting_ = std::move(whileWaiting);
 }
 
 // One read at `at`: from the file, or past its end from the stream, which
@@ -55,8 +55,16 @@ ssize_t BlockReader::ReadAt(std::uint8_t* into, std::size_t want, std::int64_t a
     do got = ::pread(fd_, into, want, at); while (got < 0 && errno == EINTR);
     return got;
   }
+  // Waits in steps: a cancel that came just before the wait is seen too.
   pollfd ready{follow_, POLLIN, 0};
-  if (beforeWait_ && ::poll(&ready, 1, 0) == 0) beforeWait_();
+  int polled = 0;
+  for (int step = 0; (polled = ::poll(&ready, 1, step)) == 0; step = 100) {
+    if (whileWaiting_ && !whileWaiting_()) {
+      errno = EINTR;
+      return -1;
+    }
+  }
+  if (polled < 0) return -1;
   const ssize_t got = ::read(follow_, into, want);
   if (got == 0) limit_ = at;  // the stream has ended here
   return got;

@@ -25,10 +25,10 @@ class BlockReader {
 
   // After Open: the file is the head of a stream that `follow` continues (a
   // pipe, read once and in order). The limit is then where the stream ends,
-  // known once it has ended; before each read that would wait, `beforeWait`
-  // runs (the pass sends what it has). A signal that interrupts a wait fails
-  // the read with EINTR.
-  void Follow(int follow, std::function<void()> beforeWait);
+  // known once it has ended. When a read would wait, `whileWaiting` runs
+  // first and every 100 ms (the pass sends what it has and looks for a
+  // cancel); its false, or a signal, fails the read with EINTR.
+  void Follow(int follow, std::function<bool()> whileWaiting);
 
   // Makes [offset, offset + length) readable, or as much of it as the input
   // has; false with errno set. For the pass that must know the end of a stream.
@@ -53,7 +53,7 @@ class BlockReader {
   int fd_ = -1;
   int follow_ = -1;             // the stream after the file, or -1
   std::int64_t headLength_ = 0;  // bytes of the file before the stream
-  std::function<void()> beforeWait_;
+  std::function<bool()> whileWaiting_;
   std::int64_t limit_ = 0;
   std::size_t size_;                     // bytes in buf_, the last two for the zeros
   std::unique_ptr<std::uint8_t[]> buf_;  // left uninitialised: only what was read is used

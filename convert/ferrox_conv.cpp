@@ -135,13 +135,15 @@ bool Pass::TextBlock(const std::uint8_t* in, std::size_t length, bool last) {
 }
 
 // A failed write to a descriptor is the output's failure; a signal that
-// stopped a wait on a stream is a cancel.
+// stopped a wait on a stream, or a write, is a cancel.
 int Pass::Failure(PassOutput& out) const noexcept {
-  if (errno == EINTR) return result::kCancelled;
-  if (out.fd >= 0 && out_.WriteError() != 0) {
-    out.fdError = out_.WriteError();
+  const int written = out_.WriteError();
+  if (written == EINTR || (written == 0 && errno == EINTR)) return result::kCancelled;
+  if (written != 0 && out.fd >= 0) {
+    out.fdError = written;
     return result::kOutputFailed;
   }
+  if (written != 0) errno = written;
   return FailureCode();
 }
 
@@ -152,7 +154,12 @@ int Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std:
   if (streamed) dataLength = std::numeric_limits<std::int64_t>::max() - dataStart;
   if (!reader_.Open(in.path, dataStart + dataLength)) return result::kFailed;
   bool sendFailed = false;
-  if (streamed) reader_.Follow(in.follow, [this, &sendFailed] { sendFailed = sendFailed || !out_.Flush(); });
+  if (streamed) {
+    reader_.Follow(in.follow, [this, &sendFailed] {
+      sendFailed = sendFailed || !out_.Flush();
+      return !sendFailed && progress_.ConvBusy();
+    });
+  }
   if (out.fd >= 0) {
     out_.Attach(out.fd);
   } else if (!out_.Create(out.path, !text_)) {  // copies of binary data keep the holes of a sparse input

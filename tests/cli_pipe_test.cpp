@@ -103,7 +103,8 @@ TEST_F(CliPipe, LargeStreamInFlatMemoryAndRefusals) {
   EXPECT_EQ(small.status, 0) << small.err;
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out.size(), lines * (line.size() + 1));
-  EXPECT_LT(r.maxRssKib, small.maxRssKib + 4 * 1024) << small.maxRssKib << " " << r.maxRssKib;
+  // Flat: far less than the 63 MiB more that went through (sanitizers add noise).
+  EXPECT_LT(r.maxRssKib, small.maxRssKib + 16 * 1024) << small.maxRssKib << " " << r.maxRssKib;
   EXPECT_TRUE(WorkFilesLeft(root_).empty());
 
   // Binary output goes to a terminal only with --force; pty.spawn gives the program a terminal.
