@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <set>
 #include <utility>
@@ -183,7 +184,11 @@ int ConvDriver::Ferrox_Click_EtcSub1() {
   }
   if (const int rc = CheckOutputsDistinct(inputs, outputs); rc != 0) return rc;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (const int rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]); rc != 0) return rc;
+    const int rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]);
+    // A walk ends with all its outputs in place, on a failure or a cancel too.
+    const int placed = FinishInFlight(0, {});
+    if (rc != 0) return rc;
+    if (placed != 0) return placed;
   }
   return result::kDone;
 }
@@ -420,7 +425,60 @@ int ConvDriver::Ferrox_Click_File() {
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
   const JobContext context{window_, settings_, gaiji_, sidecar_, streams_};
-  switch (Ferrox(outPath, inPath, flags, context)) {
+  if (!inFlight_.empty() && DependsOnInFlight(inPath, outPath)) {
+    if (const int rc = FinishInFlight(0, inPath); rc != 0) return rc;
+  }
+  PendingOutput pending;
+  const int staged = FerroxStaged(outPath, inPath, flags, context, pending);
+  // In a walk, a finished output that has nothing more to say waits for its
+  // flush among others: the flushes overlap, and outputs still go into place
+  // one by one in the walk's order, each only once it is on the disk.
+  if (staged == result::kDone && pending && !batchRoot_.empty() && pending.Quiet()) {
+    pending.StartFlush();
+    InFlight entry{std::move(pending), flags, leftAsItIs, {}};
+    if (::stat(outPath.c_str(), &entry.oldOutput) != 0) entry.oldOutput.st_ino = 0;
+    inFlight_.push_back(std::move(entry));
+    return FinishInFlight(kMostInFlight, inPath);
+  }
+  // Earlier outputs first, so that messages keep the walk's order.
+  if (const int rc = FinishInFlight(0, inPath); rc != 0) return rc;
+  return Report(staged != result::kDone ? staged : pending.Finish(), inPath, flags, leftAsItIs);
+}
+
+// A pair that reads what an output still in flight will replace, or writes
+// where one will go, waits until those are in place.
+bool ConvDriver::DependsOnInFlight(const std::string& inPath, const std::string& outPath) const {
+  struct stat in {};
+  if (::stat(inPath.c_str(), &in) != 0) return true;
+  return std::any_of(inFlight_.begin(), inFlight_.end(), [&](const InFlight& entry) {
+    const std::string& out = entry.output.OutputPath();
+    return out == inPath || out == outPath ||
+           (entry.oldOutput.st_ino != 0 && entry.oldOutput.st_dev == in.st_dev &&
+            entry.oldOutput.st_ino == in.st_ino);
+  });
+}
+
+// Puts outputs in flight in place, oldest first, until at most `keep` are
+// left. After a failure the rest are dropped (their work files removed).
+// Messages are about each output's own input, then again about `current`.
+int ConvDriver::FinishInFlight(std::size_t keep, const std::string& current) {
+  int rc = result::kDone;
+  while (inFlight_.size() > keep && rc == result::kDone) {
+    InFlight entry = std::move(inFlight_.front());
+    inFlight_.pop_front();
+    const std::string input = entry.output.InputPath();
+    window_.MessagesAbout(input);
+    const int code = entry.output.Finish();
+    rc = Report(code, input, entry.flags, entry.leftAsItIs);
+  }
+  if (rc != result::kDone) inFlight_.clear();
+  window_.MessagesAbout(current);
+  return rc;
+}
+
+// Says what the job's code means and counts the file.
+int ConvDriver::Report(int code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs) {
+  switch (code) {
     case result::kDiskFull:
       window_.Message(WorkAreaFullMessage());
       return result::kInputSide;

@@ -7,7 +7,10 @@
 // window; results are 0, -1 input side, -2 output side, -3 settings, -6
 // cancelled. A window that gets -6 from Ferrox_Click_Etc closes itself.
 
+#include <sys/stat.h>
+
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -81,6 +84,9 @@ class ConvDriver {
   int CheckReplaceable(const std::string& inPath, const std::string& outPath);
   int ConvertPair(const std::string& input, std::string output);
   bool EnsureFolder(const std::string& folder);
+  [[nodiscard]] bool DependsOnInFlight(const std::string& inPath, const std::string& outPath) const;
+  int FinishInFlight(std::size_t keep, const std::string& current);
+  int Report(int code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
   [[nodiscard]] bool IsOwnBackup(const std::string& name) const;
 
@@ -98,6 +104,16 @@ class ConvDriver {
   RunOutputNames runNames_;
   std::vector<std::string>* planned_ = nullptr;  // set while PlannedInputs walks
   Tally tally_;
+
+  // Outputs of a walk waiting for their flush to disk, oldest first.
+  struct InFlight {
+    PendingOutput output;
+    std::uint16_t flags;
+    bool leftAsItIs;
+    struct stat oldOutput;  // what lay at the output's name when it was staged; st_ino 0 for nothing
+  };
+  static constexpr std::size_t kMostInFlight = 16;
+  std::deque<InFlight> inFlight_;
 };
 
 }  // namespace ferrox

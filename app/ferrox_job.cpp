@@ -6,7 +6,11 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <future>
+#include <memory>
 #include <optional>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "analysis/file_survey.h"
@@ -53,6 +57,10 @@ class WorkFiles {
   }
   void Add(const std::string& path) { paths_.push_back(path); }
   void Release(const std::string& path) { std::erase(paths_, path); }
+  void Take(WorkFiles& other) {
+    paths_.insert(paths_.end(), other.paths_.begin(), other.paths_.end());
+    other.paths_.clear();
+  }
 
  private:
   std::vector<std::string> paths_;
@@ -70,6 +78,7 @@ class Fd {
     fd_ = fd;
   }
   [[nodiscard]] int get() const noexcept { return fd_; }
+  int Release() noexcept { return std::exchange(fd_, -1); }
 
  private:
   int fd_;
@@ -219,11 +228,11 @@ std::int64_t ForkLeftOut(bool unwrapped, const WrappedMacFile& wrapped, int kind
 // What follows a finished output: the note of a resource fork left out, and
 // the deletion of the input that FileMode asks for.
 void AfterOutput(const std::string& inPath, const std::string& outPath, const struct stat& inStat, bool sameFile,
-                 const ConversionSettings& settings, ConvWindow& window, std::int64_t forkLeftOut) {
+                 std::uint16_t fileMode, ConvWindow& window, std::int64_t forkLeftOut) {
   if (forkLeftOut > 0) window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(forkLeftOut) + " Byte)は出力されませんでした");
   // Only an input that nobody changed since it was read may go: data added
   // during the run would be lost with it.
-  if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
+  if ((fileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
       Unchanged(inPath, inStat)) {
     ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
   }
@@ -250,8 +259,115 @@ FileTimes MacFileTimes(const DateTime& created, const DateTime& modified) {
   return times;
 }
 
+// What a job holds between its staged output and the output's move into place.
+struct PendingOutput::State {
+  explicit State(ConvWindow& w) : window(w) {}
+  ConvWindow& window;
+  WorkFiles cleanup;
+  Fd work;
+  Fd copy;
+  int placed = -1;
+  std::string inPath;
+  std::string outPath;
+  std::string staged;
+  std::string outFolder;
+  std::string keptFork;
+  struct stat inStat {};
+  std::optional<FileTimes> macTimes;
+  std::uint16_t fileMode = 0;
+  bool sameFile = false;
+  std::int64_t forkNote = 0;  // resource fork bytes the output leaves out, said when placed
+  // Declared last, so that it is waited for before the descriptors close.
+  std::future<int> flushed;
+};
+
+PendingOutput::PendingOutput() = default;
+PendingOutput::~PendingOutput() = default;
+PendingOutput::PendingOutput(PendingOutput&&) noexcept = default;
+PendingOutput& PendingOutput::operator=(PendingOutput&&) noexcept = default;
+
+bool PendingOutput::Quiet() const noexcept {
+  return state_ != nullptr && state_->keptFork.empty() && state_->forkNote == 0 &&
+         (state_->fileMode & file_mode::kDeleteInput) == 0;
+}
+
+const std::string& PendingOutput::InputPath() const noexcept { return state_->inPath; }
+const std::string& PendingOutput::OutputPath() const noexcept { return state_->outPath; }
+
+void PendingOutput::StartFlush() {
+  if (state_ == nullptr || state_->flushed.valid()) return;
+  const int fd = state_->placed;
+  try {
+    state_->flushed = std::async(std::launch::async, [fd] { return ::fsync(fd) == 0 ? 0 : errno; });
+  } catch (const std::system_error&) {
+    // No thread to spare: Finish flushes on its own.
+  }
+}
+
+int PendingOutput::Finish() {
+  if (state_ == nullptr) return result::kDone;
+  const std::unique_ptr<State> owned = std::move(state_);
+  State& job = *owned;
+  ConvWindow& window = job.window;
+  const std::string& inPath = job.inPath;
+  const std::string& outPath = job.outPath;
+  const std::string& staged = job.staged;
+  const std::string& outFolder = job.outFolder;
+  const std::string& keptFork = job.keptFork;
+  const struct stat& inStat = job.inStat;
+  WorkFiles& cleanup = job.cleanup;
+  const int placed = job.placed;
+
+  // Flushed and dated before the rename; the input's permission bits come
+  // after it, through the descriptor, so what a crash leaves is private and
+  // nobody can swap the name for a link to something else in between.
+  const int flushError = job.flushed.valid() ? job.flushed.get() : (::fsync(placed) == 0 ? 0 : errno);
+  if (flushError != 0) return result::kFailed;
+  if (job.macTimes) {
+    (void)SetFileTimes(placed, *job.macTimes);
+  } else {
+    const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
+    (void)::futimens(placed, times);
+  }
+  if (!PlaceOutput(staged, outPath, job.fileMode, inStat)) return result::kOutputFailed;
+  cleanup.Release(staged);
+  if (!keptFork.empty()) {
+    // Beside the output, under the name today's tools look for.
+    const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
+    const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
+    cleanup.Add(stagedFork);
+    Fd in(::open(keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (in.get() < 0) return result::kFailed;
+    Fd out(::link(keptFork.c_str(), stagedFork.c_str()) == 0
+               ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
+               : CopyToNewFile(in.get(), stagedFork));
+    if (out.get() < 0 || ::fchmod(out.get(), inStat.st_mode & 0666) != 0 ||
+        ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
+      return result::kFailed;
+    }
+    cleanup.Release(stagedFork);
+  }
+  // The rename has put this very file in place (the descriptor says which).
+  struct stat now {};
+  struct stat held {};
+  if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
+      ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+    return result::kOutputFailed;
+  }
+  AfterOutput(inPath, outPath, inStat, job.sameFile, job.fileMode, window, job.forkNote);
+  return result::kDone;
+}
+
 int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
            const JobContext& context) {
+  PendingOutput pending;
+  const int rc = FerroxStaged(outPath, inPath, flags, context, pending);
+  return rc != result::kDone ? rc : pending.Finish();
+}
+
+int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
+                 const JobContext& context, PendingOutput& pending) {
+  pending = PendingOutput();
   if (inPath.empty()) return result::kInputEmpty;
   if (outPath.empty()) return result::kOutputEmpty;
   struct stat inStat {};
@@ -353,7 +469,7 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
     const int rc = FerroxConv(out, passInput, dataStart, dataLength, flags, typeWord, false, options, window);
     streams->outError = out.fdError;
     if (rc != 0) return rc;
-    AfterOutput(inPath, outPath, inStat, sameFile, settings, window,
+    AfterOutput(inPath, outPath, inStat, sameFile, settings.FileMode, window,
                 ForkLeftOut(source != inPath, wrapped, kind, info));
     return result::kDone;
   }
@@ -385,46 +501,22 @@ int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t&
   }
   ::unlink(workFile.c_str());
   cleanup.Release(workFile);
-  const int placed = copy.get() >= 0 ? copy.get() : work.get();
-
-  // Flushed and dated before the rename; the input's permission bits come
-  // after it, through the descriptor, so what a crash leaves is private and
-  // nobody can swap the name for a link to something else in between.
-  if (::fsync(placed) != 0) return result::kFailed;
-  if (macTimes) {
-    (void)SetFileTimes(placed, *macTimes);
-  } else {
-    const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
-    (void)::futimens(placed, times);
-  }
-  if (!PlaceOutput(staged, outPath, settings.FileMode, inStat)) return result::kOutputFailed;
-  cleanup.Release(staged);
-  if (!keptFork.empty()) {
-    // Beside the output, under the name today's tools look for.
-    const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
-    const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
-    cleanup.Add(stagedFork);
-    Fd in(::open(keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (in.get() < 0) return result::kFailed;
-    Fd out(::link(keptFork.c_str(), stagedFork.c_str()) == 0
-               ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
-               : CopyToNewFile(in.get(), stagedFork));
-    if (out.get() < 0 || ::fchmod(out.get(), inStat.st_mode & 0666) != 0 ||
-        ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
-      return result::kFailed;
-    }
-    cleanup.Release(stagedFork);
-  }
-  // The rename has put this very file in place (the descriptor says which).
-  struct stat now {};
-  struct stat held {};
-  if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
-      ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
-    return result::kOutputFailed;
-  }
-
-  AfterOutput(inPath, outPath, inStat, sameFile, settings, window,
-              keptFork.empty() && !rewriteHeader ? ForkLeftOut(source != inPath, wrapped, kind, info) : 0);
+  auto state = std::make_unique<PendingOutput::State>(window);
+  state->placed = copy.get() >= 0 ? copy.get() : work.get();
+  state->work.Reset(work.Release());
+  state->copy.Reset(copy.Release());
+  state->inPath = inPath;
+  state->outPath = outPath;
+  state->staged = staged;
+  state->outFolder = outFolder;
+  state->keptFork = keptFork;
+  state->inStat = inStat;
+  state->macTimes = macTimes;
+  state->fileMode = settings.FileMode;
+  state->sameFile = sameFile;
+  if (keptFork.empty() && !rewriteHeader) state->forkNote = ForkLeftOut(source != inPath, wrapped, kind, info);
+  state->cleanup.Take(cleanup);
+  pending.state_ = std::move(state);
   return result::kDone;
 }
 

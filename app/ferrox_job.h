@@ -18,6 +18,7 @@
 //   the next run removes (see work_files.h).
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "app/work_files.h"
@@ -55,6 +56,42 @@ struct JobContext {
 // Job flags (from the two check boxes).
 inline constexpr std::uint16_t kJobMacBinaryCut = 1;
 inline constexpr std::uint16_t kJobText = 2;
+
+// A job's new output, complete and private beside the output, that has yet to
+// be flushed to disk and put in place. A batch keeps several of these so that
+// their flushes overlap; one dropped unfinished removes its work files.
+class PendingOutput {
+ public:
+  PendingOutput();
+  ~PendingOutput();
+  PendingOutput(PendingOutput&&) noexcept;
+  PendingOutput& operator=(PendingOutput&&) noexcept;
+
+  [[nodiscard]] explicit operator bool() const noexcept { return state_ != nullptr; }
+  // Nothing left to say or to do beyond the output itself (no resource fork to
+  // keep or mention, no input to delete): the move may wait.
+  [[nodiscard]] bool Quiet() const noexcept;
+  [[nodiscard]] const std::string& InputPath() const noexcept;
+  [[nodiscard]] const std::string& OutputPath() const noexcept;
+
+  // Starts the flush to disk on a helper thread (where one can be had).
+  void StartFlush();
+  // Waits for the flush (or flushes), then dates the output and puts it in
+  // place; the codes of Ferrox.
+  [[nodiscard]] int Finish();
+
+  struct State;
+
+ private:
+  friend int FerroxStaged(const std::string&, const std::string&, std::uint16_t&, const JobContext&,
+                          PendingOutput&);
+  std::unique_ptr<State> state_;
+};
+
+// Ferrox up to the flush of the new output: on 0 with `pending` set, the rest
+// is pending.Finish(); on 0 with it empty there was nothing to write.
+[[nodiscard]] int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
+                               const JobContext& context, PendingOutput& pending);
 
 // Returns 0 (done, or nothing to do), -1 input not found, -2 input path empty,
 // -3 output path empty, or the conversion pass's -4, -5, -6, -7; -5 also for
