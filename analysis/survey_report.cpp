@@ -5,6 +5,7 @@
 #include "analysis/mac_wrapper.h"
 
 // ferrox
+#include "analysis/mac_codes.h"
 #include "analysis/report_format.h"
 #include "analysis/survey_flags.h"
 #include "platform/file_attributes.h"
@@ -214,6 +215,10 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
       out.Line("また、このテキストには分解された文字（濁点が分かれた「か゛」など）が含まれています。");
     } else if (!utf8 && (f & survey::kGaijiMask) != 0) {
       out.Line("また、このテキストには外字が含まれています。");
+    }
+    const std::int64_t dataStart = r == survey_result::kMacBinary ? 128 : 0;
+    if (ReadsAsShiftJis(f) && FileHoldsMacCodes(path, dataStart, cut ? s.ChkSize : 0)) {
+      out.Line("このテキストには Mac の拡張文字（①、㈱など）が含まれています。");
     }
     const bool appendEof = (s.ConvMode & conv_mode::kAppendEof) != 0;
     const bool endsWithEof = (f & survey::kEndsWithEof) != 0;

@@ -20,6 +20,7 @@
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
 #include "app/path_helpers.h"
+#include "convert/change_account.h"
 #include "convert/ferrox_conv.h"
 #include "convert/output_file.h"
 #include "convert/result_code.h"
@@ -250,6 +251,11 @@ std::string NewWorkFile(WorkFiles& cleanup) {
   return path;
 }
 
+// A creator code that names a program: four zero bytes or blanks name none.
+bool NamesCreator(const std::string& creator) {
+  return creator.find_first_not_of(std::string_view(" \0", 2)) != std::string::npos;
+}
+
 FileTimes MacFileTimes(const DateTime& created, const DateTime& modified) {
   FileTimes times;
   times.Creation = created;
@@ -420,12 +426,15 @@ int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uin
   std::int64_t dataStart = 0;
   std::int64_t dataLength = source == inPath ? inStat.st_size : wrapped.DataLength;
   std::optional<FileTimes> macTimes;
+  // Mac origin: a wrapper or a sidecar that names a creator.
+  bool macOrigin = source != inPath && NamesCreator(wrapped.Creator);
   bool rewriteHeader = false;
   const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
   if (source != inPath && wrapped.HasDates && macDates) macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
   if (kind == survey_result::kMacBinary) {
     dataStart = kMacBinaryHeaderSize;
     dataLength = info.DataLength;
+    macOrigin = NamesCreator(info.Creator);
     if (macDates) macTimes = MacFileTimes(info.Created, info.Modified);
     rewriteHeader = (flags & kJobMacBinaryCut) == 0;
     // A resource fork the cut output drops is kept beside it with FileMode 1024.
@@ -443,6 +452,7 @@ int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uin
   if (AppleFileInfo side; source == inPath && kind == survey_result::kOrdinary && !context.sidecar.empty() &&
                           ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
     if (side.HasDates && macDates) macTimes = MacFileTimes(side.Created, side.Modified);
+    macOrigin = NamesCreator(side.Creator);
     if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0) {
       keptFork = NewWorkFile(cleanup);
       if (keptFork.empty() || !WriteAppleDoubleFrom(context.sidecar, side.ResourceFork->Offset,
@@ -462,13 +472,17 @@ int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uin
   SweepDeadWorkFilesOnce(outFolder);
   const std::string stem = NextWorkStem();
   const std::string workFile = workFolder + stem + ".tmp";
-  const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
+  ChangeSink* const rows = window.ChangeRows();
+  if (rows != nullptr) rows->BeginFile(inPath);
+  ChangeAccount account(rows);
+  const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji, macOrigin, &account};
   const PassInput passInput{source, fromStream ? streams->inFollow : -1};
   if (toStream && !rewriteHeader) {
     PassOutput out{{}, streams->outFd};
     const int rc = FerroxConv(out, passInput, dataStart, dataLength, flags, typeWord, false, options, window);
     streams->outError = out.fdError;
     if (rc != 0) return rc;
+    if (account.Counts().Any()) window.Changes(inPath, account.Counts());
     AfterOutput(inPath, outPath, inStat, sameFile, settings.FileMode, window,
                 ForkLeftOut(source != inPath, wrapped, kind, info));
     return result::kDone;
@@ -477,6 +491,7 @@ int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uin
   const int rc =
       FerroxConv(workOut, passInput, dataStart, dataLength, flags, typeWord, rewriteHeader, options, window);
   if (rc != 0) return rc;
+  if (account.Counts().Any()) window.Changes(inPath, account.Counts());
   cleanup.Add(workFile);
   window.ShowProgress(dataLength, dataLength);
 

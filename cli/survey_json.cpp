@@ -1,5 +1,7 @@
 #include "cli/survey_json.h"
 
+#include "analysis/mac_codes.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -117,6 +119,10 @@ std::string SurveyJson(const SurveyJsonInput& in) {
                                  {(f & kJisGaiji) != 0, "ISO-2022-JP"},
                                  {(f & kEucGaiji) != 0, "EUC-JP"}}) +
            ",\"ends_with_eof\":" + ((f & kEndsWithEof) != 0 ? "true" : "false");
+    // Apple's extension codes in the surveyed bytes, read as Shift JIS.
+    const bool appleCodes = ReadsAsShiftJis(f) && in.wrapped == nullptr &&
+                            FileHoldsMacCodes(in.filePath, in.macBinary != nullptr ? 128 : 0, length);
+    out += std::string(",\"apple_codes\":") + (appleCodes ? "true" : "false");
   }
   out += ",\"binary_bytes_seen\":" + std::string((f & kBinTolerated) != 0 ? "true" : "false") +
          ",\"binary_allowance\":" + std::to_string(BinaryAllowance(length, in.binRate)) +
