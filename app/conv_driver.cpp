@@ -424,7 +424,7 @@ int ConvDriver::Ferrox_Click_File() {
 
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
-  const JobContext context{window_, settings_, gaiji_, sidecar_};
+  const JobContext context{window_, settings_, gaiji_, sidecar_, streams_};
   if (!inFlight_.empty() && DependsOnInFlight(inPath, outPath)) {
     if (const int rc = FinishInFlight(0, inPath); rc != 0) return rc;
   }

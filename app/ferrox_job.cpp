@@ -221,6 +221,24 @@ bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uin
   return ::rename(staged.c_str(), outPath.c_str()) == 0;
 }
 
+// The length of a resource fork the output goes without.
+std::int64_t ForkLeftOut(bool unwrapped, const WrappedMacFile& wrapped, int kind, const MacBinaryInfo& info) {
+  return unwrapped ? wrapped.ResourceLength : kind == survey_result::kMacBinary ? info.ResourceLength : 0;
+}
+
+// What follows a finished output: the note of a resource fork left out, and
+// the deletion of the input that FileMode asks for.
+void AfterOutput(const std::string& inPath, const std::string& outPath, const struct stat& inStat, bool sameFile,
+                 std::uint16_t fileMode, ConvWindow& window, std::int64_t forkLeftOut) {
+  if (forkLeftOut > 0) window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(forkLeftOut) + " Byte)は出力されませんでした");
+  // Only an input that nobody changed since it was read may go: data added
+  // during the run would be lost with it.
+  if ((fileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
+      Unchanged(inPath, inStat)) {
+    ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
+  }
+}
+
 }  // namespace
 
 // A new private work file in the work folder, removed by `cleanup`; "" on failure.
@@ -342,16 +360,7 @@ int PendingOutput::Finish() {
       ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
     return result::kOutputFailed;
   }
-  if (job.forkNote > 0) {
-    window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(job.forkNote) + " Byte)は出力されませんでした");
-  }
-
-  // Only an input that nobody changed since it was read may go: data added
-  // during the run would be lost with it.
-  if ((job.fileMode & file_mode::kDeleteInput) != 0 && !job.sameFile && IsOtherFile(inPath, outPath) != 0 &&
-      Unchanged(inPath, inStat)) {
-    ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
-  }
+  AfterOutput(inPath, outPath, inStat, job.sameFile, job.fileMode, window, job.forkNote);
   return result::kDone;
 }
 
@@ -384,7 +393,10 @@ int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uin
   // every CRC and length checked before anything else is written; the survey
   // and the conversion then read that data fork like any file.
   WorkFiles cleanup;
-  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0;
+  const StreamEnds* streams = context.streams;
+  const bool fromStream = streams != nullptr && streams->inFollow >= 0 && inPath == streams->inPath;
+  const bool toStream = streams != nullptr && streams->outFd >= 0 && outPath == streams->outPath;
+  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0 && !toStream;
   std::string source = inPath;
   std::string keptFork;  // the resource fork as AppleDouble, to become "._" + output name
   WrappedMacFile wrapped;
@@ -464,8 +476,20 @@ int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uin
   if (rows != nullptr) rows->BeginFile(inPath);
   ChangeAccount account(rows);
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji, macOrigin, &account};
-  const int rc = FerroxConv(workFile, source, dataStart, dataLength, flags, typeWord, rewriteHeader,
-                            options, window);
+  const PassInput passInput{source, fromStream ? streams->inFollow : -1};
+  if (toStream && !rewriteHeader) {
+    PassOutput out{{}, streams->outFd};
+    const int rc = FerroxConv(out, passInput, dataStart, dataLength, flags, typeWord, false, options, window);
+    streams->outError = out.fdError;
+    if (rc != 0) return rc;
+    if (account.Counts().Any()) window.Changes(inPath, account.Counts());
+    AfterOutput(inPath, outPath, inStat, sameFile, settings.FileMode, window,
+                ForkLeftOut(source != inPath, wrapped, kind, info));
+    return result::kDone;
+  }
+  PassOutput workOut{workFile};
+  const int rc =
+      FerroxConv(workOut, passInput, dataStart, dataLength, flags, typeWord, rewriteHeader, options, window);
   if (rc != 0) return rc;
   if (account.Counts().Any()) window.Changes(inPath, account.Counts());
   cleanup.Add(workFile);
@@ -505,10 +529,7 @@ int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uin
   state->macTimes = macTimes;
   state->fileMode = settings.FileMode;
   state->sameFile = sameFile;
-  const std::int64_t forkLength = source != inPath                   ? wrapped.ResourceLength
-                                  : kind == survey_result::kMacBinary ? info.ResourceLength
-                                                                      : 0;
-  if (forkLength > 0 && keptFork.empty() && !rewriteHeader) state->forkNote = forkLength;
+  if (keptFork.empty() && !rewriteHeader) state->forkNote = ForkLeftOut(source != inPath, wrapped, kind, info);
   state->cleanup.Take(cleanup);
   pending.state_ = std::move(state);
   return result::kDone;

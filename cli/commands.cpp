@@ -66,8 +66,9 @@ bool LoadSettings(SettingsStore& store, const Arguments& arguments) {
   return true;
 }
 
-// Whether a finished output would show as binary on a terminal.
-bool IsBinary(const std::string& path, const ConversionSettings& settings) {
+// Whether the output of `path` would show as binary on a terminal: its data
+// is binary by the full survey, or a MacBinary header stays on it.
+bool OutputIsBinary(const std::string& path, const ConversionSettings& settings, bool cut) {
   FileSurvey survey;
   SilentProgress sink;
   MacBinaryInfo info;
@@ -75,8 +76,9 @@ bool IsBinary(const std::string& path, const ConversionSettings& settings) {
   const SurveySettings whole{settings.ChkSize, settings.BinRate,
                              static_cast<std::uint16_t>(settings.ConvMode | conv_mode::kFull)};
   const int kind = survey.FileTypeChk(path, whole, sink, info, flags);
+  if (kind == survey_result::kMacBinary) return !cut || (flags == 0 && info.DataLength > 0);
   struct stat st {};
-  return kind == survey_result::kMacBinary || (flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0);
+  return kind == survey_result::kOrdinary && flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0;
 }
 
 // A box text with every name made absolute against the current folder, kept
@@ -179,19 +181,29 @@ int RunConvert(const Arguments& arguments) {
 
   CliWindow::CatchInterrupt();
   StdinFile stdinFile;
+  StreamEnds streams;
   if (fromStdin) {
-    if (const int rc = stdinFile.Spool(); rc != 0) {
+    if (const int rc = stdinFile.Spool(store.Settings.ChkSize, true); rc != 0) {
       if (rc == result::kCancelled) return kExitCancelled;
       Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
       return ExitStatus(result::kInputSide);
     }
     inText = stdinFile.Path();
+    if (stdinFile.Followed()) {
+      streams.inPath = inText;
+      streams.inFollow = STDIN_FILENO;
+    }
     store.Settings.FileMode &= static_cast<std::uint16_t>(~file_mode::kDeleteInput);  // nothing to delete
   }
   StdoutFile stdoutFile;
   if (toStdout && !stdoutFile.Create()) {
     Say(WorkAreaFullMessage());
     return ExitStatus(result::kOutputSide);
+  }
+  if (toStdout) {
+    streams.outPath = stdoutFile.Path();
+    streams.outFd = STDOUT_FILENO;
+    std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
   }
 
   FileSurvey survey;
@@ -200,6 +212,13 @@ int RunConvert(const Arguments& arguments) {
   if (toStdout) window.ShowPathAs(stdoutFile.Path(), "-");
   window.SetOutFileText(toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand));
   window.SetInFileText(inText);
+  // Decided from the input, before anything is written.
+  if (toStdout && !arguments.force && ::isatty(STDOUT_FILENO) == 1 &&
+      OutputIsBinary(inText, store.Settings, window.MBCutChecked())) {
+    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
+                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
+    return ExitStatus(result::kOutputSide);
+  }
 
   std::FILE* listFile = nullptr;
   if (!arguments.changes.empty()) {
@@ -220,6 +239,7 @@ int RunConvert(const Arguments& arguments) {
 
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSuffixTable(&store.Suffixes);
+  driver.SetStreams(&streams);
   const int rc = driver.Ferrox_Click_Etc(false);
   window.ClearProgressLine();
   if (listFile != nullptr) {
@@ -233,21 +253,12 @@ int RunConvert(const Arguments& arguments) {
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
   if (rc == result::kDone && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
-  if (rc != result::kDone || !toStdout) return ExitStatus(rc);
-
-  if (!arguments.force && ::isatty(STDOUT_FILENO) == 1 && IsBinary(stdoutFile.Path(), store.Settings)) {
-    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
-                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
-    return ExitStatus(result::kOutputSide);
-  }
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
-  const int error = stdoutFile.Send();
-  if (error == EPIPE) return 128 + SIGPIPE;
+  const int error = rc == result::kDone && toStdout ? stdoutFile.Send() : streams.outError;
   if (error != 0) {
-    Say("-: " + std::string(std::strerror(error)));
+    Say(std::string("ferrox: ") + Tr("standard output: ", "標準出力: ") + std::strerror(error));
     return ExitStatus(result::kOutputSide);
   }
-  return 0;
+  return ExitStatus(rc);
 }
 
 int RunSurvey(const Arguments& arguments) {
@@ -264,7 +275,8 @@ int RunSurvey(const Arguments& arguments) {
     if (operand == "-") {
       CliWindow::CatchInterrupt();
       if (stdinFile.Path().empty()) {
-        if (const int rc = stdinFile.Spool(); rc != 0) {
+        // The report and the JSON tell the length: only the flags can do with the head.
+        if (const int rc = stdinFile.Spool(settings.ChkSize, arguments.flagsOnly); rc != 0) {
           if (rc == result::kCancelled) return kExitCancelled;
           Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
           status = 1;
