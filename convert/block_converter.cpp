@@ -250,7 +250,9 @@ BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMod
   s.typeFlags = typeFlags;
   s.gaijiAsChar = conv_mode::GaijiAsChar(convMode);
   s.policy = GaijiPolicy::FromConvMode(convMode, table);
-  s.policy.mac = macJapanese;
+  // Apple's codes are a Shift JIS matter: a file the survey found to hold EUC
+  // keeps its stray bytes as they always were, whatever its origin.
+  s.policy.mac = macJapanese && (typeFlags & survey::kEuc) == 0;
   s.policy.account = account;
   return s;
 }

@@ -25,7 +25,8 @@ struct BlockSettings {
   bool gaijiAsChar = false;  // ConvMode bit 8
   GaijiPolicy policy;        // ConvMode bits 8 and 16 with the gaiji table, Mac Japanese
 
-  // `macJapanese`: Shift JIS is read as Mac Japanese. `account` counts changes.
+  // `macJapanese`: Shift JIS is read as Mac Japanese (never in a file that holds
+  // EUC). `account` counts changes.
   [[nodiscard]] static BlockSettings Make(std::uint16_t typeFlags, std::uint16_t convMode,
                                           const GaijiTable* table, bool macJapanese = false,
                                           ChangeAccount* account = nullptr) noexcept;

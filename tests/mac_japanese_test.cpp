@@ -104,6 +104,8 @@ TEST(MacJapanese, EucAndJisTextAndTheMappingOffStayAsBefore) {
   } rows[] = {
       // EUC kanji whose bytes are also Mac vertical forms, alone and after JIS
       {"\xB0\xA1\xEC\xA1\xB0\xA2\xEC\xA3\r\n", 0x0808},
+      // stray bytes of Mac codes seen from ASCII in EUC text are junk, not Mac codes
+      {"ab\x85\x40\xFD\xB0\xA1\x80\xFF\r\n", 0x0808},
       {"\x1B$B\x30\x21\x1B(B\xEC\xA1\xEC\xA3\xB0\xA1", 0x0A0C},
       {"\x82\xA0\x85\x40\x80\xFD\xFE\xFF", 0x0102},  // Shift JIS with Mac codes
   };
