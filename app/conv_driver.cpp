@@ -12,6 +12,7 @@
 
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
+#include "app/engine_settings.h"
 #include "app/entry_list.h"
 #include "app/folder_listing.h"
 #include "app/path_helpers.h"
@@ -49,17 +50,9 @@ class MessagesAboutFile {
   ConvWindow& window_;
 };
 
-// The window as a planning walk sees it: the same boxes and check boxes, no
-// messages, no progress, never busy with a real job.
-class PlanningWindow : public ConvWindow {
+// The window of a planning walk: no messages, no progress, never cancelled.
+class PlanningWindow final : public ConvWindow {
  public:
-  explicit PlanningWindow(const ConvWindow& real) : real_(real), in_(real.InFileText()), out_(real.OutFileText()) {}
-  [[nodiscard]] std::string InFileText() const override { return in_; }
-  void SetInFileText(const std::string& text) override { in_ = text; }
-  [[nodiscard]] std::string OutFileText() const override { return out_; }
-  void SetOutFileText(const std::string& text) override { out_ = text; }
-  [[nodiscard]] bool TextCnvChecked() const override { return real_.TextCnvChecked(); }
-  [[nodiscard]] bool MBCutChecked() const override { return real_.MBCutChecked(); }
   void SetConvBusy(bool) override {}
   void Message(const std::string&) override {}
   void AllEnabled(bool) override {}
@@ -67,11 +60,6 @@ class PlanningWindow : public ConvWindow {
   void PumpEvents() override {}
   [[nodiscard]] bool ConvBusy() const override { return true; }
   void ShowProgress(std::int64_t, std::int64_t) override {}
-
- private:
-  const ConvWindow& real_;
-  std::string in_;
-  std::string out_;
 };
 
 }  // namespace
@@ -80,12 +68,12 @@ std::string WorkAreaFullMessage() {
   return "作業領域(" + MountPointOf(WorkFolder()) + "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした";
 }
 
-std::vector<std::string> ConvDriver::PlannedInputs() {
-  PlanningWindow window(window_);
+std::vector<std::string> ConvDriver::PlannedInputs(const std::string& inBox, const std::string& outBox) {
+  PlanningWindow window;
   ConvDriver walk(window, settings_, gaiji_);
   std::vector<std::string> inputs;
   walk.planned_ = &inputs;
-  if (walk.Ferrox_Click_Etc(false) != result::kDone) inputs.clear();
+  if (walk.Ferrox_Click_Etc({inBox, outBox, {}, {}}) != result::kDone) inputs.clear();
   return inputs;
 }
 
@@ -97,80 +85,52 @@ bool ConvDriver::EnsureFolder(const std::string& folder) {
 ConvDriver::ConvDriver(ConvWindow& window, ConversionSettings& settings, const GaijiTable* gaiji)
     : window_(window), settings_(settings), gaiji_(gaiji) {}
 
-int ConvDriver::Ferrox_Click_Etc(bool restore) {
-  const std::string inBox = window_.InFileText();
-  const std::string outBox = window_.OutFileText();
-  if (TrimBlanks(inBox).empty()) {
+int ConvDriver::Ferrox_Click_Etc(const RunRequest& request) {
+  const BoxEntry in = ParseBoxEntry(request.input);
+  if (in.kind == EntryKind::Empty) {
     window_.Message("入力ﾌｧｲﾙが指定されていません");
     return result::kInputSide;
   }
-  if (TrimLeftBlanks(inBox).front() == '"') {
-    entryMode_ = entry_mode::kList;
+  std::vector<std::string> outputs;
+  if (in.kind == EntryKind::List) {
+    outputs = CommaToDim(request.output);
   } else {
-    singleIn_ = NormalizeEntry(inBox);
-    if (singleIn_.size() > kMaxPathBytes) {
-      window_.Message(InputNotFound(inBox));
+    const std::string& path = in.names.front();
+    if (path.size() > kMaxPathBytes) {
+      window_.Message(InputNotFound(request.input));
       return result::kInputSide;
     }
-    singleOut_ = NormalizeEntry(outBox);
-    if (singleOut_.size() > kMaxPathBytes) {
+    std::string output = NormalizeEntry(request.output);
+    if (output.size() > kMaxPathBytes) {
       window_.Message("出力ﾌｧｲﾙ/ﾌｫﾙﾀﾞ名が長すぎます");
       return result::kOutputSide;
     }
     // A trailing "/" says the output is a folder.
-    const std::string_view typed = TrimBlanks(outBox);
-    if (!typed.empty() && typed.back() == '/' && singleOut_.back() != '/') singleOut_ += '/';
-    if (HasWildcard(inBox)) {
-      entryMode_ = entry_mode::kWildcard;
-    } else if (!FileExists(singleIn_)) {
-      window_.Message(InputNotFound(inBox));
+    const std::string_view typed = TrimBlanks(request.output);
+    if (!typed.empty() && typed.back() == '/' && output.back() != '/') output += '/';
+    outputs.push_back(std::move(output));
+    if (in.kind == EntryKind::Path && !FileExists(path)) {
+      window_.Message(InputNotFound(request.input));
       return result::kInputSide;
-    } else {
-      entryMode_ = IsFolder(singleIn_) ? entry_mode::kFolder : entry_mode::kOneFile;
     }
   }
+  oneFile_ = in.kind == EntryKind::Path && !IsFolder(in.names.front());
+  pinned_ = oneFile_ ? request.oneFile : request.batch;
 
   tally_ = {};
   window_.SetConvBusy(true);
   ForgetSweptFolders();  // each run looks for what crashed runs left
-  const std::uint16_t savedFileMode = settings_.FileMode;
-  const std::uint16_t savedExecMode = settings_.ExecMode;
-  if (entryMode_ != entry_mode::kOneFile) {
-    settings_.FileMode |= file_mode::kBatch;
-    settings_.ExecMode |= exec_mode::kAuto | exec_mode::kEndAfterAuto;
-  }
-
   window_.AllEnabled(false);
-  const int rc = Ferrox_Click_EtcSub1();
+  const int rc = Ferrox_Click_EtcSub1(in.names, std::move(outputs));
   window_.AllEnabled(true);
-
-  entryMode_ = entry_mode::kOneFile;
   window_.SetConvBusy(false);
-  settings_.FileMode = savedFileMode;
-  settings_.ExecMode = savedExecMode;
-
-  if (restore) {
-    window_.SetInFileText({});
-    window_.SetInFileText(inBox);
-    window_.SetOutFileText({});
-    window_.SetOutFileText(outBox);
-  }
   return rc;
 }
 
-int ConvDriver::Ferrox_Click_EtcSub1() {
-  std::vector<std::string> inputs;
-  std::vector<std::string> outputs;
-  if (entryMode_ == entry_mode::kList) {
-    inputs = CommaToDim(window_.InFileText());
-    outputs = CommaToDim(window_.OutFileText());
-    if (inputs.size() != outputs.size()) {
-      window_.Message("入力ﾌｧｲﾙと出力ﾌｧｲﾙの数が一致しません");
-      return result::kInputSide;
-    }
-  } else {
-    inputs.push_back(singleIn_);
-    outputs.push_back(singleOut_);
+int ConvDriver::Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std::vector<std::string> outputs) {
+  if (inputs.size() != outputs.size()) {
+    window_.Message("入力ﾌｧｲﾙと出力ﾌｧｲﾙの数が一致しません");
+    return result::kInputSide;
   }
   // A file whose output names a folder ("dir/") goes into it under its own name.
   for (std::size_t i = 0; i < inputs.size(); ++i) {
@@ -366,10 +326,10 @@ int ConvDriver::ConvertPair(const std::string& input, std::string output) {
       output = named;
     }
   }
-  window_.SetInFileText(input);
-  window_.SetOutFileText(output);
+  const JobRequest request{input, output, JobFlagsFor(survey_, input, SurveyOf(settings_), pinned_, quiet_)};
+  window_.ShowPair(request);
   window_.PumpEvents();
-  return Ferrox_Click_File();
+  return Ferrox_Click_File(request);
 }
 
 // An existing output, and with FileMode bit 1 its backup, is replaced only when
@@ -393,19 +353,17 @@ int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& o
   return result::kOutputSide;
 }
 
-int ConvDriver::Ferrox_Click_File() {
+int ConvDriver::Ferrox_Click_File(const JobRequest& request) {
   if (!window_.ConvBusy()) return result::kCancelled;
-  const MessagesAboutFile about(window_, window_.InFileText());
-  std::uint16_t flags = 0;
-  if (window_.TextCnvChecked()) flags |= kJobText;
-  if (window_.MBCutChecked()) flags |= kJobMacBinaryCut;
-  if (flags == 0 && entryMode_ == entry_mode::kOneFile) {
+  const MessagesAboutFile about(window_, request.input);
+  const std::uint16_t flags = request.flags;
+  if (flags == 0 && oneFile_) {
     window_.Message("変換設定がされていません");
     return result::kSettingsSide;
   }
 
-  const std::string inPath = window_.InFileText();
-  const std::string outPath = window_.OutFileText();
+  const std::string& inPath = request.input;
+  const std::string& outPath = request.output;
   const std::string folder = GetParentFolder(outPath);
   if (!folder.empty()) {
     const bool usable = FileExists(folder) ? IsFolder(folder) : MakeFolder(folder);
@@ -420,7 +378,7 @@ int ConvDriver::Ferrox_Click_File() {
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
   const JobContext context{window_, settings_, gaiji_, sidecar_};
-  switch (Ferrox(outPath, inPath, flags, context)) {
+  switch (Ferrox(request, context)) {
     case result::kDiskFull:
       window_.Message(WorkAreaFullMessage());
       return result::kInputSide;

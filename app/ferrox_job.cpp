@@ -232,8 +232,10 @@ FileTimes MacFileTimes(const DateTime& created, const DateTime& modified) {
   return times;
 }
 
-int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
-           const JobContext& context) {
+int Ferrox(const JobRequest& request, const JobContext& context) {
+  const std::string& inPath = request.input;
+  const std::string& outPath = request.output;
+  const std::uint16_t flags = request.flags;
   if (inPath.empty()) return result::kInputEmpty;
   if (outPath.empty()) return result::kOutputEmpty;
   struct stat inStat {};

@@ -35,15 +35,21 @@ struct JobContext {
   std::string sidecar;  // an AppleDouble file lending type, creator, dates and resource fork
 };
 
-// Job flags (from the two check boxes).
+// Job flags (what the two check boxes say for the file).
 inline constexpr std::uint16_t kJobMacBinaryCut = 1;
 inline constexpr std::uint16_t kJobText = 2;
+
+// One file to convert: the driver's plan for it.
+struct JobRequest {
+  std::string input;
+  std::string output;
+  std::uint16_t flags = 0;  // kJobText, kJobMacBinaryCut
+};
 
 // Returns 0 (done, or nothing to do), -1 input not found, -2 input path empty,
 // -3 output path empty, or the conversion pass's -4, -5, -6, -7; -5 also for
 // any other failure on the way, except -8 when the new output could not be
 // put beside or at the output (the old output then stands as it was).
-[[nodiscard]] int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
-                         const JobContext& context);
+[[nodiscard]] int Ferrox(const JobRequest& request, const JobContext& context);
 
 }  // namespace ferrox

@@ -161,16 +161,16 @@ int RunConvert(const Arguments& arguments) {
     return ExitStatus(result::kOutputSide);
   }
 
-  FileSurvey survey;
-  CliWindow window(store.Settings, survey, arguments.text, arguments.cut);
+  CliWindow window;
   if (fromStdin) window.ShowPathAs(inText, "-");
   if (toStdout) window.ShowPathAs(stdoutFile.Path(), "-");
-  window.SetOutFileText(toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand));
-  window.SetInFileText(inText);
+  // --text/--cut pin the check boxes of every file; the rest follows each survey.
+  const PinnedBoxes pinned{arguments.text, arguments.cut};
+  const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand), pinned, pinned};
 
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSuffixTable(&store.Suffixes);
-  const int rc = driver.Ferrox_Click_Etc(false);
+  const int rc = driver.Ferrox_Click_Etc(request);
   window.ClearProgressLine();
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).

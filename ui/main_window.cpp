@@ -8,6 +8,7 @@
 #include "app/conv_driver.h"
 #include "app/engine_settings.h"
 #include "app/entry_list.h"
+#include "app/input_proposal.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
 #include "suffix/file_name_rec.h"
@@ -16,7 +17,6 @@
 #include "ui/fixed_font.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/help_window.h"
-#include "ui/input_proposal.h"
 #include "ui/message_box.h"
 #include "ui/option_widgets.h"
 #include "ui/path_box.h"
@@ -232,11 +232,14 @@ std::string MainWindow::InFileText() const { return txtInFile_->text().toStdStri
 
 void MainWindow::SetInFileText(const std::string& text) {
   txtInFile_->SetTextAtEnd(QString::fromStdString(text));
-  if (convBusy_) {
-    SurveyForBatch();
-  } else {
-    txtInFile_Change();
-  }
+  txtInFile_Change();
+}
+
+void MainWindow::ShowPair(const JobRequest& request) {
+  txtInFile_->SetTextAtEnd(QString::fromStdString(request.input));
+  txtOutFile_->SetTextAtEnd(QString::fromStdString(request.output));
+  chkTextCnv_->setChecked((request.flags & kJobText) != 0);
+  chkMBCut_->setChecked((request.flags & kJobMacBinaryCut) != 0);
 }
 
 std::string MainWindow::OutFileText() const { return txtOutFile_->text().toStdString(); }
@@ -245,9 +248,10 @@ void MainWindow::SetOutFileText(const std::string& text) {
   txtOutFile_->SetTextAtEnd(QString::fromStdString(text));
 }
 
-bool MainWindow::TextCnvChecked() const { return chkTextCnv_->isChecked(); }
-bool MainWindow::MBCutChecked() const { return chkMBCut_->isChecked(); }
-void MainWindow::SetConvBusy(bool busy) { convBusy_ = busy; }
+void MainWindow::SetConvBusy(bool busy) {
+  convBusy_ = busy;
+  runStarted_ = runStarted_ || busy;
+}
 bool MainWindow::ConvBusy() const { return convBusy_; }
 void MainWindow::Message(const std::string& text) { Exclaim(this, QString::fromStdString(text)); }
 
@@ -322,7 +326,7 @@ void MainWindow::ShowInfo() {
   const std::string name = NormalizeEntry(entry);
   // Several files: the very files a run of the two boxes would convert.
   std::vector<std::string> planned;
-  if (!IsFile(name) && !TrimBlanks(entry).empty()) planned = driver_->PlannedInputs();
+  if (!IsFile(name) && !TrimBlanks(entry).empty()) planned = driver_->PlannedInputs(entry, OutFileText());
   std::string report =
       InfoTextSet(survey_, name, planned, {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
   if (!report.empty() && IsFile(name)) {
@@ -341,17 +345,13 @@ void MainWindow::ShowInfo() {
   lblInfo_->setText(shown.trimmed());
 }
 
-void MainWindow::SurveyForBatch() {
-  // FileMode bit 2 (forced during batches): the check boxes follow each file.
-  const ConversionSettings& s = store_.Settings;
-  if ((s.FileMode & file_mode::kBatch) == 0) return;
-  MacBinaryInfo info;
-  std::uint16_t flags = 0;
-  const int kind = survey_.FileTypeChk(InFileText(), SurveyOf(s), quiet_, info, flags);
-  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return;
-  const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
-  chkTextCnv_->setChecked(boxes.textCnv);
-  chkMBCut_->setChecked(boxes.mbCut);
+RunRequest MainWindow::MakeRunRequest() const {
+  RunRequest request{InFileText(), OutFileText(), {}, {}};
+  // FileMode bit 2: the check boxes follow each file's survey even in a one-file run.
+  if ((store_.Settings.FileMode & file_mode::kBatch) == 0) {
+    request.oneFile = {chkTextCnv_->isChecked(), chkMBCut_->isChecked()};
+  }
+  return request;
 }
 
 // ---- buttons ----------------------------------------------------------
@@ -359,7 +359,14 @@ void MainWindow::SurveyForBatch() {
 void MainWindow::comFerrox_Click() {
   inputTimer_->stop();
   HideSummary();
-  const int result = driver_->Ferrox_Click_Etc(true);
+  const RunRequest request = MakeRunRequest();
+  runStarted_ = false;
+  const int result = driver_->Ferrox_Click_Etc(request);
+  if (runStarted_) {
+    // The boxes showed each pair during the run; the user's texts come back.
+    SetInFileText(request.input);
+    SetOutFileText(request.output);
+  }
   if (result == 0) RunFinished();
   switch (result) {
     case -3:
@@ -553,8 +560,7 @@ void MainWindow::Form_Activate() {
   if (!activationPending_) return;
   if (convBusy_) {
     // A run began before the first activation came round (it pumps events):
-    // the run's forced automatic bit is not the user's, and the command line
-    // must not start a second run inside it.
+    // the command line must not start a second run inside it.
     activationPending_ = false;
     return;
   }
@@ -573,7 +579,7 @@ void MainWindow::Form_Activate() {
   txtOutFile_->SetTextAtEnd(txtOutFile_->text());
   if (automatic) {
     QCoreApplication::processEvents();
-    const int result = driver_->Ferrox_Click_Etc(false);
+    const int result = driver_->Ferrox_Click_Etc(MakeRunRequest());
     // A run refused before it started leaves the flag set; the window is idle now.
     convBusy_ = false;
     activationPending_ = false;
