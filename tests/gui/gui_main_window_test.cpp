@@ -7,6 +7,7 @@
 #include "app/entry_list.h"
 #include "app/settings_store.h"
 #include "gui_test_support.h"
+#include "helpers/binhex_encoder.h"
 #include "helpers/macbinary_builder.h"
 #include "helpers/scratch_dir.h"
 #include "ui/file_dialog.h"
@@ -154,6 +155,11 @@ class MainWindowTest : public QObject {
     w.SetInFileText(mac);  // a MacBinary file: its Mac name in its folder, and the cut
     QCOMPARE(OutText(w), QString::fromStdString(box.File("Read Me.txt")));
     QVERIFY(Check(w, "chkTextCnv")->isChecked() && Check(w, "chkMBCut")->isChecked());
+    const std::string hqx = box.File("mail.hqx");  // BinHex alike, binary data fork: the cut only
+    Write(hqx, testing::EncodeBinHex({"Photo", "JPEG", "8BIM", std::string("\xff\xd8\0\1", 4), ""}));
+    w.SetInFileText(hqx);
+    QCOMPARE(OutText(w), QString::fromStdString(box.File("Photo.jpg")));
+    QVERIFY(!Check(w, "chkTextCnv")->isChecked() && Check(w, "chkMBCut")->isChecked());
     const std::string list = QuotedList({euc, box.data});
     const std::pair<std::string, std::string> cases[] = {
         {box.data, box.data}, {box.data + "/*.txt", box.data}, {list, list}};
