@@ -184,8 +184,11 @@ bool UnwrapMacFile(const std::filesystem::path& path, const WrappedMacFile& info
   return true;
 }
 
-void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const SuffixEntry* match) {
-  // The MacBinary block, with the wrapper's own first line and, without dates, no date lines.
+namespace {
+
+// The MacBinary block with `first` as its first line and, without dates, no date lines.
+void AppendMacBlock(std::string& report, const WrappedMacFile& info, const SuffixEntry* match,
+                    const std::string& first) {
   MacBinaryInfo mac;
   mac.FileName = info.FileName;
   mac.DataLength = static_cast<std::int32_t>(std::min<std::int64_t>(info.DataLength, INT32_MAX));
@@ -196,9 +199,8 @@ void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const
   mac.Modified = info.Modified;
   std::string block;
   AppendMacBinaryInfo(block, mac, match);
-  const std::string_view first = "このファイルにはMacBinaryが付加されています。";
-  block.replace(block.find(first), first.size(),
-                info.Kind == MacWrapper::BinHex ? "このファイルはBinHex 4.0形式です。" : "このファイルはAppleSingle形式です。");
+  const std::string_view macBinary = "このファイルにはMacBinaryが付加されています。";
+  block.replace(block.find(macBinary), macBinary.size(), first);
   if (!info.HasDates) {
     for (const std::string_view label : {"作成日時          :", "更新日時          :"}) {
       const auto at = block.find(label);
@@ -206,6 +208,26 @@ void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const
     }
   }
   report += block;
+}
+
+}  // namespace
+
+void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const SuffixEntry* match) {
+  AppendMacBlock(report, info, match,
+                 info.Kind == MacWrapper::BinHex ? "このファイルはBinHex 4.0形式です。" : "このファイルはAppleSingle形式です。");
+}
+
+void AppendSidecarMacInfo(std::string& report, const SidecarOf& file, const SuffixEntry* match) {
+  WrappedMacFile info;
+  info.FileName = file.name;
+  info.DataLength = file.dataLength;
+  info.ResourceLength = file.side.ResourceFork ? file.side.ResourceFork->Length : 0;
+  info.FileType = file.side.FileType;
+  info.Creator = file.side.Creator;
+  info.HasDates = file.side.HasDates;
+  info.Created = file.side.Created;
+  info.Modified = file.side.Modified;
+  AppendMacBlock(report, info, match, "このファイルにはAppleDoubleﾌｧｲﾙ [" + file.sidecarName + "] が付いています。");
 }
 
 bool WriteAppleDoubleFrom(const std::filesystem::path& source, std::int64_t offset, std::int64_t length,

@@ -162,9 +162,23 @@ void AppendHint(ReportText& out, std::uint16_t convMode) {
   out.Line(kinds + "が含まれている" + "可能性もあります。");
 }
 
+// The Macintosh block of an unwrapped file whose sidecar reads well; nothing otherwise.
+void AppendSidecarBlock(ReportText& out, const std::string& path, std::int64_t length, const std::string& sidecar,
+                        const SuffixLookup& lookup) {
+  SidecarOf file;
+  if (sidecar.empty() || ReadAppleFile(sidecar, file.side) != AppleFileStatus::Ok || !file.side.HasFinderInfo) return;
+  const std::string folder = path.substr(0, path.find_last_of('/') + 1);
+  file.name = path.substr(folder.size());
+  file.dataLength = length;
+  file.sidecarName = sidecar.starts_with(folder) ? sidecar.substr(folder.size()) : sidecar;
+  std::string block;
+  AppendSidecarMacInfo(block, file, lookup ? lookup(file.side.FileType, file.side.Creator) : nullptr);
+  out.Line(block.substr(0, block.size() - 2));
+}
+
 void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint16_t f,
                       const MacBinaryInfo& mac, const ReportSettings& s,
-                      const SuffixLookup& lookup) {
+                      const SuffixLookup& lookup, const std::string& sidecar) {
   out.Line(Heading(path));
   FileTimes times;
   if (GetFileTimes(path, times) == 0) {
@@ -237,6 +251,8 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
       std::string block;
       AppendWrappedMacInfo(block, wrapped, lookup ? lookup(wrapped.FileType, wrapped.Creator) : nullptr);
       out.Line(block.substr(0, block.size() - 2));
+    } else if (error.empty()) {
+      AppendSidecarBlock(out, path, length, sidecar, lookup);
     }
   }
 }
@@ -245,7 +261,7 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
 
 std::string InfoTextSet(FileSurvey& survey, const std::string& path,
                         const std::vector<std::string>& expanded, const ReportSettings& settings,
-                        const SuffixLookup& lookup, ProgressSink& sink) {
+                        const SuffixLookup& lookup, ProgressSink& sink, const std::string& sidecar) {
   if (path.empty()) {
     return {};
   }
@@ -260,7 +276,7 @@ std::string InfoTextSet(FileSurvey& survey, const std::string& path,
     out.Line("[入力ﾌｧｲﾙ]にフォルダが設定されています。");
     out.Line("フォルダを指定するには[フォルダ選択を有効にする]にチェックが必要です。");
   } else if (r == survey_result::kOrdinary || r == survey_result::kMacBinary) {
-    AppendFileReport(out, path, r, f, mac, settings, lookup);
+    AppendFileReport(out, path, r, f, mac, settings, lookup, sidecar);
   } else if (!expanded.empty()) {
     out.Line(Heading(path));
     out.Line("");

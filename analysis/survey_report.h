@@ -30,10 +30,11 @@ using SuffixLookup =
 // folder selection enabled (the caller expands it); it is ignored for one
 // file. The survey goes through `survey`, so its cache is used and refreshed.
 // Lines are UTF-8 joined by CR LF, every line ending with CR LF. An empty
-// path, or an entry that names nothing, gives an empty text.
+// path, or an entry that names nothing, gives an empty text. A file that no
+// wrapper holds shows the Macintosh block of its AppleDouble `sidecar`, if any.
 [[nodiscard]] std::string InfoTextSet(FileSurvey& survey, const std::string& path,
                                       const std::vector<std::string>& expanded,
                                       const ReportSettings& settings, const SuffixLookup& lookup,
-                                      ProgressSink& sink);
+                                      ProgressSink& sink, const std::string& sidecar = {});
 
 }  // namespace ferrox

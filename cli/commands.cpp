@@ -15,6 +15,7 @@
 #include "app/engine_settings.h"
 #include "app/entry_expand.h"
 #include "app/entry_list.h"
+#include "app/mac_batch_names.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
 #include "cli/cli_text.h"
@@ -251,7 +252,7 @@ int RunSurvey(const Arguments& arguments) {
       return row >= 0 ? &table[static_cast<std::size_t>(row)] : nullptr;
     };
     const std::string report =
-        InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink);
+        InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink, SidecarBeside(path));
     if (report.empty()) {
       Say("入力ﾌｧｲﾙ [" + operand + "] が見つかりません");
       status = 1;

@@ -89,6 +89,34 @@ TEST_F(CliMacFiles, BinaryDataForkNeedsNoPinnedFlags) {
   }
 }
 
+// The survey of a data file shows the Mac block its AppleDouble sidecar lends
+// it, found where a run over its folder finds it.
+TEST_F(CliMacFiles, SurveyShowsTheSidecarsMacBlock) {
+  const std::string script = "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' ";
+  Write("in/r", kResource);
+  Write("in/doc.txt", kEuc);
+  Write("in/memo.txt", kEuc);
+  Write("in/plain.txt", kEuc);
+  ASSERT_EQ(Shell(Path("in"), "mkdir __MACOSX && " + script + "double ._doc.txt --type TEXT --creator ttxt --rsrc r && " +
+                                  script + "double __MACOSX/._memo.txt --type PICT --creator ttxt --macos"), 0);
+  const struct { const char* file; const char* sidecar; const char* type; const char* fork; } rows[] = {
+      {"doc.txt", "._doc.txt", "TEXT", "304"},
+      {"memo.txt", "__MACOSX/._memo.txt", "PICT", "0"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.file);
+    const CliResult r = Run({"survey", "in/" + std::string(row.file)});
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const std::string& line :
+         {"このファイルにはAppleDoubleﾌｧｲﾙ [" + std::string(row.sidecar) + "] が付いています。",
+          "リソースフォーク  :" + std::string(row.fork) + " Byte", "ファイルタイプ    :[" + std::string(row.type) + "]",
+          "オリジナルのファイル名は[" + std::string(row.file) + "]です。"}) {
+      EXPECT_NE(r.out.find(line + "\n"), std::string::npos) << line << "\n" << r.out;
+    }
+  }
+  EXPECT_EQ(Run({"survey", "in/plain.txt"}).out.find("Macintosh"), std::string::npos);
+}
+
 TEST_F(CliMacFiles, DamagedInputWritesNothing) {
   const std::string good = EncodeBinHex({"Memo", "TEXT", "ttxt", kEuc, kResource});
   BinHexFile badData{"Memo", "TEXT", "ttxt", kEuc, kResource};

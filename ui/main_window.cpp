@@ -9,6 +9,7 @@
 #include "app/engine_settings.h"
 #include "app/entry_list.h"
 #include "app/input_proposal.h"
+#include "app/mac_batch_names.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
 #include "suffix/file_name_rec.h"
@@ -328,7 +329,7 @@ void MainWindow::ShowInfo() {
   std::vector<std::string> planned;
   if (!IsFile(name) && !TrimBlanks(entry).empty()) planned = driver_->PlannedInputs(entry, OutFileText());
   std::string report =
-      InfoTextSet(survey_, name, planned, {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
+      InfoTextSet(survey_, name, planned, ReportOf(s), lookup, quiet_, SidecarBeside(name));
   if (!report.empty() && IsFile(name)) {
     QString tie = TieWarning(name, survey_, s);
     if (!tie.isEmpty()) report += "\r\n" + tie.replace(QLatin1Char('\n'), QStringLiteral("\r\n")).toStdString() + "\r\n";
