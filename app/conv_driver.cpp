@@ -18,6 +18,7 @@
 #include "app/path_helpers.h"
 #include "app/work_files.h"
 #include "convert/result_code.h"
+#include "platform/file_placing.h"
 #include "platform/mount_point.h"
 
 namespace ferrox {
@@ -27,13 +28,6 @@ namespace {
 std::string Join(const std::string& folder, const std::string& name) {
   if (!folder.empty() && folder.back() == '/') return folder + name;
   return folder + "/" + name;
-}
-
-bool SameFolder(const std::string& a, const std::string& b) {
-  struct stat sa {};
-  struct stat sb {};
-  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
-         sa.st_ino == sb.st_ino;
 }
 
 std::string InputNotFound(const std::string& input) { return "入力ﾌｧｲﾙ [" + input + "] が見つかりません"; }
@@ -301,7 +295,7 @@ bool ConvDriver::IsOwnBackup(const std::string& name) const {
 }
 
 bool ConvDriver::IsOutputRoot(const std::string& folder) const {
-  return !outputRoot_.empty() && SameFolder(folder, outputRoot_);
+  return !outputRoot_.empty() && SameFile(folder, outputRoot_);
 }
 
 int ConvDriver::ConvertPair(const std::string& input, std::string output) {
@@ -320,7 +314,7 @@ int ConvDriver::ConvertPair(const std::string& input, std::string output) {
       // In a run that writes into its own input folder, a Mac name never
       // lands on another input, which may not have been read yet.
       std::string named = runNames_.Claim(output);
-      while (named != input && FileExists(named) && SameFolder(GetParentFolder(named), GetParentFolder(input))) {
+      while (named != input && FileExists(named) && SameFile(GetParentFolder(named), GetParentFolder(input))) {
         named = runNames_.Claim(output);
       }
       output = named;
@@ -344,7 +338,7 @@ int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& o
     struct stat bak {};
     struct stat in {};
     if (::lstat(backup.c_str(), &bak) == 0 && (!S_ISREG(bak.st_mode) || bak.st_uid != ::geteuid()) &&
-        !(::stat(inPath.c_str(), &in) == 0 && in.st_dev == bak.st_dev && in.st_ino == bak.st_ino)) {
+        !(::stat(inPath.c_str(), &in) == 0 && SameInode(in, bak))) {
       refused = backup;
     }
   }

@@ -17,11 +17,10 @@
 #include "app/conversion_settings.h"
 #include "app/path_helpers.h"
 #include "convert/ferrox_conv.h"
-#include "convert/output_file.h"
-#include "convert/result_code.h"
-#include "platform/file_times.h"
 #include "app/work_files.h"
-#include "platform/trash.h"
+#include "convert/result_code.h"
+#include "platform/file_placing.h"
+#include "platform/file_times.h"
 
 namespace ferrox {
 
@@ -58,157 +57,11 @@ class WorkFiles {
   std::vector<std::string> paths_;
 };
 
-// An open file descriptor, closed on destruction.
-class Fd {
- public:
-  explicit Fd(int fd = -1) noexcept : fd_(fd) {}
-  ~Fd() { Reset(-1); }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  void Reset(int fd) noexcept {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = fd;
-  }
-  [[nodiscard]] int get() const noexcept { return fd_; }
-
- private:
-  int fd_;
-};
-
-bool SameInode(const struct stat& a, const struct stat& b) noexcept {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-bool SameTime(const timespec& a, const timespec& b) noexcept {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
-// Unchanged since `before` was taken: same file, length and times.
-bool Unchanged(const std::string& path, const struct stat& before) {
-  struct stat now {};
-  return ::stat(path.c_str(), &now) == 0 && SameInode(now, before) && now.st_size == before.st_size &&
-         SameTime(now.st_mtim, before.st_mtim) && SameTime(now.st_ctim, before.st_ctim);
-}
-
-// A file this user made and alone names: what the job may change.
-bool OwnPrivateFile(int fd) {
-  struct stat st {};
-  return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::geteuid() && st.st_nlink == 1;
-}
-
-// Copies all of `from` (from its start) into the new file `to`, which is
-// created private; returns the open new file, or -1.
-int CopyToNewFile(int from, const std::string& to) {
-  const int out = ::open(to.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (out < 0) return -1;
-  std::vector<char> buffer(1 << 16);
-  off_t at = 0;
-  for (;;) {
-    const ssize_t n = ::pread(from, buffer.data(), buffer.size(), at);
-    if (n < 0 && errno == EINTR) continue;
-    if (n == 0) return out;
-    if (n < 0 || !WriteAll(out, buffer.data(), static_cast<std::size_t>(n))) break;
-    at += n;
-  }
-  ::close(out);
-  return -1;
-}
-
-std::string NameOf(const std::string& path) { return path.substr(path.find_last_of('/') + 1); }
-
 // Folder of `path` with a trailing "/", "./" for a bare name.
 std::string FolderOf(const std::string& path) {
   const std::string parent = GetParentFolder(path);
   if (parent.empty()) return "./";
   return parent.back() == '/' ? parent : parent + "/";
-}
-
-// Renames `from` to `to` when `to` does not exist, never over a file that
-// appeared meanwhile (where the file system can tell).
-bool RenameNew(const std::string& from, const std::string& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-  if (errno != EINVAL && errno != ENOSYS) return false;
-  return ::rename(from.c_str(), to.c_str()) == 0;
-}
-
-// The old output goes to the trash while it still lies at its name: a second
-// name for it in a private holding folder is trashed (restorable to the
-// output's name), then one rename puts the new data in place. The output name
-// is never empty.
-bool TrashAndReplace(const std::string& staged, const std::string& outPath) {
-  const std::string holding = FolderOf(outPath) + "." + NextWorkStem() + ".old";
-  if (::mkdir(holding.c_str(), 0700) != 0) return false;
-  const std::string held = holding + "/" + NameOf(outPath);
-  TrashResult trashed;
-  if (::link(outPath.c_str(), held.c_str()) == 0) {
-    trashed = TrashDelete(held, outPath);
-    if (!trashed.ok) {
-      ::unlink(held.c_str());
-      ::rmdir(holding.c_str());
-      return false;
-    }
-    ::rmdir(holding.c_str());
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    TrashForget(trashed);  // the old output still lies at its name
-    return false;
-  }
-  // No second names on this file system: the old output is trashed first.
-  ::rmdir(holding.c_str());
-  trashed = TrashDelete(outPath);
-  if (!trashed.ok) return false;
-  if (RenameNew(staged, outPath)) return true;
-  (void)TrashRestore(trashed, outPath);
-  return false;
-}
-
-// Keeps the old output as `backup`, which must not exist, then puts the new
-// data in place.
-bool BackupAndReplace(const std::string& staged, const std::string& outPath, const std::string& backup) {
-  // A second name for the old output, then one rename: the output name never
-  // stands empty.
-  if (::link(outPath.c_str(), backup.c_str()) == 0) {
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    ::unlink(backup.c_str());
-    return false;
-  }
-  if (!RenameNew(outPath, backup)) return false;
-  if (RenameNew(staged, outPath)) return true;
-  (void)RenameNew(backup, outPath);
-  return false;
-}
-
-// Puts the finished new data (`staged`, beside the output) at `outPath`,
-// disposing of an old output as FileMode says. Nothing the job did not make is
-// deleted: an old backup goes to the trash, and when the backup name is the
-// input itself, the old output goes to the trash instead.
-bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode,
-                 const struct stat& input) {
-  struct stat old {};
-  if (::lstat(outPath.c_str(), &old) != 0) return errno == ENOENT && RenameNew(staged, outPath);
-  if (!S_ISREG(old.st_mode) && !S_ISLNK(old.st_mode)) return false;  // folders, pipes, devices stay
-  // A symbolic link is replaced as a link: what it leads to is not touched.
-  if (S_ISLNK(old.st_mode)) return ::rename(staged.c_str(), outPath.c_str()) == 0;
-
-  if ((fileMode & file_mode::kBackup) != 0) {
-    const std::string backup = GetNameWithoutExtension(outPath) + ".bak";
-    // An output that is itself named .bak cannot keep a backup of itself;
-    // converted in place, the original goes to the trash instead.
-    if (backup == outPath) return SameInode(old, input) && TrashAndReplace(staged, outPath);
-    struct stat bak {};
-    if (::lstat(backup.c_str(), &bak) != 0) {
-      return errno == ENOENT && BackupAndReplace(staged, outPath, backup);
-    }
-    if (SameInode(bak, input)) return TrashAndReplace(staged, outPath);
-    if (!S_ISREG(bak.st_mode) || bak.st_uid != ::geteuid()) return false;
-    // The earlier generation is not destroyed: it goes to the trash.
-    const TrashResult trashed = TrashDelete(backup);
-    if (!trashed.ok) return false;
-    if (BackupAndReplace(staged, outPath, backup)) return true;
-    (void)TrashRestore(trashed, backup);
-    return false;
-  }
-  if ((fileMode & file_mode::kTrash) != 0) return TrashAndReplace(staged, outPath);
-  return ::rename(staged.c_str(), outPath.c_str()) == 0;
 }
 
 }  // namespace
@@ -367,7 +220,13 @@ int Ferrox(const JobRequest& request, const JobContext& context) {
     const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
     (void)::futimens(placed, times);
   }
-  if (!PlaceOutput(staged, outPath, settings.FileMode, inStat)) return result::kOutputFailed;
+  Disposal disposal;
+  if ((settings.FileMode & file_mode::kBackup) != 0) {
+    disposal = {OldOutput::BackedUp, GetNameWithoutExtension(outPath) + ".bak"};
+  } else if ((settings.FileMode & file_mode::kTrash) != 0) {
+    disposal.kind = OldOutput::Trashed;
+  }
+  if (!PlaceOutput(staged, outPath, disposal, inStat, NextWorkStem)) return result::kOutputFailed;
   cleanup.Release(staged);
   if (!keptFork.empty()) {
     // Beside the output, under the name today's tools look for.
