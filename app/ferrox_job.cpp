@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "analysis/survey_flags.h"
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
+#include "app/engine_settings.h"
 #include "app/path_helpers.h"
 #include "convert/ferrox_conv.h"
 #include "app/work_files.h"
@@ -85,121 +87,156 @@ FileTimes MacFileTimes(const DateTime& created, const DateTime& modified) {
   return times;
 }
 
-int Ferrox(const JobRequest& request, const JobContext& context) {
-  const std::string& inPath = request.input;
-  const std::string& outPath = request.output;
-  const std::uint16_t flags = request.flags;
-  if (inPath.empty()) return result::kInputEmpty;
-  if (outPath.empty()) return result::kOutputEmpty;
+namespace {
+
+// What the plan stage learns about the input, for the stages after it.
+struct JobPlan {
   struct stat inStat {};
-  if (::stat(inPath.c_str(), &inStat) != 0) {
-    struct stat link {};
-    return ::lstat(inPath.c_str(), &link) == 0 ? result::kFailed : result::kInputNotFound;
-  }
-  // Decided before anything moves: once the old output is swapped out, the
-  // two names can no longer show that they were one file.
-  const bool sameFile = IsOtherFile(inPath, outPath) == 0;
-  if (sameFile && flags == 0) return result::kDone;
+  bool sameFile = false;     // decided before anything moves
+  std::string source;        // what the conversion reads: the input, or its unwrapped data fork
+  std::string keptFork;      // the resource fork as AppleDouble, to become "._" + output name
+  std::int64_t dataStart = 0;
+  std::int64_t dataLength = 0;
+  std::uint16_t typeWord = 0;  // the survey flag word the conversion follows
+  bool rewriteHeader = false;  // a MacBinary header kept, to be rewritten for the new length
+  std::optional<FileTimes> macTimes;
+  std::int64_t droppedFork = 0;  // the input's resource fork, when the output cannot hold it
+};
 
-  ConvWindow& window = context.window;
-  const ConversionSettings& settings = context.settings;
-
-  // A BinHex or AppleSingle input is unwrapped into a private work file first,
-  // every CRC and length checked before anything else is written; the survey
-  // and the conversion then read that data fork like any file.
-  WorkFiles cleanup;
-  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0;
-  std::string source = inPath;
-  std::string keptFork;  // the resource fork as AppleDouble, to become "._" + output name
-  WrappedMacFile wrapped;
+// A BinHex or AppleSingle input is unwrapped into a private work file first,
+// every CRC and length checked before anything else is written; the survey
+// and the conversion then read that data fork like any file.
+int UnwrapInput(const std::string& inPath, const JobContext& context, WorkFiles& cleanup, JobPlan& plan,
+                WrappedMacFile& wrapped) {
+  const bool keepFork = (context.settings.FileMode & file_mode::kResourceForks) != 0;
   std::string wrapError;
-  if (ProbeMacWrapper(inPath, wrapped, wrapError) != MacWrapper::None) {
-    if (wrapError.empty()) {
-      source = NewWorkFile(cleanup);
-      if (keepFork && wrapped.ResourceLength > 0) keptFork = NewWorkFile(cleanup);
-      if (source.empty() || (keepFork && wrapped.ResourceLength > 0 && keptFork.empty())) return result::kFailed;
-      (void)UnwrapMacFile(inPath, wrapped, source, keptFork, wrapError);
-    }
-    if (!wrapError.empty()) {
-      window.Message("[" + inPath + "] " + wrapError);
+  if (ProbeMacWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return result::kDone;
+  if (wrapError.empty()) {
+    plan.source = NewWorkFile(cleanup);
+    const bool withFork = keepFork && wrapped.ResourceLength > 0;
+    if (withFork) plan.keptFork = NewWorkFile(cleanup);
+    if (plan.source.empty() || (withFork && plan.keptFork.empty())) return result::kFailed;
+    (void)UnwrapMacFile(inPath, wrapped, plan.source, plan.keptFork, wrapError);
+  }
+  if (wrapError.empty()) return result::kDone;
+  context.window.Message("[" + inPath + "] " + wrapError);
+  return result::kFailed;
+}
+
+// The resource fork that the output drops, kept as an AppleDouble work file
+// with FileMode 1024: a MacBinary file's own, or the one its sidecar lends.
+bool KeepFork(const std::string& from, std::int64_t at, std::int64_t length,
+              const std::array<std::uint8_t, 32>& finderInfo, WorkFiles& cleanup, JobPlan& plan) {
+  plan.keptFork = NewWorkFile(cleanup);
+  return !plan.keptFork.empty() && WriteAppleDoubleFrom(from, at, length, finderInfo, plan.keptFork);
+}
+
+// The plan: the input unwrapped and surveyed afresh (a remembered survey
+// could belong to what lay at this name before an earlier pair of the run
+// replaced it), where its data lies, which dates and forks go with it.
+int PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cleanup, JobPlan& plan) {
+  const ConversionSettings& settings = context.settings;
+  const std::string& inPath = request.input;
+  WrappedMacFile wrapped;
+  plan.source = inPath;
+  if (const int rc = UnwrapInput(inPath, context, cleanup, plan, wrapped); rc != result::kDone) return rc;
+  const bool unwrapped = plan.source != inPath;
+  MacBinaryInfo info;
+  const int kind = FileSurvey().SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
+  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
+
+  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0;
+  const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
+  plan.dataLength = unwrapped ? wrapped.DataLength : plan.inStat.st_size;
+  plan.droppedFork = unwrapped ? wrapped.ResourceLength : 0;
+  if (unwrapped && wrapped.HasDates && macDates) plan.macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
+  if (kind == survey_result::kMacBinary) {
+    plan.dataStart = kMacBinaryHeaderSize;
+    plan.dataLength = info.DataLength;
+    if (!unwrapped) plan.droppedFork = info.ResourceLength;
+    if (macDates) plan.macTimes = MacFileTimes(info.Created, info.Modified);
+    plan.rewriteHeader = (request.flags & kJobMacBinaryCut) == 0;
+    const std::int64_t forkAt = kMacBinaryHeaderSize + (std::int64_t{info.DataLength} + 127) / 128 * 128;
+    const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, plan.inStat.st_size - forkAt);
+    if (keepFork && !plan.rewriteHeader && forkLength > 0 && !unwrapped &&
+        !KeepFork(plan.source, forkAt, forkLength, MakeFinderInfo(info.FileType, info.Creator), cleanup, plan)) {
       return result::kFailed;
     }
   }
-
-  // Surveyed afresh: a remembered survey could belong to what lay at this
-  // name before an earlier pair of the run replaced it.
-  FileSurvey survey;
-  const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
-  MacBinaryInfo info;
-  std::uint16_t typeWord = 0;
-  const int kind = survey.SurveyFile(source, surveySettings, window, info, typeWord);
-  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
-
-  std::int64_t dataStart = 0;
-  std::int64_t dataLength = source == inPath ? inStat.st_size : wrapped.DataLength;
-  std::optional<FileTimes> macTimes;
-  bool rewriteHeader = false;
-  const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
-  if (source != inPath && wrapped.HasDates && macDates) macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
-  if (kind == survey_result::kMacBinary) {
-    dataStart = kMacBinaryHeaderSize;
-    dataLength = info.DataLength;
-    if (macDates) macTimes = MacFileTimes(info.Created, info.Modified);
-    rewriteHeader = (flags & kJobMacBinaryCut) == 0;
-    // A resource fork the cut output drops is kept beside it with FileMode 1024.
-    const std::int64_t forkAt = kMacBinaryHeaderSize + (std::int64_t{info.DataLength} + 127) / 128 * 128;
-    const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, inStat.st_size - forkAt);
-    if (keepFork && !rewriteHeader && forkLength > 0 && source == inPath) {
-      keptFork = NewWorkFile(cleanup);
-      if (keptFork.empty() || !WriteAppleDoubleFrom(source, forkAt, forkLength,
-                                                    MakeFinderInfo(info.FileType, info.Creator), keptFork)) {
-        return result::kFailed;
-      }
-    }
-  }
   // An AppleDouble sidecar lends its dates (FileMode 4) and its resource fork (FileMode 1024).
-  if (AppleFileInfo side; source == inPath && kind == survey_result::kOrdinary && !context.sidecar.empty() &&
+  if (AppleFileInfo side; !unwrapped && kind == survey_result::kOrdinary && !context.sidecar.empty() &&
                           ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
-    if (side.HasDates && macDates) macTimes = MacFileTimes(side.Created, side.Modified);
-    if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0) {
-      keptFork = NewWorkFile(cleanup);
-      if (keptFork.empty() || !WriteAppleDoubleFrom(context.sidecar, side.ResourceFork->Offset,
-                                                    side.ResourceFork->Length, side.FinderInfo, keptFork)) {
-        return result::kFailed;
-      }
+    if (side.HasDates && macDates) plan.macTimes = MacFileTimes(side.Created, side.Modified);
+    if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0 &&
+        !KeepFork(context.sidecar, side.ResourceFork->Offset, side.ResourceFork->Length, side.FinderInfo, cleanup,
+                  plan)) {
+      return result::kFailed;
     }
   }
-  if ((flags & kJobText) != 0 && typeWord == 0) typeWord = survey::kForcedText;
+  if ((request.flags & kJobText) != 0 && plan.typeWord == 0) plan.typeWord = survey::kForcedText;
+  return result::kDone;
+}
 
-  const ProgressPanelOn panel(window);
-  if (!window.ConvBusy()) return result::kCancelled;
-
+// The conversion into a private work file, opened as `work`; `stem` names it.
+int ConvertJob(const JobRequest& request, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
+               Fd& work, std::string& stem) {
+  const ConversionSettings& settings = context.settings;
   const std::string workFolder = WorkFolder();
-  const std::string outFolder = FolderOf(outPath);
   SweepDeadWorkFilesOnce(workFolder);
-  SweepDeadWorkFilesOnce(outFolder);
-  const std::string stem = NextWorkStem();
+  SweepDeadWorkFilesOnce(FolderOf(request.output));
+  stem = NextWorkStem();
   const std::string workFile = workFolder + stem + ".tmp";
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
-  const int rc = FerroxConv(workFile, source, dataStart, dataLength, flags, typeWord, rewriteHeader,
-                            options, window);
+  const int rc = FerroxConv(workFile, plan.source, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
+                            plan.rewriteHeader, options, context.window);
   if (rc != 0) return rc;
   cleanup.Add(workFile);
-  window.ShowProgress(dataLength, dataLength);
+  context.window.ShowProgress(plan.dataLength, plan.dataLength);
 
   // From here on the work file is handled through its descriptor only.
-  Fd work(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+  work.Reset(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
   if (work.get() < 0 || !OwnPrivateFile(work.get())) return result::kFailed;
-  if (rewriteHeader) {
+  if (plan.rewriteHeader) {
     struct stat st {};
     if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return result::kFailed;
     if (MBInfPut(work.get(), st.st_size - kMacBinaryHeaderSize) != 0) return result::kFailed;
   }
+  return result::kDone;
+}
 
+// The kept resource fork beside the output, under the name today's tools look for.
+bool PlaceFork(const JobPlan& plan, const std::string& outPath, WorkFiles& cleanup) {
+  const std::string outFolder = FolderOf(outPath);
+  const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
+  const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
+  cleanup.Add(stagedFork);
+  Fd in(::open(plan.keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (in.get() < 0) return false;
+  Fd out(::link(plan.keptFork.c_str(), stagedFork.c_str()) == 0
+             ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
+             : CopyToNewFile(in.get(), stagedFork));
+  if (out.get() < 0 || ::fchmod(out.get(), plan.inStat.st_mode & 0666) != 0 ||
+      ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
+    return false;
+  }
+  cleanup.Release(stagedFork);
+  return true;
+}
+
+Disposal DisposalOf(const std::string& outPath, std::uint16_t fileMode) {
+  if ((fileMode & file_mode::kBackup) != 0) return {OldOutput::BackedUp, GetNameWithoutExtension(outPath) + ".bak"};
+  if ((fileMode & file_mode::kTrash) != 0) return {OldOutput::Trashed, {}};
+  return {};
+}
+
+// The new data, in the work file `work` named by `stem`, goes to the output.
+int PlaceJob(const std::string& outPath, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
+             const Fd& work, const std::string& stem) {
   // The new data must lie in the output's folder before the old output is
   // touched: a rename never crosses file systems (nor bind mounts of one). A
   // second name does where it can, a private copy where it cannot.
-  const std::string staged = outFolder + "." + stem + ".tmp";
+  const std::string workFile = WorkFolder() + stem + ".tmp";
+  const std::string staged = FolderOf(outPath) + "." + stem + ".tmp";
   cleanup.Add(staged);
   Fd copy;
   if (::link(workFile.c_str(), staged.c_str()) != 0) {
@@ -214,55 +251,59 @@ int Ferrox(const JobRequest& request, const JobContext& context) {
   // after it, through the descriptor, so what a crash leaves is private and
   // nobody can swap the name for a link to something else in between.
   if (::fsync(placed) != 0) return result::kFailed;
-  if (macTimes) {
-    (void)SetFileTimes(placed, *macTimes);
+  if (plan.macTimes) {
+    (void)SetFileTimes(placed, *plan.macTimes);
   } else {
-    const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
+    const timespec times[2] = {plan.inStat.st_atim, plan.inStat.st_mtim};
     (void)::futimens(placed, times);
   }
-  Disposal disposal;
-  if ((settings.FileMode & file_mode::kBackup) != 0) {
-    disposal = {OldOutput::BackedUp, GetNameWithoutExtension(outPath) + ".bak"};
-  } else if ((settings.FileMode & file_mode::kTrash) != 0) {
-    disposal.kind = OldOutput::Trashed;
+  if (!PlaceOutput(staged, outPath, DisposalOf(outPath, context.settings.FileMode), plan.inStat, NextWorkStem)) {
+    return result::kOutputFailed;
   }
-  if (!PlaceOutput(staged, outPath, disposal, inStat, NextWorkStem)) return result::kOutputFailed;
   cleanup.Release(staged);
-  if (!keptFork.empty()) {
-    // Beside the output, under the name today's tools look for.
-    const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
-    const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
-    cleanup.Add(stagedFork);
-    Fd in(::open(keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (in.get() < 0) return result::kFailed;
-    Fd out(::link(keptFork.c_str(), stagedFork.c_str()) == 0
-               ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
-               : CopyToNewFile(in.get(), stagedFork));
-    if (out.get() < 0 || ::fchmod(out.get(), inStat.st_mode & 0666) != 0 ||
-        ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
-      return result::kFailed;
-    }
-    cleanup.Release(stagedFork);
-  }
+  if (!plan.keptFork.empty() && !PlaceFork(plan, outPath, cleanup)) return result::kFailed;
   // The rename has put this very file in place (the descriptor says which).
   struct stat now {};
   struct stat held {};
   if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
-      ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+      ::fchmod(placed, plan.inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
     return result::kOutputFailed;
   }
+  return result::kDone;
+}
 
-  const std::int64_t forkLength = source != inPath                   ? wrapped.ResourceLength
-                                  : kind == survey_result::kMacBinary ? info.ResourceLength
-                                                                      : 0;
-  if (forkLength > 0 && keptFork.empty() && !rewriteHeader) {
-    window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(forkLength) + " Byte)は出力されませんでした");
+}  // namespace
+
+int Ferrox(const JobRequest& request, const JobContext& context) {
+  const std::string& inPath = request.input;
+  const std::string& outPath = request.output;
+  if (inPath.empty()) return result::kInputEmpty;
+  if (outPath.empty()) return result::kOutputEmpty;
+  JobPlan plan;
+  if (::stat(inPath.c_str(), &plan.inStat) != 0) {
+    struct stat link {};
+    return ::lstat(inPath.c_str(), &link) == 0 ? result::kFailed : result::kInputNotFound;
   }
+  // Once the old output is swapped out, the two names can no longer show that they were one file.
+  plan.sameFile = IsOtherFile(inPath, outPath) == 0;
+  if (plan.sameFile && request.flags == 0) return result::kDone;
 
+  WorkFiles cleanup;
+  if (const int rc = PlanJob(request, context, cleanup, plan); rc != result::kDone) return rc;
+  const ProgressPanelOn panel(context.window);
+  if (!context.window.ConvBusy()) return result::kCancelled;
+  Fd work;
+  std::string stem;
+  if (const int rc = ConvertJob(request, context, plan, cleanup, work, stem); rc != result::kDone) return rc;
+  if (const int rc = PlaceJob(outPath, context, plan, cleanup, work, stem); rc != result::kDone) return rc;
+
+  if (plan.droppedFork > 0 && plan.keptFork.empty() && !plan.rewriteHeader) {
+    context.window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(plan.droppedFork) + " Byte)は出力されませんでした");
+  }
   // Only an input that nobody changed since it was read may go: data added
   // during the run would be lost with it.
-  if ((settings.FileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
-      Unchanged(inPath, inStat)) {
+  if ((context.settings.FileMode & file_mode::kDeleteInput) != 0 && !plan.sameFile &&
+      IsOtherFile(inPath, outPath) != 0 && Unchanged(inPath, plan.inStat)) {
     ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
   }
   return result::kDone;
