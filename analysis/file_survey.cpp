@@ -307,51 +307,63 @@ bool NamesAbsolutePath(const std::string& path) {
 
 }  // namespace
 
-int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& settings,
+const char* SurveyKindText(SurveyKind kind) noexcept {
+  switch (kind) {
+    case SurveyKind::Ordinary: return "file";
+    case SurveyKind::MacBinary: return "macbinary";
+    case SurveyKind::Folder: return "folder";
+    case SurveyKind::Wildcard: return "wildcard";
+    case SurveyKind::Quoted: return "list";
+    case SurveyKind::Unreadable: break;
+  }
+  return "unreadable";
+}
+
+SurveyKind FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& settings,
                             ProgressSink& sink, MacBinaryInfo& info, std::uint16_t& flags) {
   namespace fs = std::filesystem;
   if (!NamesAbsolutePath(path)) {
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
   if (path.find_first_of("*?") != std::string::npos) {
-    return survey_result::kWildcard;
+    return SurveyKind::Wildcard;
   }
   const std::size_t first = path.find_first_not_of(' ');
   if (path[first] == '"') {
-    return survey_result::kQuoted;
+    return SurveyKind::Quoted;
   }
   return SurveyFile(path, settings, sink, info, flags);
 }
 
-int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
                            MacBinaryInfo& info, std::uint16_t& flags) {
   namespace fs = std::filesystem;
   if (!NamesAbsolutePath(path)) {
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
   std::error_code ec;
   const fs::path p(path);
   const fs::file_status status = fs::status(p, ec);
   if (ec || !fs::exists(status)) {
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
   if (fs::is_directory(status)) {
-    return survey_result::kFolder;
+    return SurveyKind::Folder;
   }
   // A pipe or a device could block or never end: only regular files are surveyed.
   if (!fs::is_regular_file(status)) {
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
   struct stat st {};
   if (::stat(p.c_str(), &st) != 0) {
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
   const auto nanoseconds = [](const timespec& t) { return std::int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; };
   const FileIdentity identity{st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
   const std::int64_t length = identity.length;
   if (valid_ && path_ == path && identity_ == identity &&
       settings_ == settings) {
-    if (result_ == survey_result::kMacBinary) {
+    if (result_ == SurveyKind::MacBinary) {
       info = info_;
     }
     flags = flags_;
@@ -359,11 +371,11 @@ int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settin
   }
 
   MacBinaryInfo mac;
-  int result = survey_result::kOrdinary;
+  SurveyKind result = SurveyKind::Ordinary;
   std::int64_t start = 0;
   std::int64_t range = length;
   if (MBInfGet(p, mac) == 0) {
-    result = survey_result::kMacBinary;
+    result = SurveyKind::MacBinary;
     start = kMacBinaryHeaderSize;
     range = mac.DataLength;
   }
@@ -373,10 +385,10 @@ int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settin
   std::uint16_t found = 0;
   WrappedMacFile wrapped;
   std::string wrapError;
-  const bool wrappedFile = result == survey_result::kOrdinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
+  const bool wrappedFile = result == SurveyKind::Ordinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
   if (wrappedFile && !wrapError.empty()) {
     // A damaged wrapper: the job reports what is wrong with it.
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
   if (wrappedFile) {
     // BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
@@ -384,18 +396,18 @@ int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settin
     if (wrapped.Kind == MacWrapper::AppleSingle) {
       start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
       if (!FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found)) {
-        return survey_result::kUnreadable;
+        return SurveyKind::Unreadable;
       }
     } else {
       std::string sample;
-      if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return survey_result::kUnreadable;
+      if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return SurveyKind::Unreadable;
       std::istringstream in(sample);
       if (!FileTypeChkSub(in, 0, static_cast<std::int64_t>(sample.size()), settings, sink, found)) {
-        return survey_result::kUnreadable;
+        return SurveyKind::Unreadable;
       }
     }
   } else if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
 
   valid_ = true;
@@ -405,7 +417,7 @@ int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settin
   info_ = mac;
   flags_ = found;
   result_ = result;
-  if (result == survey_result::kMacBinary) {
+  if (result == SurveyKind::MacBinary) {
     info = mac;
   }
   flags = found;

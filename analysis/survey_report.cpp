@@ -176,7 +176,7 @@ void AppendSidecarBlock(ReportText& out, const std::string& path, std::int64_t l
   out.Line(block.substr(0, block.size() - 2));
 }
 
-void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint16_t f,
+void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, std::uint16_t f,
                       const MacBinaryInfo& mac, const ReportSettings& s,
                       const SuffixLookup& lookup, const std::string& sidecar) {
   out.Line(Heading(path));
@@ -240,7 +240,7 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
   if ((f & survey::kBinTolerated) != 0) {
     AppendHint(out, s.ConvMode);
   }
-  if (r == survey_result::kMacBinary) {
+  if (r == SurveyKind::MacBinary) {
     std::string block;
     AppendMacBinaryInfo(block, mac, lookup ? lookup(mac.FileType, mac.Creator) : nullptr);
     out.Line(block.substr(0, block.size() - 2));
@@ -268,14 +268,14 @@ std::string InfoTextSet(FileSurvey& survey, const std::string& path,
   const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
   MacBinaryInfo mac;
   std::uint16_t f = 0;
-  const int r = survey.FileTypeChk(path, surveySettings, sink, mac, f);
+  const SurveyKind r = survey.FileTypeChk(path, surveySettings, sink, mac, f);
   ReportText out;
-  if (r == survey_result::kUnreadable) {
+  if (r == SurveyKind::Unreadable) {
     out.Line("読込みできません。");
-  } else if (r == survey_result::kFolder && (settings.FileMode & kFolderSelect) == 0) {
+  } else if (r == SurveyKind::Folder && (settings.FileMode & kFolderSelect) == 0) {
     out.Line("[入力ﾌｧｲﾙ]にフォルダが設定されています。");
     out.Line("フォルダを指定するには[フォルダ選択を有効にする]にチェックが必要です。");
-  } else if (r == survey_result::kOrdinary || r == survey_result::kMacBinary) {
+  } else if (r == SurveyKind::Ordinary || r == SurveyKind::MacBinary) {
     AppendFileReport(out, path, r, f, mac, settings, lookup, sidecar);
   } else if (!expanded.empty()) {
     out.Line(Heading(path));

@@ -62,12 +62,31 @@ std::string WorkAreaFullMessage() {
   return "作業領域(" + MountPointOf(WorkFolder()) + "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした";
 }
 
+namespace {
+
+// Shows the message for what the job returned; the result says which side of
+// the pair it concerns.
+RunResult ReportJobResult(ConvWindow& window, JobResult rc, const std::string& inPath) {
+  switch (rc) {
+    case JobResult::Done: return RunResult::Done;
+    case JobResult::Cancelled: return RunResult::Cancelled;
+    case JobResult::DiskFull: window.Message(WorkAreaFullMessage()); return RunResult::InputSide;
+    case JobResult::InputNotFound: window.Message(InputNotFound(inPath)); return RunResult::InputSide;
+    default: break;
+  }
+  window.Message(JobResultText(rc));
+  if (rc == JobResult::OutputFailed || rc == JobResult::OutputEmpty) return RunResult::OutputSide;
+  return rc == JobResult::Settings ? RunResult::SettingsSide : RunResult::InputSide;
+}
+
+}  // namespace
+
 std::vector<std::string> ConvDriver::PlannedInputs(const std::string& inBox, const std::string& outBox) {
   PlanningWindow window;
   ConvDriver walk(window, settings_, gaiji_);
   std::vector<std::string> inputs;
   walk.planned_ = &inputs;
-  if (walk.Ferrox_Click_Etc({inBox, outBox, {}, {}}) != result::kDone) inputs.clear();
+  if (walk.Ferrox_Click_Etc({inBox, outBox, {}, {}}) != RunResult::Done) inputs.clear();
   return inputs;
 }
 
@@ -79,11 +98,11 @@ bool ConvDriver::EnsureFolder(const std::string& folder) {
 ConvDriver::ConvDriver(ConvWindow& window, ConversionSettings& settings, const GaijiTable* gaiji)
     : window_(window), settings_(settings), gaiji_(gaiji) {}
 
-int ConvDriver::Ferrox_Click_Etc(const RunRequest& request) {
+RunResult ConvDriver::Ferrox_Click_Etc(const RunRequest& request) {
   const BoxEntry in = ParseBoxEntry(request.input);
   if (in.kind == EntryKind::Empty) {
     window_.Message("入力ﾌｧｲﾙが指定されていません");
-    return result::kInputSide;
+    return RunResult::InputSide;
   }
   std::vector<std::string> outputs;
   if (in.kind == EntryKind::List) {
@@ -92,12 +111,12 @@ int ConvDriver::Ferrox_Click_Etc(const RunRequest& request) {
     const std::string& path = in.names.front();
     if (path.size() > kMaxPathBytes) {
       window_.Message(InputNotFound(request.input));
-      return result::kInputSide;
+      return RunResult::InputSide;
     }
     std::string output = NormalizeEntry(request.output);
     if (output.size() > kMaxPathBytes) {
       window_.Message("出力ﾌｧｲﾙ/ﾌｫﾙﾀﾞ名が長すぎます");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
     // A trailing "/" says the output is a folder.
     const std::string_view typed = TrimBlanks(request.output);
@@ -105,7 +124,7 @@ int ConvDriver::Ferrox_Click_Etc(const RunRequest& request) {
     outputs.push_back(std::move(output));
     if (in.kind == EntryKind::Path && !FileExists(path)) {
       window_.Message(InputNotFound(request.input));
-      return result::kInputSide;
+      return RunResult::InputSide;
     }
   }
   oneFile_ = in.kind == EntryKind::Path && !IsFolder(in.names.front());
@@ -115,16 +134,16 @@ int ConvDriver::Ferrox_Click_Etc(const RunRequest& request) {
   window_.SetConvBusy(true);
   ForgetSweptFolders();  // each run looks for what crashed runs left
   window_.AllEnabled(false);
-  const int rc = Ferrox_Click_EtcSub1(in.names, std::move(outputs));
+  const RunResult rc = Ferrox_Click_EtcSub1(in.names, std::move(outputs));
   window_.AllEnabled(true);
   window_.SetConvBusy(false);
   return rc;
 }
 
-int ConvDriver::Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std::vector<std::string> outputs) {
+RunResult ConvDriver::Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std::vector<std::string> outputs) {
   if (inputs.size() != outputs.size()) {
     window_.Message("入力ﾌｧｲﾙと出力ﾌｧｲﾙの数が一致しません");
-    return result::kInputSide;
+    return RunResult::InputSide;
   }
   // A file whose output names a folder ("dir/") goes into it under its own name.
   for (std::size_t i = 0; i < inputs.size(); ++i) {
@@ -133,21 +152,21 @@ int ConvDriver::Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std
     }
   }
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (const int rc = CheckPair(inputs[i], outputs[i]); rc != 0) return rc;
+    if (const RunResult rc = CheckPair(inputs[i], outputs[i]); rc != RunResult::Done) return rc;
   }
-  if (const int rc = CheckOutputsDistinct(inputs, outputs); rc != 0) return rc;
+  if (const RunResult rc = CheckOutputsDistinct(inputs, outputs); rc != RunResult::Done) return rc;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (const int rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]); rc != 0) return rc;
+    if (const RunResult rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]); rc != RunResult::Done) return rc;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
 // The output kind rules: a file never goes onto an existing folder or a name
 // ending in "/", and a folder never onto an existing file.
-int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
+RunResult ConvDriver::CheckPair(const std::string& input, const std::string& output) {
   if (input.empty()) {
     window_.Message("入力ﾌｧｲﾙ [" + input + "] が不正です");
-    return result::kInputSide;
+    return RunResult::InputSide;
   }
   const bool wild = HasWildcard(input);
   bool wrongKind = output.empty();
@@ -160,36 +179,36 @@ int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
   }
   if (wrongKind) {
     window_.Message("出力ﾌｧｲﾙ [" + output + "] が不正です");
-    return result::kOutputSide;
+    return RunResult::OutputSide;
   }
   if (HasWildcard(output)) {
     window_.Message("[" + output + "] 出力ﾌｧｲﾙにﾜｲﾙﾄﾞｶｰﾄﾞは指定できません");
-    return result::kOutputSide;
+    return RunResult::OutputSide;
   }
   if (wild) {
     const std::string folder = GetParentFolder(input);
     if (folder.empty()) {
       window_.Message("[" + input + "] ﾊﾟｽ（ﾌｫﾙﾀﾞ名）が指定されていません");
-      return result::kInputSide;
+      return RunResult::InputSide;
     }
     if (HasWildcard(folder)) {
       window_.Message("[" + input + "] ﾜｲﾙﾄﾞｶｰﾄﾞはﾊﾟｽの途中で使用できません");
-      return result::kInputSide;
+      return RunResult::InputSide;
     }
     if (FileExists(output) && !IsFolder(output)) {
       window_.Message("出力ﾌｫﾙﾀﾞ [" + output + "] が不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
   } else if (!FileExists(input)) {
     window_.Message(InputNotFound(input));
-    return result::kInputSide;
+    return RunResult::InputSide;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
 // In a list, no output may repeat or be the input of another pair: the later
 // conversion would overwrite what the earlier one made or read.
-int ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
+RunResult ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
                                      const std::vector<std::string>& outputs) {
   std::multimap<std::string, std::size_t> inputAt;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
@@ -202,25 +221,25 @@ int ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
     const bool othersInput = std::any_of(first, last, [i](const auto& entry) { return entry.second != i; });
     if (!seen.insert(key).second || othersInput) {
       window_.Message("出力ﾌｧｲﾙ [" + outputs[i] + "] が不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
-int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string& output) {
+RunResult ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string& output) {
   batchRoot_.clear();
   if (!HasWildcard(input)) {
     if (!IsFolder(input)) return ConvertPair(input, output);
-    if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
+    if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return RunResult::Done;
     if (!FileExists(output) && !EnsureFolder(output)) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
     outputRoot_ = output;
     batchRoot_ = input;
     runNames_ = {};
-    const int rc = Ferrox_Click_EtcSub3(input, output);
+    const RunResult rc = Ferrox_Click_EtcSub3(input, output);
     batchRoot_.clear();
     return rc;
   }
@@ -239,40 +258,40 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
 
   if (!EnsureFolder(outFolder)) {
     window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-    return result::kOutputSide;
+    return RunResult::OutputSide;
   }
   outputRoot_ = outFolder;
   batchRoot_ = inFolder;
   runNames_ = {};
   for (const auto& [name, isFolder] : entries) {
-    int rc = result::kDone;
+    RunResult rc = RunResult::Done;
     if (IsSidecarEntry(inFolder, name, isFolder)) continue;
     if (isFolder) {
       if ((settings_.FileMode & file_mode::kFolderSelect) == 0) continue;
       if (IsOutputRoot(inFolder + name)) continue;
       if (!EnsureFolder(outFolder + name)) {
         window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-        return result::kOutputSide;
+        return RunResult::OutputSide;
       }
       rc = Ferrox_Click_EtcSub3(inFolder + name, outFolder + name);
     } else {
       rc = ConvertPair(inFolder + name, outFolder + name);
     }
-    if (rc != 0) return rc;
+    if (rc != RunResult::Done) return rc;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
-int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder) {
+RunResult ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder) {
   // The whole listing is taken before anything is converted, so files the run
   // writes into this folder (backups, outputs) are never taken as inputs.
   const FolderListing listing = ListFolder(inFolder);
   for (const auto& name : listing.files) {
     if (IsOwnBackup(name)) continue;
     if (IsSidecarEntry(inFolder, name, false)) continue;
-    if (const int rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != 0) return rc;
+    if (const RunResult rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != RunResult::Done) return rc;
   }
-  if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
+  if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return RunResult::Done;
   for (const auto& name : listing.folders) {
     if (IsSidecarEntry(inFolder, name, true)) continue;
     const std::string inSub = Join(inFolder, name);
@@ -280,11 +299,11 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
     if (IsOutputRoot(inSub)) continue;  // an output folder inside the input is not walked again
     if (!FileExists(outSub) && !EnsureFolder(outSub)) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
-    if (const int rc = Ferrox_Click_EtcSub3(inSub, outSub); rc != 0) return rc;
+    if (const RunResult rc = Ferrox_Click_EtcSub3(inSub, outSub); rc != RunResult::Done) return rc;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
 // With backups on, a ".bak" in a walked folder is the backup of an earlier
@@ -298,10 +317,10 @@ bool ConvDriver::IsOutputRoot(const std::string& folder) const {
   return !outputRoot_.empty() && SameFile(folder, outputRoot_);
 }
 
-int ConvDriver::ConvertPair(const std::string& input, std::string output) {
+RunResult ConvDriver::ConvertPair(const std::string& input, std::string output) {
   if (planned_ != nullptr) {
     planned_->push_back(input);
-    return result::kDone;
+    return RunResult::Done;
   }
   sidecar_.clear();
   if (!batchRoot_.empty()) {
@@ -328,7 +347,7 @@ int ConvDriver::ConvertPair(const std::string& input, std::string output) {
 
 // An existing output, and with FileMode bit 1 its backup, is replaced only when
 // it is a regular file (the backup one of this user's own, or the input).
-int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& outPath) {
+RunResult ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& outPath) {
   std::string refused;
   struct stat out {};
   if (::stat(outPath.c_str(), &out) == 0 && !S_ISREG(out.st_mode)) {
@@ -342,18 +361,18 @@ int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& o
       refused = backup;
     }
   }
-  if (refused.empty()) return result::kDone;
+  if (refused.empty()) return RunResult::Done;
   window_.Message("出力ﾌｧｲﾙ [" + refused + "] が不正です");
-  return result::kOutputSide;
+  return RunResult::OutputSide;
 }
 
-int ConvDriver::Ferrox_Click_File(const JobRequest& request) {
-  if (!window_.ConvBusy()) return result::kCancelled;
+RunResult ConvDriver::Ferrox_Click_File(const JobRequest& request) {
+  if (!window_.ConvBusy()) return RunResult::Cancelled;
   const MessagesAboutFile about(window_, request.input);
   const std::uint16_t flags = request.flags;
   if (flags == 0 && oneFile_) {
     window_.Message("変換設定がされていません");
-    return result::kSettingsSide;
+    return RunResult::SettingsSide;
   }
 
   const std::string& inPath = request.input;
@@ -363,49 +382,25 @@ int ConvDriver::Ferrox_Click_File(const JobRequest& request) {
     const bool usable = FileExists(folder) ? IsFolder(folder) : MakeFolder(folder);
     if (!usable) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
   }
 
-  if (const int rc = CheckReplaceable(inPath, outPath); rc != 0) return rc;
+  if (const RunResult rc = CheckReplaceable(inPath, outPath); rc != RunResult::Done) return rc;
 
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
   const JobContext context{window_, settings_, gaiji_, sidecar_};
-  switch (Ferrox(request, context)) {
-    case result::kDiskFull:
-      window_.Message(WorkAreaFullMessage());
-      return result::kInputSide;
-    case result::kCancelled:
-      return result::kCancelled;
-    case result::kFailed:
-      window_.Message("変換出来ませんでした");
-      return result::kInputSide;
-    case result::kOutputFailed:
-      window_.Message("変換出来ませんでした");
-      return result::kOutputSide;
-    case result::kSettings:
-      window_.Message("変換設定に誤りがあります");
-      return result::kSettingsSide;
-    case result::kOutputEmpty:
-      window_.Message("出力ﾌｧｲﾙが指定されていません");
-      return result::kOutputSide;
-    case result::kInputEmpty:
-      window_.Message("入力ﾌｧｲﾙが指定されていません");
-      return result::kInputSide;
-    case result::kInputNotFound:
-      window_.Message(InputNotFound(inPath));
-      return result::kInputSide;
-    default:
-      if (leftAsItIs) {
-        ++tally_.skipped;
-      } else if ((flags & kJobText) != 0) {
-        ++tally_.converted;
-      } else {
-        ++tally_.copied;
-      }
-      return result::kDone;
+  const RunResult rc = ReportJobResult(window_, Ferrox(request, context), inPath);
+  if (rc != RunResult::Done) return rc;
+  if (leftAsItIs) {
+    ++tally_.skipped;
+  } else if ((flags & kJobText) != 0) {
+    ++tally_.converted;
+  } else {
+    ++tally_.copied;
   }
+  return RunResult::Done;
 }
 
 }  // namespace ferrox

@@ -4,9 +4,7 @@
 // checks every pair before any file is touched, walks files and folders,
 // decides each file's job flags by the one rule of input_proposal.h, and
 // hands each plan to the job, telling the window which pair it is. Every
-// message goes to the window; results are 0, -1 input side, -2 output side,
-// -3 settings, -6 cancelled. A window that gets -6 from Ferrox_Click_Etc
-// closes itself.
+// message goes to the window; the result says where the user should look.
 
 #include <cstdint>
 #include <string>
@@ -23,6 +21,10 @@ namespace ferrox {
 class ConvWindow;
 class GaijiTable;
 struct ConversionSettings;
+
+// How a run ended: done, or stopped by the input side, the output side, the
+// settings, or the user. A window that gets Cancelled closes itself.
+enum class RunResult { Done = 0, InputSide = -1, OutputSide = -2, SettingsSide = -3, Cancelled = -6 };
 
 // What a run is asked to do: the two box texts, and what the user pinned for
 // the job flags of a one-file run and of each file of a folder, wildcard or
@@ -48,7 +50,7 @@ class ConvDriver {
   ConvDriver& operator=(const ConvDriver&) = delete;
 
   // The whole run.
-  [[nodiscard]] int Ferrox_Click_Etc(const RunRequest& request);
+  [[nodiscard]] RunResult Ferrox_Click_Etc(const RunRequest& request);
 
   // The suffix table, for Mac names in folder and wildcard runs (FileMode 512).
   void SetSuffixTable(const SuffixTable* table) noexcept { suffixes_ = table; }
@@ -67,15 +69,15 @@ class ConvDriver {
   [[nodiscard]] const Tally& LastRun() const noexcept { return tally_; }
 
  private:
-  int Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std::vector<std::string> outputs);
-  int Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
-  int Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
-  int CheckPair(const std::string& input, const std::string& output);
-  int CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
-  int CheckReplaceable(const std::string& inPath, const std::string& outPath);
-  int ConvertPair(const std::string& input, std::string output);
+  RunResult Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std::vector<std::string> outputs);
+  RunResult Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
+  RunResult Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
+  RunResult CheckPair(const std::string& input, const std::string& output);
+  RunResult CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
+  RunResult CheckReplaceable(const std::string& inPath, const std::string& outPath);
+  RunResult ConvertPair(const std::string& input, std::string output);
   // One file: converts the plan and shows the job's message, if any.
-  int Ferrox_Click_File(const JobRequest& request);
+  RunResult Ferrox_Click_File(const JobRequest& request);
   bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
   [[nodiscard]] bool IsOwnBackup(const std::string& name) const;

@@ -106,21 +106,21 @@ struct JobPlan {
 // A BinHex or AppleSingle input is unwrapped into a private work file first,
 // every CRC and length checked before anything else is written; the survey
 // and the conversion then read that data fork like any file.
-int UnwrapInput(const std::string& inPath, const JobContext& context, WorkFiles& cleanup, JobPlan& plan,
+JobResult UnwrapInput(const std::string& inPath, const JobContext& context, WorkFiles& cleanup, JobPlan& plan,
                 WrappedMacFile& wrapped) {
   const bool keepFork = (context.settings.FileMode & file_mode::kResourceForks) != 0;
   std::string wrapError;
-  if (ProbeMacWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return result::kDone;
+  if (ProbeMacWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return JobResult::Done;
   if (wrapError.empty()) {
     plan.source = NewWorkFile(cleanup);
     const bool withFork = keepFork && wrapped.ResourceLength > 0;
     if (withFork) plan.keptFork = NewWorkFile(cleanup);
-    if (plan.source.empty() || (withFork && plan.keptFork.empty())) return result::kFailed;
+    if (plan.source.empty() || (withFork && plan.keptFork.empty())) return JobResult::Failed;
     (void)UnwrapMacFile(inPath, wrapped, plan.source, plan.keptFork, wrapError);
   }
-  if (wrapError.empty()) return result::kDone;
+  if (wrapError.empty()) return JobResult::Done;
   context.window.Message("[" + inPath + "] " + wrapError);
-  return result::kFailed;
+  return JobResult::Failed;
 }
 
 // The resource fork that the output drops, kept as an AppleDouble work file
@@ -134,23 +134,23 @@ bool KeepFork(const std::string& from, std::int64_t at, std::int64_t length,
 // The plan: the input unwrapped and surveyed afresh (a remembered survey
 // could belong to what lay at this name before an earlier pair of the run
 // replaced it), where its data lies, which dates and forks go with it.
-int PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cleanup, JobPlan& plan) {
+JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cleanup, JobPlan& plan) {
   const ConversionSettings& settings = context.settings;
   const std::string& inPath = request.input;
   WrappedMacFile wrapped;
   plan.source = inPath;
-  if (const int rc = UnwrapInput(inPath, context, cleanup, plan, wrapped); rc != result::kDone) return rc;
+  if (const JobResult rc = UnwrapInput(inPath, context, cleanup, plan, wrapped); rc != JobResult::Done) return rc;
   const bool unwrapped = plan.source != inPath;
   MacBinaryInfo info;
-  const int kind = FileSurvey().SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
-  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
+  const SurveyKind kind = FileSurvey().SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
+  if (!Surveyed(kind)) return JobResult::Failed;
 
   const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0;
   const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
   plan.dataLength = unwrapped ? wrapped.DataLength : plan.inStat.st_size;
   plan.droppedFork = unwrapped ? wrapped.ResourceLength : 0;
   if (unwrapped && wrapped.HasDates && macDates) plan.macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
-  if (kind == survey_result::kMacBinary) {
+  if (kind == SurveyKind::MacBinary) {
     plan.dataStart = kMacBinaryHeaderSize;
     plan.dataLength = info.DataLength;
     if (!unwrapped) plan.droppedFork = info.ResourceLength;
@@ -160,25 +160,25 @@ int PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cle
     const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, plan.inStat.st_size - forkAt);
     if (keepFork && !plan.rewriteHeader && forkLength > 0 && !unwrapped &&
         !KeepFork(plan.source, forkAt, forkLength, MakeFinderInfo(info.FileType, info.Creator), cleanup, plan)) {
-      return result::kFailed;
+      return JobResult::Failed;
     }
   }
   // An AppleDouble sidecar lends its dates (FileMode 4) and its resource fork (FileMode 1024).
-  if (AppleFileInfo side; !unwrapped && kind == survey_result::kOrdinary && !context.sidecar.empty() &&
+  if (AppleFileInfo side; !unwrapped && kind == SurveyKind::Ordinary && !context.sidecar.empty() &&
                           ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
     if (side.HasDates && macDates) plan.macTimes = MacFileTimes(side.Created, side.Modified);
     if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0 &&
         !KeepFork(context.sidecar, side.ResourceFork->Offset, side.ResourceFork->Length, side.FinderInfo, cleanup,
                   plan)) {
-      return result::kFailed;
+      return JobResult::Failed;
     }
   }
   if ((request.flags & kJobText) != 0 && plan.typeWord == 0) plan.typeWord = survey::kForcedText;
-  return result::kDone;
+  return JobResult::Done;
 }
 
 // The conversion into a private work file, opened as `work`; `stem` names it.
-int ConvertJob(const JobRequest& request, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
+JobResult ConvertJob(const JobRequest& request, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
                Fd& work, std::string& stem) {
   const ConversionSettings& settings = context.settings;
   const std::string workFolder = WorkFolder();
@@ -187,21 +187,21 @@ int ConvertJob(const JobRequest& request, const JobContext& context, const JobPl
   stem = NextWorkStem();
   const std::string workFile = workFolder + stem + ".tmp";
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
-  const int rc = FerroxConv(workFile, plan.source, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
+  const JobResult rc = FerroxConv(workFile, plan.source, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
                             plan.rewriteHeader, options, context.window);
-  if (rc != 0) return rc;
+  if (rc != JobResult::Done) return rc;
   cleanup.Add(workFile);
   context.window.ShowProgress(plan.dataLength, plan.dataLength);
 
   // From here on the work file is handled through its descriptor only.
   work.Reset(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-  if (work.get() < 0 || !OwnPrivateFile(work.get())) return result::kFailed;
+  if (work.get() < 0 || !OwnPrivateFile(work.get())) return JobResult::Failed;
   if (plan.rewriteHeader) {
     struct stat st {};
-    if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return result::kFailed;
-    if (MBInfPut(work.get(), st.st_size - kMacBinaryHeaderSize) != 0) return result::kFailed;
+    if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return JobResult::Failed;
+    if (MBInfPut(work.get(), st.st_size - kMacBinaryHeaderSize) != 0) return JobResult::Failed;
   }
-  return result::kDone;
+  return JobResult::Done;
 }
 
 // The kept resource fork beside the output, under the name today's tools look for.
@@ -230,7 +230,7 @@ Disposal DisposalOf(const std::string& outPath, std::uint16_t fileMode) {
 }
 
 // The new data, in the work file `work` named by `stem`, goes to the output.
-int PlaceJob(const std::string& outPath, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
+JobResult PlaceJob(const std::string& outPath, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
              const Fd& work, const std::string& stem) {
   // The new data must lie in the output's folder before the old output is
   // touched: a rename never crosses file systems (nor bind mounts of one). A
@@ -241,7 +241,7 @@ int PlaceJob(const std::string& outPath, const JobContext& context, const JobPla
   Fd copy;
   if (::link(workFile.c_str(), staged.c_str()) != 0) {
     copy.Reset(CopyToNewFile(work.get(), staged));
-    if (copy.get() < 0) return result::kOutputFailed;
+    if (copy.get() < 0) return JobResult::OutputFailed;
   }
   ::unlink(workFile.c_str());
   cleanup.Release(workFile);
@@ -250,7 +250,7 @@ int PlaceJob(const std::string& outPath, const JobContext& context, const JobPla
   // Flushed and dated before the rename; the input's permission bits come
   // after it, through the descriptor, so what a crash leaves is private and
   // nobody can swap the name for a link to something else in between.
-  if (::fsync(placed) != 0) return result::kFailed;
+  if (::fsync(placed) != 0) return JobResult::Failed;
   if (plan.macTimes) {
     (void)SetFileTimes(placed, *plan.macTimes);
   } else {
@@ -258,44 +258,44 @@ int PlaceJob(const std::string& outPath, const JobContext& context, const JobPla
     (void)::futimens(placed, times);
   }
   if (!PlaceOutput(staged, outPath, DisposalOf(outPath, context.settings.FileMode), plan.inStat, NextWorkStem)) {
-    return result::kOutputFailed;
+    return JobResult::OutputFailed;
   }
   cleanup.Release(staged);
-  if (!plan.keptFork.empty() && !PlaceFork(plan, outPath, cleanup)) return result::kFailed;
+  if (!plan.keptFork.empty() && !PlaceFork(plan, outPath, cleanup)) return JobResult::Failed;
   // The rename has put this very file in place (the descriptor says which).
   struct stat now {};
   struct stat held {};
   if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
       ::fchmod(placed, plan.inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
-    return result::kOutputFailed;
+    return JobResult::OutputFailed;
   }
-  return result::kDone;
+  return JobResult::Done;
 }
 
 }  // namespace
 
-int Ferrox(const JobRequest& request, const JobContext& context) {
+JobResult Ferrox(const JobRequest& request, const JobContext& context) {
   const std::string& inPath = request.input;
   const std::string& outPath = request.output;
-  if (inPath.empty()) return result::kInputEmpty;
-  if (outPath.empty()) return result::kOutputEmpty;
+  if (inPath.empty()) return JobResult::InputEmpty;
+  if (outPath.empty()) return JobResult::OutputEmpty;
   JobPlan plan;
   if (::stat(inPath.c_str(), &plan.inStat) != 0) {
     struct stat link {};
-    return ::lstat(inPath.c_str(), &link) == 0 ? result::kFailed : result::kInputNotFound;
+    return ::lstat(inPath.c_str(), &link) == 0 ? JobResult::Failed : JobResult::InputNotFound;
   }
   // Once the old output is swapped out, the two names can no longer show that they were one file.
   plan.sameFile = IsOtherFile(inPath, outPath) == 0;
-  if (plan.sameFile && request.flags == 0) return result::kDone;
+  if (plan.sameFile && request.flags == 0) return JobResult::Done;
 
   WorkFiles cleanup;
-  if (const int rc = PlanJob(request, context, cleanup, plan); rc != result::kDone) return rc;
+  if (const JobResult rc = PlanJob(request, context, cleanup, plan); rc != JobResult::Done) return rc;
   const ProgressPanelOn panel(context.window);
-  if (!context.window.ConvBusy()) return result::kCancelled;
+  if (!context.window.ConvBusy()) return JobResult::Cancelled;
   Fd work;
   std::string stem;
-  if (const int rc = ConvertJob(request, context, plan, cleanup, work, stem); rc != result::kDone) return rc;
-  if (const int rc = PlaceJob(outPath, context, plan, cleanup, work, stem); rc != result::kDone) return rc;
+  if (const JobResult rc = ConvertJob(request, context, plan, cleanup, work, stem); rc != JobResult::Done) return rc;
+  if (const JobResult rc = PlaceJob(outPath, context, plan, cleanup, work, stem); rc != JobResult::Done) return rc;
 
   if (plan.droppedFork > 0 && plan.keptFork.empty() && !plan.rewriteHeader) {
     context.window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(plan.droppedFork) + " Byte)は出力されませんでした");
@@ -306,7 +306,7 @@ int Ferrox(const JobRequest& request, const JobContext& context) {
       IsOtherFile(inPath, outPath) != 0 && Unchanged(inPath, plan.inStat)) {
     ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
   }
-  return result::kDone;
+  return JobResult::Done;
 }
 
 }  // namespace ferrox

@@ -21,6 +21,7 @@
 #include <string>
 
 #include "app/work_files.h"
+#include "convert/result_code.h"
 
 namespace ferrox {
 
@@ -46,10 +47,11 @@ struct JobRequest {
   std::uint16_t flags = 0;  // kJobText, kJobMacBinaryCut
 };
 
-// Returns 0 (done, or nothing to do), -1 input not found, -2 input path empty,
-// -3 output path empty, or the conversion pass's -4, -5, -6, -7; -5 also for
-// any other failure on the way, except -8 when the new output could not be
-// put beside or at the output (the old output then stands as it was).
-[[nodiscard]] int Ferrox(const JobRequest& request, const JobContext& context);
+// Returns Done (done, or nothing to do), InputNotFound, InputEmpty,
+// OutputEmpty, or the conversion pass's Settings, Failed, Cancelled,
+// DiskFull; Failed also for any other failure on the way, except
+// OutputFailed when the new output could not be put beside or at the output
+// (the old output then stands as it was).
+[[nodiscard]] JobResult Ferrox(const JobRequest& request, const JobContext& context);
 
 }  // namespace ferrox

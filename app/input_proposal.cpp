@@ -13,11 +13,11 @@ std::optional<CheckBoxes> ProposeCheckBoxes(FileSurvey& survey, const std::strin
                                             const SurveySettings& settings, ProgressSink& sink) {
   MacBinaryInfo info;
   std::uint16_t flags = 0;
-  const int kind = survey.SurveyFile(path, settings, sink, info, flags);
-  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return std::nullopt;
+  const SurveyKind kind = survey.SurveyFile(path, settings, sink, info, flags);
+  if (!Surveyed(kind)) return std::nullopt;
   WrappedMacFile wrapped;
   std::string error;
-  const bool isWrapped = kind == survey_result::kMacBinary || ProbeMacWrapper(path, wrapped, error) != MacWrapper::None;
+  const bool isWrapped = kind == SurveyKind::MacBinary || ProbeMacWrapper(path, wrapped, error) != MacWrapper::None;
   // A flag word of 0 is the survey's verdict "binary": never converted as text.
   return CheckBoxes{flags != 0, isWrapped};
 }

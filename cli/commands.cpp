@@ -73,9 +73,9 @@ bool IsBinary(const std::string& path, const ConversionSettings& settings) {
   std::uint16_t flags = 0;
   const SurveySettings whole{settings.ChkSize, settings.BinRate,
                              static_cast<std::uint16_t>(settings.ConvMode | conv_mode::kFull)};
-  const int kind = survey.FileTypeChk(path, whole, sink, info, flags);
+  const SurveyKind kind = survey.FileTypeChk(path, whole, sink, info, flags);
   struct stat st {};
-  return kind == survey_result::kMacBinary || (flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0);
+  return kind == SurveyKind::MacBinary || (flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0);
 }
 
 // A box text with every name made absolute against the current folder, kept
@@ -121,20 +121,20 @@ void SayNothingToConvert(const std::string& input, const ConversionSettings& set
 
 }  // namespace
 
-int ExitStatus(int driverResult) noexcept {
+int ExitStatus(RunResult driverResult) noexcept {
   switch (driverResult) {
-    case result::kDone: return 0;
-    case result::kInputSide: return 1;
-    case result::kOutputSide: return 2;
-    case result::kSettingsSide: return 3;
-    case result::kCancelled: return kExitCancelled;
-    default: return 1;
+    case RunResult::Done: return 0;
+    case RunResult::InputSide: return 1;
+    case RunResult::OutputSide: return 2;
+    case RunResult::SettingsSide: return 3;
+    case RunResult::Cancelled: return kExitCancelled;
   }
+  return 1;
 }
 
 int RunConvert(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const std::string& inOperand = arguments.operands[0];
   const std::string& outOperand = arguments.operands[1];
   const bool fromStdin = inOperand == "-";
@@ -148,10 +148,10 @@ int RunConvert(const Arguments& arguments) {
   CliWindow::CatchInterrupt();
   StdinFile stdinFile;
   if (fromStdin) {
-    if (const int rc = stdinFile.Spool(); rc != 0) {
-      if (rc == result::kCancelled) return kExitCancelled;
-      Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
-      return ExitStatus(result::kInputSide);
+    if (const JobResult rc = stdinFile.Spool(); rc != JobResult::Done) {
+      if (rc == JobResult::Cancelled) return kExitCancelled;
+      Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
+      return ExitStatus(RunResult::InputSide);
     }
     inText = stdinFile.Path();
     store.Settings.FileMode &= static_cast<std::uint16_t>(~file_mode::kDeleteInput);  // nothing to delete
@@ -159,7 +159,7 @@ int RunConvert(const Arguments& arguments) {
   StdoutFile stdoutFile;
   if (toStdout && !stdoutFile.Create()) {
     Say(WorkAreaFullMessage());
-    return ExitStatus(result::kOutputSide);
+    return ExitStatus(RunResult::OutputSide);
   }
 
   CliWindow window;
@@ -171,31 +171,31 @@ int RunConvert(const Arguments& arguments) {
 
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSuffixTable(&store.Suffixes);
-  const int rc = driver.Ferrox_Click_Etc(request);
+  const RunResult rc = driver.Ferrox_Click_Etc(request);
   window.ClearProgressLine();
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
-  if (rc == result::kDone && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
-  if (rc != result::kDone || !toStdout) return ExitStatus(rc);
+  if (rc == RunResult::Done && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
+  if (rc != RunResult::Done || !toStdout) return ExitStatus(rc);
 
   if (!arguments.force && ::isatty(STDOUT_FILENO) == 1 && IsBinary(stdoutFile.Path(), store.Settings)) {
     Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
                                      "バイナリーの出力は端末には書きません (--force で書きます)"));
-    return ExitStatus(result::kOutputSide);
+    return ExitStatus(RunResult::OutputSide);
   }
   std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
   const int error = stdoutFile.Send();
   if (error == EPIPE) return 128 + SIGPIPE;
   if (error != 0) {
     Say("-: " + std::string(std::strerror(error)));
-    return ExitStatus(result::kOutputSide);
+    return ExitStatus(RunResult::OutputSide);
   }
   return 0;
 }
 
 int RunSurvey(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const ConversionSettings& settings = store.Settings;
   const SurveySettings surveySettings = SurveyOf(settings);
   FileSurvey survey;
@@ -207,9 +207,9 @@ int RunSurvey(const Arguments& arguments) {
     if (operand == "-") {
       CliWindow::CatchInterrupt();
       if (stdinFile.Path().empty()) {
-        if (const int rc = stdinFile.Spool(); rc != 0) {
-          if (rc == result::kCancelled) return kExitCancelled;
-          Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
+        if (const JobResult rc = stdinFile.Spool(); rc != JobResult::Done) {
+          if (rc == JobResult::Cancelled) return kExitCancelled;
+          Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
           status = 1;
           continue;
         }
@@ -219,9 +219,9 @@ int RunSurvey(const Arguments& arguments) {
     if (arguments.flagsOnly) {
       MacBinaryInfo info;
       std::uint16_t flags = 0;
-      const int kind = survey.FileTypeChk(path, surveySettings, sink, info, flags);
-      std::printf("%d 0x%04X\n", kind, static_cast<unsigned>(flags));
-      if (kind == survey_result::kUnreadable) status = 1;
+      const SurveyKind kind = survey.FileTypeChk(path, surveySettings, sink, info, flags);
+      std::printf("%d 0x%04X\n", static_cast<int>(kind), static_cast<unsigned>(flags));
+      if (kind == SurveyKind::Unreadable) status = 1;
       continue;
     }
     if (arguments.json) {
@@ -231,17 +231,17 @@ int RunSurvey(const Arguments& arguments) {
       for (const std::string& file : files) {
         MacBinaryInfo info;
         std::uint16_t flags = 0;
-        const int kind = survey.FileTypeChk(file, surveySettings, sink, info, flags);
+        const SurveyKind kind = survey.FileTypeChk(file, surveySettings, sink, info, flags);
         const std::string shown = file == path ? operand : file;
         WrappedMacFile wrapped;
         std::string wrapError;
-        const bool isWrapped = kind == survey_result::kOrdinary &&
+        const bool isWrapped = kind == SurveyKind::Ordinary &&
                                ProbeMacWrapper(file, wrapped, wrapError) != MacWrapper::None && wrapError.empty();
         std::printf("%s\n", SurveyJson({shown, file, kind, flags,
-                                         kind == survey_result::kMacBinary ? &info : nullptr,
+                                         kind == SurveyKind::MacBinary ? &info : nullptr,
                                          isWrapped ? &wrapped : nullptr, settings.ChkSize, settings.BinRate})
                                 .c_str());
-        if (kind == survey_result::kUnreadable) status = 1;
+        if (kind == SurveyKind::Unreadable) status = 1;
       }
       continue;
     }
@@ -270,7 +270,7 @@ int RunSurvey(const Arguments& arguments) {
 
 int RunSettings(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const ConversionSettings& s = store.Settings;
   std::printf("ConvMode=%u\nFileMode=%u\nLineSize=%d\nChkSize=%d\nBinRate=%d\nFNCChar=%s\nGaijiTable=%s\n",
               static_cast<unsigned>(s.ConvMode), static_cast<unsigned>(s.FileMode), s.LineSize, s.ChkSize, s.BinRate,
@@ -280,7 +280,7 @@ int RunSettings(const Arguments& arguments) {
 
 int RunName(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const auto& o = arguments.operands;
   std::printf("%s\n", ShownText(FileNameRec(store.Suffixes, NameRulesOf(store.Settings), o[0], o[1], o[2])).c_str());
   return 0;

@@ -27,37 +27,37 @@ StdinFile::~StdinFile() {
   if (!folder_.empty()) ::rmdir(folder_.c_str());
 }
 
-int StdinFile::Spool() {
+JobResult StdinFile::Spool() {
   const std::string folder = WorkFolder();
   fd_ = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (fd_ < 0) {
     std::string pattern = folder + "FRXstdin-XXXXXX";
     if (::mkdtemp(pattern.data()) == nullptr) {
-      return errno == ENOSPC || errno == EDQUOT ? result::kDiskFull : result::kFailed;
+      return errno == ENOSPC || errno == EDQUOT ? JobResult::DiskFull : JobResult::Failed;
     }
     folder_ = pattern;
     named_ = folder_ + "/in";
     fd_ = ::open(named_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd_ < 0) return errno == ENOSPC || errno == EDQUOT ? result::kDiskFull : result::kFailed;
+    if (fd_ < 0) return errno == ENOSPC || errno == EDQUOT ? JobResult::DiskFull : JobResult::Failed;
   }
   std::vector<char> buffer(kBlock);
   for (;;) {
-    if (CliWindow::Interrupted()) return result::kCancelled;
+    if (CliWindow::Interrupted()) return JobResult::Cancelled;
     const ssize_t n = ::read(STDIN_FILENO, buffer.data(), buffer.size());
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return result::kFailed;
+    if (n < 0) return JobResult::Failed;
     if (n == 0) break;
     if (!WriteAll(fd_, buffer.data(), static_cast<std::size_t>(n))) {
-      return errno == ENOSPC || errno == EDQUOT ? result::kDiskFull : result::kFailed;
+      return errno == ENOSPC || errno == EDQUOT ? JobResult::DiskFull : JobResult::Failed;
     }
   }
   // The output takes its permission bits from here: what a redirection would
   // give. Nobody else can reach the file: it has no name, or lies in a private folder.
   const mode_t mask = ::umask(0);
   ::umask(mask);
-  if (::fchmod(fd_, 0666 & ~mask) != 0) return result::kFailed;
+  if (::fchmod(fd_, 0666 & ~mask) != 0) return JobResult::Failed;
   path_ = named_.empty() ? "/proc/self/fd/" + std::to_string(fd_) : named_;
-  return 0;
+  return JobResult::Done;
 }
 
 StdoutFile::~StdoutFile() {

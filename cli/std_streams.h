@@ -14,6 +14,8 @@
 
 #include <string>
 
+#include "convert/result_code.h"
+
 namespace ferrox::cli {
 
 class StdinFile {
@@ -23,8 +25,8 @@ class StdinFile {
   StdinFile& operator=(const StdinFile&) = delete;
   ~StdinFile();
 
-  // Copies standard input. Returns 0, or result::kDiskFull, kCancelled (SIGINT), kFailed.
-  [[nodiscard]] int Spool();
+  // Copies standard input. Returns Done, DiskFull, Cancelled (SIGINT) or Failed.
+  [[nodiscard]] JobResult Spool();
   // The path the job reads.
   [[nodiscard]] const std::string& Path() const { return path_; }
 

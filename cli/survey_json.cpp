@@ -56,17 +56,6 @@ std::string MacIso(const DateTime& d) {
   return text;
 }
 
-const char* ResultName(int result) {
-  switch (result) {
-    case survey_result::kOrdinary: return "file";
-    case survey_result::kMacBinary: return "macbinary";
-    case survey_result::kFolder: return "folder";
-    case survey_result::kWildcard: return "wildcard";
-    case survey_result::kQuoted: return "list";
-    default: return "unreadable";
-  }
-}
-
 std::string List(std::initializer_list<std::pair<bool, const char*>> items) {
   std::string out = "[";
   for (const auto& [on, name] : items) {
@@ -81,10 +70,10 @@ std::string List(std::initializer_list<std::pair<bool, const char*>> items) {
 
 std::string SurveyJson(const SurveyJsonInput& in) {
   using namespace survey;
-  std::string out = "{\"path\":" + Quote(in.path) + ",\"result\":\"" + ResultName(in.result) +
-                    "\",\"result_code\":" + std::to_string(in.result);
+  std::string out = "{\"path\":" + Quote(in.path) + ",\"result\":\"" + SurveyKindText(in.result) +
+                    "\",\"result_code\":" + std::to_string(static_cast<int>(in.result));
   struct stat st {};
-  const bool surveyed = in.result == survey_result::kOrdinary || in.result == survey_result::kMacBinary;
+  const bool surveyed = Surveyed(in.result);
   if (!surveyed || ::stat(in.filePath.c_str(), &st) != 0) return out + "}";
 
   const std::uint16_t f = in.flags;

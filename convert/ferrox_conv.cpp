@@ -36,8 +36,8 @@ std::size_t SizedFor(std::int64_t bytes, std::size_t most) noexcept {
   return static_cast<std::size_t>(std::min<std::int64_t>(rounded, static_cast<std::int64_t>(most)));
 }
 
-int FailureCode() noexcept {
-  return (errno == ENOSPC || errno == EDQUOT) ? result::kDiskFull : result::kFailed;
+JobResult FailureCode() noexcept {
+  return (errno == ENOSPC || errno == EDQUOT) ? JobResult::DiskFull : JobResult::Failed;
 }
 
 // Converted bytes one block can give at most: a lone line end doubles, and a
@@ -77,7 +77,7 @@ class Pass {
     if (text_ && lineSize_ > 0) converted_.resize(convertedMax_ + 2);
   }
 
-  int Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
+  JobResult Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
           std::int64_t dataLength, bool keepHeader, std::uint16_t typeFlags);
 
  private:
@@ -133,10 +133,10 @@ bool Pass::TextBlock(const std::uint8_t* in, std::size_t length, bool last) {
   return true;
 }
 
-int Pass::Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
+JobResult Pass::Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
               std::int64_t dataLength, bool keepHeader, std::uint16_t typeFlags) {
   if (text_) codeState_ = typeFlags & survey::kMarkMask;
-  if (!reader_.Open(inPath, dataStart + dataLength)) return result::kFailed;
+  if (!reader_.Open(inPath, dataStart + dataLength)) return JobResult::Failed;
   // Copies of binary data keep the holes of a sparse input.
   if (!out_.Create(outPath, !text_)) return FailureCode();
   if (keepHeader && !CopyHeader(dataStart)) return FailureCode();
@@ -148,7 +148,7 @@ int Pass::Run(const std::string& outPath, const std::string& inPath, std::int64_
     progress_.PumpEvents();
     if (!progress_.ConvBusy()) {
       out_.Discard();
-      return result::kCancelled;
+      return JobResult::Cancelled;
     }
     const auto blockLength = static_cast<std::size_t>(
         std::min<std::int64_t>(remaining, static_cast<std::int64_t>(blockSize_)));
@@ -170,33 +170,33 @@ int Pass::Run(const std::string& outPath, const std::string& inPath, std::int64_
     if (!out_.Append(&eof, 1)) return FailureCode();
   }
   if (!out_.Finish()) return FailureCode();
-  return result::kDone;
+  return JobResult::Done;
 }
 
 }  // namespace
 
 namespace detail {
 
-int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
+JobResult FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
                      std::int64_t dataStart, std::int64_t dataLength, std::uint16_t opFlags,
                      std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
                      ProgressSink& progress, std::int32_t blockSize) {
   if (dataStart < 0 || dataLength < 0 || blockSize < 3 ||
       dataLength > std::numeric_limits<std::int64_t>::max() - dataStart) {
-    return result::kFailed;
+    return JobResult::Failed;
   }
   try {
     Pass pass(options, progress, blockSize, typeFlags, (opFlags & kOpText) != 0,
               dataStart + dataLength);
     return pass.Run(outPath, inPath, dataStart, dataLength, keepHeader, typeFlags);
   } catch (const std::bad_alloc&) {
-    return result::kFailed;  // the pass's destructor has removed its output
+    return JobResult::Failed;  // the pass's destructor has removed its output
   }
 }
 
 }  // namespace detail
 
-int FerroxConv(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
+JobResult FerroxConv(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
                std::int64_t dataLength, std::uint16_t opFlags, std::uint16_t typeFlags,
                bool keepHeader, const ConvOptions& options, ProgressSink& progress) {
   return detail::FerroxConvBlocks(outPath, inPath, dataStart, dataLength, opFlags, typeFlags,

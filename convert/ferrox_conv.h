@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "convert/result_code.h"
 #include "text/progress_sink.h"
 
 namespace ferrox {
@@ -29,10 +30,10 @@ inline constexpr std::int32_t kConvBlockSize = 8192;  // bytes read per block
 // progress, lets events run and stops when ConvBusy is false. Data past the end
 // of a shorter input reads as zero bytes.
 //
-// Returns 0, -5 (failed), -6 (cancelled) or -7 (disk full). The output must not
+// Returns Done, Failed, Cancelled or DiskFull. The output must not
 // exist: the pass creates it and refuses (-5) to write into an existing file.
 // On any non-zero result the file it created is gone.
-[[nodiscard]] int FerroxConv(const std::string& outPath, const std::string& inPath,
+[[nodiscard]] JobResult FerroxConv(const std::string& outPath, const std::string& inPath,
                              std::int64_t dataStart, std::int64_t dataLength,
                              std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader,
                              const ConvOptions& options, ProgressSink& progress);
@@ -40,7 +41,7 @@ inline constexpr std::int32_t kConvBlockSize = 8192;  // bytes read per block
 namespace detail {
 // FerroxConv with another block size (at least 3), so that tests can move block
 // boundaries through their input.
-[[nodiscard]] int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
+[[nodiscard]] JobResult FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
                                    std::int64_t dataStart, std::int64_t dataLength,
                                    std::uint16_t opFlags, std::uint16_t typeFlags,
                                    bool keepHeader, const ConvOptions& options,

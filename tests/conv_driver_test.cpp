@@ -49,7 +49,7 @@ TEST(ConvDriver, FolderWalkTakesFilesFirstThenSubfoldersEachWithItsOwnFlags) {
   RecordingWindow window;
   ConvDriver driver(window, settings, nullptr);
   // A pinned cut holds for every file; text conversion follows each survey.
-  EXPECT_EQ(driver.Ferrox_Click_Etc({" " + root + "/in/ ", root + "/out", {}, {std::nullopt, false}}), result::kDone);
+  EXPECT_EQ(driver.Ferrox_Click_Etc({" " + root + "/in/ ", root + "/out", {}, {std::nullopt, false}}), RunResult::Done);
   Names pairs;
   std::vector<std::uint16_t> flags;
   for (const auto& p : window.pairs) {

@@ -362,25 +362,24 @@ void MainWindow::comFerrox_Click() {
   HideSummary();
   const RunRequest request = MakeRunRequest();
   runStarted_ = false;
-  const int result = driver_->Ferrox_Click_Etc(request);
+  const RunResult result = driver_->Ferrox_Click_Etc(request);
   if (runStarted_) {
     // The boxes showed each pair during the run; the user's texts come back.
     SetInFileText(request.input);
     SetOutFileText(request.output);
   }
-  if (result == 0) RunFinished();
+  if (result == RunResult::Done) RunFinished();
   switch (result) {
-    case -3:
+    case RunResult::SettingsSide:
       if (chkTextCnv_->isEnabled()) chkTextCnv_->setFocus();
       break;
-    case -2: txtOutFile_->setFocus(); break;
-    case -1: txtInFile_->setFocus(); break;
-    case 0:
+    case RunResult::OutputSide: txtOutFile_->setFocus(); break;
+    case RunResult::InputSide: txtInFile_->setFocus(); break;
+    case RunResult::Done:
       QApplication::beep();
       cmdExit_->setFocus();
       break;
-    case -6: close(); break;  // the user chose to stop: the program ends
-    default: break;
+    case RunResult::Cancelled: close(); break;  // the user chose to stop: the program ends
   }
 }
 
@@ -392,8 +391,8 @@ void MainWindow::cmdInfo_Click() {
     const ConversionSettings& s = store_.Settings;
     MacBinaryInfo info;
     std::uint16_t word = 0;
-    const int kind = survey_.FileTypeChk(name, SurveyOf(s), quiet_, info, word);
-    if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) flags = word;
+    const SurveyKind kind = survey_.FileTypeChk(name, SurveyOf(s), quiet_, info, word);
+    if (Surveyed(kind)) flags = word;
   }
   ReportWindow report(lastReport_, txtInFile_->text(), flags, this);
   if (flags) {
@@ -580,16 +579,16 @@ void MainWindow::Form_Activate() {
   txtOutFile_->SetTextAtEnd(txtOutFile_->text());
   if (automatic) {
     QCoreApplication::processEvents();
-    const int result = driver_->Ferrox_Click_Etc(MakeRunRequest());
+    const RunResult result = driver_->Ferrox_Click_Etc(MakeRunRequest());
     // A run refused before it started leaves the flag set; the window is idle now.
     convBusy_ = false;
     activationPending_ = false;
-    if (result == 0) {
+    if (result == RunResult::Done) {
       QApplication::beep();
       RunFinished();
     }
     ShowInfo();  // the panel shows the last file of the run, not the first
-    if ((exec & exec_mode::kEndAfterAuto) != 0 || result == -6) {
+    if ((exec & exec_mode::kEndAfterAuto) != 0 || result == RunResult::Cancelled) {
       close();
       return;
     }
