@@ -104,6 +104,31 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   driver_ = std::make_unique<ConvDriver>(*this, store_.Settings, &store_.Gaiji);
   driver_->SetSuffixTable(&store_.Suffixes);
 
+  auto* paths = MakePathRows();
+  auto* checks = MakeCheckRow();
+  auto* info = MakeInfoPanel();
+  MakeSummary();
+  auto* buttons = MakeButtonRow();
+  auto* layout = new QVBoxLayout(this);
+  layout->addLayout(paths);
+  layout->addLayout(checks);
+  layout->addWidget(lblInfolbl_);
+  layout->addLayout(info, 1);
+  layout->addWidget(summary_);
+  layout->addLayout(buttons);
+  QWidget* const tabOrder[] = {txtInFile_, comInFile_, txtOutFile_,    comOutFile_, chkMBCut_, chkTextCnv_,
+                               cmdInfo_,   comFerrox_, cmdOpenOutput_, comVirsion_, cmdHelp_,  cmdExit_};
+  for (std::size_t i = 1; i < std::size(tabOrder); ++i) {
+    setTabOrder(tabOrder[i - 1], tabOrder[i]);
+  }
+  resize(560, 380);
+
+  ConnectControls();
+  paths_ = LoadPathMemory(store_.SettingsFile());
+  LoadHistories();
+}
+
+QGridLayout* MainWindow::MakePathRows() {
   auto* inLabel = new QLabel(QStringLiteral("入力ﾌｧｲﾙ(&I)："), this);
   txtInFile_ = new PathBox(PathBox::DropMode::List, this);
   txtInFile_->setObjectName(QStringLiteral("txtInFile"));
@@ -115,6 +140,18 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   outLabel->setBuddy(txtOutFile_);
   comOutFile_ = MakeButton(this, "comOutFile", QStringLiteral("参照(&W)..."));
 
+  auto* paths = new QGridLayout;
+  paths->addWidget(inLabel, 0, 0);
+  paths->addWidget(txtInFile_, 0, 1);
+  paths->addWidget(comInFile_, 0, 2);
+  paths->addWidget(outLabel, 1, 0);
+  paths->addWidget(txtOutFile_, 1, 1);
+  paths->addWidget(comOutFile_, 1, 2);
+  paths->setColumnStretch(1, 1);
+  return paths;
+}
+
+QHBoxLayout* MainWindow::MakeCheckRow() {
   chkMBCut_ = new QCheckBox(QStringLiteral("MacBinaryを外す(&M)"), this);
   chkMBCut_->setObjectName(QStringLiteral("chkMBCut"));
   chkMBCut_->setChecked(true);
@@ -123,6 +160,16 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   chkTextCnv_->setChecked(true);
   cmdInfo_ = MakeButton(this, "cmdInfo", QStringLiteral("調査結果(&R)..."));
 
+  auto* checks = new QHBoxLayout;
+  checks->addWidget(chkMBCut_);
+  checks->addWidget(chkTextCnv_);
+  checks->addStretch(1);
+  checks->addWidget(cmdInfo_);
+  return checks;
+}
+
+// The information panel, with the progress panel over it during a run.
+QGridLayout* MainWindow::MakeInfoPanel() {
   lblInfolbl_ = new QLabel(kInfoCaption, this);
   lblInfolbl_->setObjectName(QStringLiteral("lblInfolbl"));
   lblInfo_ = new QLabel(this);
@@ -143,6 +190,14 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   lblCnvSub2_ = meta->inner;
   picCnvMeta_->hide();
 
+  auto* info = new QGridLayout;
+  info->addWidget(infoArea, 0, 0);
+  info->addWidget(picCnvMeta_, 0, 0, Qt::AlignTop);
+  return info;
+}
+
+// The summary of the last run, with the button that opens its output folder.
+void MainWindow::MakeSummary() {
   summary_ = new QFrame(this);
   summary_->setObjectName(QStringLiteral("fraSummary"));
   summary_->setFrameStyle(QFrame::StyledPanel | QFrame::Plain);
@@ -155,48 +210,25 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   summaryRow->addWidget(cmdOpenOutput_);
   summary_->hide();
 
+}
+
+QHBoxLayout* MainWindow::MakeButtonRow() {
   comFerrox_ = MakeButton(this, "comFerrox", QStringLiteral("変換(&C)"));
   comFerrox_->setDefault(true);
   comVirsion_ = MakeButton(this, "comVirsion", QStringLiteral("設定(&S)..."));
   cmdHelp_ = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
   cmdExit_ = MakeButton(this, "cmdExit", QStringLiteral("終了(&X)"));
 
-  auto* paths = new QGridLayout;
-  paths->addWidget(inLabel, 0, 0);
-  paths->addWidget(txtInFile_, 0, 1);
-  paths->addWidget(comInFile_, 0, 2);
-  paths->addWidget(outLabel, 1, 0);
-  paths->addWidget(txtOutFile_, 1, 1);
-  paths->addWidget(comOutFile_, 1, 2);
-  paths->setColumnStretch(1, 1);
-  auto* checks = new QHBoxLayout;
-  checks->addWidget(chkMBCut_);
-  checks->addWidget(chkTextCnv_);
-  checks->addStretch(1);
-  checks->addWidget(cmdInfo_);
-  auto* info = new QGridLayout;
-  info->addWidget(infoArea, 0, 0);
-  info->addWidget(picCnvMeta_, 0, 0, Qt::AlignTop);
   auto* buttons = new QHBoxLayout;
   buttons->addWidget(comFerrox_);
   buttons->addStretch(1);
   buttons->addWidget(comVirsion_);
   buttons->addWidget(cmdHelp_);
   buttons->addWidget(cmdExit_);
-  auto* layout = new QVBoxLayout(this);
-  layout->addLayout(paths);
-  layout->addLayout(checks);
-  layout->addWidget(lblInfolbl_);
-  layout->addLayout(info, 1);
-  layout->addWidget(summary_);
-  layout->addLayout(buttons);
-  QWidget* const tabOrder[] = {txtInFile_, comInFile_, txtOutFile_,    comOutFile_, chkMBCut_, chkTextCnv_,
-                               cmdInfo_,   comFerrox_, cmdOpenOutput_, comVirsion_, cmdHelp_,  cmdExit_};
-  for (std::size_t i = 1; i < std::size(tabOrder); ++i) {
-    setTabOrder(tabOrder[i - 1], tabOrder[i]);
-  }
-  resize(560, 380);
+  return buttons;
+}
 
+void MainWindow::ConnectControls() {
   inputTimer_ = new QTimer(this);
   inputTimer_->setSingleShot(true);
   inputTimer_->setInterval(350);
@@ -221,8 +253,6 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   connect(comVirsion_, &QPushButton::clicked, this, &MainWindow::comVirsion_Click);
   connect(cmdHelp_, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kMain); });
   connect(cmdExit_, &QPushButton::clicked, this, &QWidget::close);
-  paths_ = LoadPathMemory(store_.SettingsFile());
-  LoadHistories();
 }
 
 MainWindow::~MainWindow() = default;

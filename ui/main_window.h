@@ -18,6 +18,8 @@
 
 class QCheckBox;
 class QFrame;
+class QGridLayout;
+class QHBoxLayout;
 class QLabel;
 class QPushButton;
 class QTimer;
@@ -76,6 +78,14 @@ class MainWindow : public QWidget, public ConvWindow {
   void showEvent(QShowEvent* event) override;
 
  private:
+  // The window's parts, made once by the constructor.
+  QGridLayout* MakePathRows();
+  QHBoxLayout* MakeCheckRow();
+  QGridLayout* MakeInfoPanel();
+  void MakeSummary();
+  QHBoxLayout* MakeButtonRow();
+  void ConnectControls();
+
   void Form_Activate();
   void comInFile_Click();
   void comOutFile_Click();
