@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <system_error>
 #include <vector>
@@ -335,80 +336,71 @@ SurveyKind FileSurvey::FileTypeChk(const std::string& path, const SurveySettings
   return SurveyFile(path, settings, sink, info, flags);
 }
 
-SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
-                           MacBinaryInfo& info, std::uint16_t& flags) {
+namespace {
+
+// The state of the regular file `path`, or the kind that ends its survey.
+std::optional<SurveyKind> IdentityOf(const std::string& path, FileIdentity& identity) {
   namespace fs = std::filesystem;
-  if (!NamesAbsolutePath(path)) {
-    return SurveyKind::Unreadable;
-  }
+  if (!NamesAbsolutePath(path)) return SurveyKind::Unreadable;
   std::error_code ec;
-  const fs::path p(path);
-  const fs::file_status status = fs::status(p, ec);
-  if (ec || !fs::exists(status)) {
-    return SurveyKind::Unreadable;
-  }
-  if (fs::is_directory(status)) {
-    return SurveyKind::Folder;
-  }
+  const fs::file_status status = fs::status(path, ec);
+  if (ec || !fs::exists(status)) return SurveyKind::Unreadable;
+  if (fs::is_directory(status)) return SurveyKind::Folder;
   // A pipe or a device could block or never end: only regular files are surveyed.
-  if (!fs::is_regular_file(status)) {
-    return SurveyKind::Unreadable;
-  }
+  if (!fs::is_regular_file(status)) return SurveyKind::Unreadable;
   struct stat st {};
-  if (::stat(p.c_str(), &st) != 0) {
-    return SurveyKind::Unreadable;
-  }
+  if (::stat(path.c_str(), &st) != 0) return SurveyKind::Unreadable;
   const auto nanoseconds = [](const timespec& t) { return std::int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; };
-  const FileIdentity identity{st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
-  const std::int64_t length = identity.length;
-  if (valid_ && path_ == path && identity_ == identity &&
-      settings_ == settings) {
-    if (result_ == SurveyKind::MacBinary) {
-      info = info_;
-    }
+  identity = {st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
+  return std::nullopt;
+}
+
+// BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
+bool SurveyDataFork(const std::filesystem::path& p, const WrappedMacFile& wrapped, const SurveySettings& settings,
+                    ProgressSink& sink, std::uint16_t& found) {
+  const std::int64_t limit = settings.ChkSize >= 1 ? settings.ChkSize : wrapped.DataLength;
+  if (wrapped.Kind == MacWrapper::AppleSingle) {
+    const std::int64_t start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
+    return FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found);
+  }
+  std::string sample;
+  if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return false;
+  std::istringstream in(sample);
+  return FileTypeChkSub(in, 0, static_cast<std::int64_t>(sample.size()), settings, sink, found);
+}
+
+}  // namespace
+
+SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+                                  MacBinaryInfo& info, std::uint16_t& flags) {
+  FileIdentity identity;
+  if (const auto failure = IdentityOf(path, identity)) return *failure;
+  if (valid_ && path_ == path && identity_ == identity && settings_ == settings) {
+    if (result_ == SurveyKind::MacBinary) info = info_;
     flags = flags_;
     return result_;
   }
 
+  const std::filesystem::path p(path);
   MacBinaryInfo mac;
   SurveyKind result = SurveyKind::Ordinary;
   std::int64_t start = 0;
-  std::int64_t range = length;
+  std::int64_t range = identity.length;
   if (MBInfGet(p, mac) == 0) {
     result = SurveyKind::MacBinary;
     start = kMacBinaryHeaderSize;
     range = mac.DataLength;
   }
-  if (settings.ChkSize >= 1 && range > settings.ChkSize) {
-    range = settings.ChkSize;
-  }
+  if (settings.ChkSize >= 1 && range > settings.ChkSize) range = settings.ChkSize;
   std::uint16_t found = 0;
   WrappedMacFile wrapped;
   std::string wrapError;
   const bool wrappedFile = result == SurveyKind::Ordinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
-  if (wrappedFile && !wrapError.empty()) {
-    // A damaged wrapper: the job reports what is wrong with it.
-    return SurveyKind::Unreadable;
-  }
-  if (wrappedFile) {
-    // BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
-    const std::int64_t limit = settings.ChkSize >= 1 ? settings.ChkSize : wrapped.DataLength;
-    if (wrapped.Kind == MacWrapper::AppleSingle) {
-      start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
-      if (!FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found)) {
-        return SurveyKind::Unreadable;
-      }
-    } else {
-      std::string sample;
-      if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return SurveyKind::Unreadable;
-      std::istringstream in(sample);
-      if (!FileTypeChkSub(in, 0, static_cast<std::int64_t>(sample.size()), settings, sink, found)) {
-        return SurveyKind::Unreadable;
-      }
-    }
-  } else if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
-    return SurveyKind::Unreadable;
-  }
+  // A damaged wrapper: the job reports what is wrong with it.
+  if (wrappedFile && !wrapError.empty()) return SurveyKind::Unreadable;
+  const bool read = wrappedFile ? SurveyDataFork(p, wrapped, settings, sink, found)
+                                : FileTypeChkSub(p, start, range, settings, sink, found);
+  if (!read) return SurveyKind::Unreadable;
 
   valid_ = true;
   path_ = path;
@@ -417,9 +409,7 @@ SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings&
   info_ = mac;
   flags_ = found;
   result_ = result;
-  if (result == SurveyKind::MacBinary) {
-    info = mac;
-  }
+  if (result == SurveyKind::MacBinary) info = mac;
   flags = found;
   return result;
 }
