@@ -176,23 +176,8 @@ void AppendSidecarBlock(ReportText& out, const std::string& path, std::int64_t l
   out.Line(block.substr(0, block.size() - 2));
 }
 
-void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, std::uint16_t f,
-                      const MacBinaryInfo& mac, const ReportSettings& s,
-                      const SuffixLookup& lookup, const std::string& sidecar) {
-  out.Line(Heading(path));
-  FileTimes times;
-  if (GetFileTimes(path, times) == 0) {
-    out.Line("作成日時:" + FormatDateTime(times.Creation));
-    out.Line("更新日時:" + FormatDateTime(times.LastWrite));
-  }
-  AppendAttributes(out, GetFileAttr(path).value_or(0));
-  std::error_code ec;
-  const auto length = static_cast<std::int64_t>(std::filesystem::file_size(path, ec));
-  out.Line("サイズ  :" + FormatThousands(ec ? 0 : length) + " Byte");
-  if (ec || length == 0) {
-    return;
-  }
-
+// The verdict sentences of a file of `length` bytes (not 0) with the survey flag word `f`.
+void AppendVerdict(ReportText& out, std::int64_t length, std::uint16_t f, const ReportSettings& s) {
   out.Line("");
   const bool cut = s.ChkSize >= 1 && s.ChkSize < length;
   if (cut) {
@@ -240,6 +225,11 @@ void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, st
   if ((f & survey::kBinTolerated) != 0) {
     AppendHint(out, s.ConvMode);
   }
+}
+
+// The Macintosh block: of a MacBinary or wrapped file, or of a sidecar that lends its information.
+void AppendMacInfo(ReportText& out, const std::string& path, SurveyKind r, const MacBinaryInfo& mac,
+                   std::int64_t length, const SuffixLookup& lookup, const std::string& sidecar) {
   if (r == SurveyKind::MacBinary) {
     std::string block;
     AppendMacBinaryInfo(block, mac, lookup ? lookup(mac.FileType, mac.Creator) : nullptr);
@@ -255,6 +245,27 @@ void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, st
       AppendSidecarBlock(out, path, length, sidecar, lookup);
     }
   }
+}
+
+void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, std::uint16_t f,
+                      const MacBinaryInfo& mac, const ReportSettings& s,
+                      const SuffixLookup& lookup, const std::string& sidecar) {
+  out.Line(Heading(path));
+  FileTimes times;
+  if (GetFileTimes(path, times) == 0) {
+    out.Line("作成日時:" + FormatDateTime(times.Creation));
+    out.Line("更新日時:" + FormatDateTime(times.LastWrite));
+  }
+  AppendAttributes(out, GetFileAttr(path).value_or(0));
+  std::error_code ec;
+  const auto length = static_cast<std::int64_t>(std::filesystem::file_size(path, ec));
+  out.Line("サイズ  :" + FormatThousands(ec ? 0 : length) + " Byte");
+  if (ec || length == 0) {
+    return;
+  }
+
+  AppendVerdict(out, length, f, s);
+  AppendMacInfo(out, path, r, mac, length, lookup, sidecar);
 }
 
 }  // namespace
