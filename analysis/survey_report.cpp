@@ -3,6 +3,7 @@
 #include "analysis/survey_report.h"
 
 #include "analysis/mac_wrapper.h"
+#include "suffix/file_name_rec.h"
 
 // ferrox
 #include "analysis/report_format.h"
@@ -269,6 +270,13 @@ void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, st
 }
 
 }  // namespace
+
+SuffixLookup LookupIn(const SuffixTable& table) {
+  return [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
+    const int row = SuffixTableSearch(table, type, creator);
+    return row < 0 ? nullptr : &table[static_cast<std::size_t>(row)];
+  };
+}
 
 std::string InfoTextSet(FileSurvey& survey, const std::string& path,
                         const std::vector<std::string>& expanded, const ReportSettings& settings,

@@ -10,6 +10,7 @@
 
 #include "analysis/file_survey.h"
 #include "suffix/suffix_entry.h"
+#include "suffix/suffix_table.h"
 
 namespace ferrox {
 
@@ -24,6 +25,9 @@ struct ReportSettings {
 // The suffix table lookup for a type and creator; null when nothing matches.
 using SuffixLookup =
     std::function<const SuffixEntry*(std::string_view fileType, std::string_view creator)>;
+
+// The lookup in `table` (which must outlive it).
+[[nodiscard]] SuffixLookup LookupIn(const SuffixTable& table);
 
 // Builds the report for the entry `path` (UTF-8). `expanded` holds the files
 // that the entry names when it is a wildcard, a quoted list or a folder with

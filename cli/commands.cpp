@@ -119,6 +119,60 @@ void SayNothingToConvert(const std::string& input, const ConversionSettings& set
   Say(Tr("ferrox: nothing to convert: ", "ferrox: 変換するファイルがありません: ") + why);
 }
 
+// `ferrox survey --flags`: the kind and the flag word of one path. False when unreadable.
+bool PrintFlags(FileSurvey& survey, const std::string& path, const ConversionSettings& settings) {
+  SilentProgress sink;
+  MacBinaryInfo info;
+  std::uint16_t flags = 0;
+  const SurveyKind kind = survey.FileTypeChk(path, SurveyOf(settings), sink, info, flags);
+  std::printf("%d 0x%04X\n", static_cast<int>(kind), static_cast<unsigned>(flags));
+  return kind != SurveyKind::Unreadable;
+}
+
+// `ferrox survey --json`: one object per file; a folder, wildcard or list
+// stands for the files it names. False when one is unreadable.
+bool PrintJson(FileSurvey& survey, const std::string& operand, const std::string& path,
+               const ConversionSettings& settings) {
+  SilentProgress sink;
+  std::vector<std::string> files = ExpandEntry(path, settings.FileMode);
+  if (files.empty() || files == std::vector<std::string>{path}) files = {path};
+  bool readable = true;
+  for (const std::string& file : files) {
+    MacBinaryInfo info;
+    std::uint16_t flags = 0;
+    const SurveyKind kind = survey.FileTypeChk(file, SurveyOf(settings), sink, info, flags);
+    const std::string shown = file == path ? operand : file;
+    WrappedMacFile wrapped;
+    std::string wrapError;
+    const bool isWrapped = kind == SurveyKind::Ordinary &&
+                           ProbeMacWrapper(file, wrapped, wrapError) != MacWrapper::None && wrapError.empty();
+    std::printf("%s\n", SurveyJson({shown, file, kind, flags, kind == SurveyKind::MacBinary ? &info : nullptr,
+                                     isWrapped ? &wrapped : nullptr, settings.ChkSize, settings.BinRate})
+                            .c_str());
+    readable = readable && kind != SurveyKind::Unreadable;
+  }
+  return readable;
+}
+
+// The survey report of one entry. False when it names nothing.
+bool PrintReport(FileSurvey& survey, const std::string& operand, const std::string& path, const SettingsStore& store) {
+  SilentProgress sink;
+  const ConversionSettings& settings = store.Settings;
+  const std::string report = InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), ReportOf(settings),
+                                         LookupIn(store.Suffixes), sink, SidecarBeside(path));
+  if (report.empty()) {
+    Say("入力ﾌｧｲﾙ [" + operand + "] が見つかりません");
+    return false;
+  }
+  std::string text = LfLines(report);
+  if (operand == "-") {  // the heading names standard input as typed
+    const std::string heading = "--- [" + path.substr(path.find_last_of('/') + 1) + "]の";
+    if (text.starts_with(heading)) text.replace(0, heading.size(), "--- [-]の");
+  }
+  std::fputs(text.c_str(), stdout);
+  return true;
+}
+
 }  // namespace
 
 int ExitStatus(RunResult driverResult) noexcept {
@@ -197,9 +251,7 @@ int RunSurvey(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const ConversionSettings& settings = store.Settings;
-  const SurveySettings surveySettings = SurveyOf(settings);
   FileSurvey survey;
-  SilentProgress sink;
   int status = 0;
   StdinFile stdinFile;
   for (const std::string& operand : arguments.operands) {
@@ -216,54 +268,10 @@ int RunSurvey(const Arguments& arguments) {
       }
       path = stdinFile.Path();
     }
-    if (arguments.flagsOnly) {
-      MacBinaryInfo info;
-      std::uint16_t flags = 0;
-      const SurveyKind kind = survey.FileTypeChk(path, surveySettings, sink, info, flags);
-      std::printf("%d 0x%04X\n", static_cast<int>(kind), static_cast<unsigned>(flags));
-      if (kind == SurveyKind::Unreadable) status = 1;
-      continue;
-    }
-    if (arguments.json) {
-      // One object per file: a folder, wildcard or list stands for the files it names.
-      std::vector<std::string> files = ExpandEntry(path, settings.FileMode);
-      if (files.empty() || files == std::vector<std::string>{path}) files = {path};
-      for (const std::string& file : files) {
-        MacBinaryInfo info;
-        std::uint16_t flags = 0;
-        const SurveyKind kind = survey.FileTypeChk(file, surveySettings, sink, info, flags);
-        const std::string shown = file == path ? operand : file;
-        WrappedMacFile wrapped;
-        std::string wrapError;
-        const bool isWrapped = kind == SurveyKind::Ordinary &&
-                               ProbeMacWrapper(file, wrapped, wrapError) != MacWrapper::None && wrapError.empty();
-        std::printf("%s\n", SurveyJson({shown, file, kind, flags,
-                                         kind == SurveyKind::MacBinary ? &info : nullptr,
-                                         isWrapped ? &wrapped : nullptr, settings.ChkSize, settings.BinRate})
-                                .c_str());
-        if (kind == SurveyKind::Unreadable) status = 1;
-      }
-      continue;
-    }
-    const ReportSettings reportSettings = ReportOf(settings);
-    const SuffixTable& table = store.Suffixes;
-    const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
-      const int row = SuffixTableSearch(table, type, creator);
-      return row >= 0 ? &table[static_cast<std::size_t>(row)] : nullptr;
-    };
-    const std::string report =
-        InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink, SidecarBeside(path));
-    if (report.empty()) {
-      Say("入力ﾌｧｲﾙ [" + operand + "] が見つかりません");
-      status = 1;
-      continue;
-    }
-    std::string text = LfLines(report);
-    if (operand == "-") {  // the heading names standard input as typed
-      const std::string heading = "--- [" + path.substr(path.find_last_of('/') + 1) + "]の";
-      if (text.starts_with(heading)) text.replace(0, heading.size(), "--- [-]の");
-    }
-    std::fputs(text.c_str(), stdout);
+    const bool fine = arguments.flagsOnly ? PrintFlags(survey, path, settings)
+                      : arguments.json    ? PrintJson(survey, operand, path, settings)
+                                          : PrintReport(survey, operand, path, store);
+    if (!fine) status = 1;
   }
   return status;
 }

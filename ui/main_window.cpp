@@ -349,17 +349,12 @@ void MainWindow::txtInFile_Change() {
 void MainWindow::ShowInfo() {
   const std::string entry = InFileText();
   const ConversionSettings& s = store_.Settings;
-  const SuffixTable& table = store_.Suffixes;
-  const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
-    const int row = SuffixTableSearch(table, type, creator);
-    return row < 0 ? nullptr : &table[static_cast<std::size_t>(row)];
-  };
   const std::string name = NormalizeEntry(entry);
   // Several files: the very files a run of the two boxes would convert.
   std::vector<std::string> planned;
   if (!IsFile(name) && !TrimBlanks(entry).empty()) planned = driver_->PlannedInputs(entry, OutFileText());
   std::string report =
-      InfoTextSet(survey_, name, planned, ReportOf(s), lookup, quiet_, SidecarBeside(name));
+      InfoTextSet(survey_, name, planned, ReportOf(s), LookupIn(store_.Suffixes), quiet_, SidecarBeside(name));
   if (!report.empty() && IsFile(name)) {
     QString tie = TieWarning(name, survey_, s);
     if (!tie.isEmpty()) report += "\r\n" + tie.replace(QLatin1Char('\n'), QStringLiteral("\r\n")).toStdString() + "\r\n";
