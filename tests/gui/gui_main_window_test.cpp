@@ -106,6 +106,18 @@ class ClosingWindow : public MainWindow {
   }
 };
 
+// Records what the boxes show for each pair the driver announces.
+class PairWatcher : public MainWindow {
+ public:
+  using MainWindow::MainWindow;
+  QStringList seen;
+  void ShowPair(const JobRequest& request) override {
+    MainWindow::ShowPair(request);
+    seen << Box(*this, "txtInFile")->text() + " > " + Box(*this, "txtOutFile")->text() +
+                (Check(*this, "chkTextCnv")->isChecked() ? " text" : "");
+  }
+};
+
 // A text file of `lines` lines of 64 bytes, big enough that its conversion spans many event pumps.
 void WriteBig(const std::string& path, std::int64_t lines) {
   std::ofstream f(path, std::ios::binary);
@@ -202,6 +214,27 @@ class MainWindowTest : public QObject {
       QVERIFY(w.findChild<QPushButton*>("comFerrox")->isEnabled());
       QVERIFY(!w.findChild<QWidget*>("picCnvMeta")->isVisible());
     }
+  }
+
+  // In a folder run each file's check boxes follow its survey, whatever the
+  // user ticked; the boxes show each pair, then the user's texts come back.
+  void folderRunShowsEachPairThenTheUsersTexts() {
+    Sandbox box;
+    fs::create_directories(box.File("in"));
+    Write(box.File("in/a.txt"), kEucText);
+    Write(box.File("in/b.bin"), std::string("\0\1\2\3", 4));
+    test::ScriptedMessages boxes;
+    PairWatcher w(box.store, {});
+    w.show();
+    box.store.Settings.FileMode |= file_mode::kFolderSelect;
+    SetPaths(w, box.File("in"), box.File("out"));
+    Check(w, "chkTextCnv")->setChecked(false);
+    w.comFerrox_Click();
+    const QString in = QString::fromStdString(box.File("in/")), out = QString::fromStdString(box.File("out/"));
+    QCOMPARE(w.seen, QStringList({in + "a.txt > " + out + "a.txt text", in + "b.bin > " + out + "b.bin"}));
+    QCOMPARE(ReadAll(box.File("out/a.txt")), kSjisText);
+    QCOMPARE(Box(w, "txtInFile")->text(), QString::fromStdString(box.File("in")));
+    QCOMPARE(OutText(w), QString::fromStdString(box.File("out")));
   }
 
   void closeButtonCancelsARunAndLeavesNoPartialOutput() {
