@@ -1,6 +1,6 @@
 // AppleSingle/AppleDouble: files written by an independent script to the
-// published layout (and zipped with __MACOSX as macOS does), damaged files,
-// and the AppleDouble header Ferrox writes, read back by that script.
+// published layout, damaged files, and the AppleDouble header Ferrox writes,
+// read back by that script. (A zip with __MACOSX: cli_mac_files_test.)
 
 #include "analysis/apple_single.h"
 
@@ -61,20 +61,6 @@ TEST(ReadAppleFile, ReadsWhatTheScriptWrites) {
       EXPECT_EQ(info.Modified, (DateTime{2000, 1, 2, 0, 0, 0, 0, 0}));
     }
   }
-}
-
-TEST(ReadAppleFile, SidecarFromAMacZip) {
-  const testing::ScratchDir dir;
-  const auto d = dir.Path().string();
-  dir.Write("memo", "text\r");
-  dir.Write("r", "RSRC");
-  ASSERT_EQ(Script("double '" + d + "/side' --type TEXT --creator ttxt --rsrc '" + d + "/r' --macos"), 0);
-  ASSERT_EQ(Script("zip '" + d + "/a.zip' docs/memo '" + d + "/memo' '" + d + "/side'"), 0);
-  ASSERT_EQ(Script("unzip '" + d + "/a.zip' '" + d + "/out'"), 0);
-  AppleFileInfo info;
-  ASSERT_EQ(ReadAppleFile(dir.Path() / "out/__MACOSX/docs/._memo", info), AppleFileStatus::Ok);
-  EXPECT_EQ(info.FileType + info.Creator, "TEXTttxt");
-  EXPECT_EQ(Range(Slurp(dir.Path() / "out/__MACOSX/docs/._memo"), info.ResourceFork), "RSRC");
 }
 
 TEST(ReadAppleFile, RefusesDamagedFiles) {

@@ -65,6 +65,8 @@ TEST_F(CliMessages, EveryCheckSaysWhatIsWrong) {
 
 TEST_F(CliMessages, SurveyAndNameCommands) {
   Write("sjis.txt", Sjis("日本語の文\r\n二行目\r\n"));
+  // Text for 12,000 bytes, then binary: only a survey of the whole file sees it.
+  Write("late.bin", std::string(12000, 'a') + std::string(600, '\x01'));
   const std::tuple<std::vector<std::string>, std::string, int> cases[] = {
       {{"survey", "--flags", "sjis.txt"}, "0 0x0112\n", 0},
       {{"survey", "--flags", "adir"}, "-2 0x0000\n", 0},
@@ -73,6 +75,13 @@ TEST_F(CliMessages, SurveyAndNameCommands) {
       {{"name", "メモ", "TEXT", "ttxt"}, "メモ.txt\n", 0},
       {{"name", "", "TEXT", "ttxt"}, "\n", 0},
       {{"name", "--file-mode", "53", "x", "QQQQ", "ZZZZ"}, "x\n", 0},  // without bit 64: the name alone
+      {{"survey", "--flags", "late.bin"}, "0 0x0100\n", 0},
+      {{"survey", "--flags", "--chk-size", "0", "late.bin"}, "0 0x0000\n", 0},
+      {{"survey", "--flags", "--chk-size=-1", "late.bin"}, "0 0x0000\n", 0},
+      {{"survey", "--flags", "--chk-size", "99", "late.bin"}, "", 3},
+      {{"survey", "--flags", "--no-cut", "late.bin"}, "0 0x0100\n", 0},  // accepted by every command, as before
+      {{"name", "--fnc-fixed", "--fnc-char", "-", "a/b:c", "TEXT", "ttxt"}, "a-b-c.txt\n", 0},
+      {{"name", "--fnc-fixed", "--fnc-char", "＿", "a/b", "TEXT", "ttxt"}, "a＿b.txt\n", 0},
   };
   for (const auto& [args, out, status] : cases) {
     const CliResult r = Run(args);
@@ -103,15 +112,18 @@ TEST_F(CliMessages, CommandLineMistakesHelpAndVersion) {
   EXPECT_EQ(version.out.rfind("ferrox ", 0), 0u);
 }
 
+// Named options work in conversions as their bits do (cli_options_test: each
+// equals its flag word), and last one run only.
 TEST_F(CliMessages, OptionsLastOneRunOnly) {
   ASSERT_EQ(Run({"name", "x", "TEXT", "ttxt"}).status, 0);  // the first run writes the store
   const std::string stored = ReadAll(config_ + "/Ferrox.conf");
   ASSERT_NE(stored.find("FileMode=117"), std::string::npos);
-  const CliResult r =
-      Run({"convert", "--file-mode", "373", "--conv-mode=13", "--line-size", "40", "in/a.txt", "o.txt"});
+  Write("o.txt", "old");
+  const CliResult r = Run({"convert", "--eof", "--trash", "--delete-input", "--line-size", "40", "in/a.txt", "o.txt"});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(Read("o.txt"), Sjis("テキスト\r\n") + "\x1a");  // ConvMode bit 1 appends 0x1A
   EXPECT_FALSE(Exists("in/a.txt"));                        // FileMode bit 256
+  EXPECT_EQ(Read(".home/.local/share/Trash/files/o.txt"), "old");  // FileMode bit 128
   EXPECT_EQ(ReadAll(config_ + "/Ferrox.conf"), stored);
 }
 

@@ -17,7 +17,6 @@
 #include <fstream>
 #include <iostream>
 #include <map>
-#include <sstream>
 #include <string>
 
 #include "helpers/cli_runner.h"
@@ -69,10 +68,7 @@ class FaultInjection : public CliTest {
     std::error_code ec;
     const fs::path trash = fs::path(root_) / ".home/.local/share/Trash/files";
     for (const auto& entry : fs::directory_iterator(trash, ec)) {
-      std::ifstream in(entry.path(), std::ios::binary);
-      std::stringstream s;
-      s << in.rdbuf();
-      if (s.str() == old && entry.path().filename().string().starts_with("out")) {
+      if (ReadAll(entry.path()) == old && entry.path().filename().string().starts_with("out")) {
         fs::remove(entry.path());
         fs::remove(trash.parent_path() / "info" / (entry.path().filename().string() + ".trashinfo"));
         return dir;

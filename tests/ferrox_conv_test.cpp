@@ -173,35 +173,6 @@ TEST(FerroxConv, OutputDoesNotDependOnBlockBoundaries) {
   }
 }
 
-// Each of these sits across the boundary of the first two 8192-byte blocks.
-TEST(FerroxConv, ConvertsAcrossTheFirstBlockBoundary) {
-  struct { const char* name; Bytes piece, expected; std::uint16_t typeFlags; bool afterKanji; std::int16_t lineSize; }
-  const cases[] = {  // afterKanji: the piece follows a JIS kanji
-      {"CR | LF", "\r\n", "\r\n", kSjisFile, false, 0},
-      {"lone CR | letter", "\rb", "\r\nb", kSjisFile, false, 0},
-      {"Shift JIS pair", "\x88\x9F", "\x88\x9F", kSjisFile, false, 0},
-      {"EUC pair", "\xB0\xA1", "\x88\x9F", kEucFile, false, 0},
-      {"JIS kanji-in", "\x1B$B\x30\x21\x1B(B", "\x88\x9F", kJisFile, false, 0},
-      {"JIS return to ASCII", "\x1B(Bz", "z", kJisFile, true, 0},
-      {"JIS line end dropped", "\r\n\x1B(B", "", kJisFile, true, 0},
-      {"katakana shift", "\x0E\x31\x0F", "\xB1", kJisFile, false, 0},
-      {"ESC ( I", "\x1B(I\x31\x1B(B", "\xB1", kJisFile, false, 0},
-      // The kanji fits at the end of a line or moves to the next one.
-      {"folding column", "\x82\xA0", "\x82\xA0", kSjisFile, false, 10},
-  };
-  for (const auto& c : cases) {
-    for (std::size_t at = 8188; at <= 8193; ++at) {
-      SCOPED_TRACE(std::string(c.name) + " at " + std::to_string(at));
-      const Bytes prefix = c.afterKanji ? Bytes(at - 5, 'a') + "\x1B$B\x30\x21" : Bytes(at, 'a');
-      Bytes expected = (c.afterKanji ? Bytes(at - 5, 'a') + "\x88\x9F" : prefix) + c.expected + "tail";
-      if (c.lineSize > 0) expected = FoldWhole(expected, static_cast<std::size_t>(c.lineSize));
-      const Outcome run = Convert(prefix + c.piece + "tail", 12, c.typeFlags, c.lineSize);
-      ASSERT_EQ(run.result, JobResult::Done);
-      ASSERT_EQ(run.output, expected);
-    }
-  }
-}
-
 TEST(FerroxConv, EndOfFileByte) {
   struct { Bytes in; std::uint16_t convMode; Bytes expected; } const cases[] = {  // appended, or not; dropped inside
       {"", 13, "\x1A"}, {"", 12, ""}, {"ab\x1A", 13, "ab\x1A"}, {"ab\x1A", 12, "ab"}, {"a\x1A" "b", 13, "ab\x1A"}};

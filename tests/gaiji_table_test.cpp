@@ -108,10 +108,10 @@ TEST(GaijiTable, BadLinesAreSkippedAndTheRestStays) {
 
 TEST(GaijiTable, SearchFindsTheFirstOfTwoLinesForOneCode) {
   GaijiTable t;
-  Load(t, "Default=-\r\n8740,first\r\n8540,x\r\n8740,second\r\n8741,yy\r\n");
-  EXPECT_EQ(EntriesOf(t), (Entries{{0x8540, "x"}, {0x8740, "first"}, {0x8740, "second"}, {0x8741, "yy"}}));
-  const std::pair<int, std::string> searches[] = {
-      {0x8740, "first"}, {0x8540, "x"}, {0x8741, "yy"}, {0x8742, "-"}, {0x84FF, "-"}, {0xFCFC, "-"}};
+  Load(t, "Default=-\r\n8740,first\r\n8540,\r\n8740,second\r\n8741,yy\r\n");
+  EXPECT_EQ(EntriesOf(t), (Entries{{0x8540, ""}, {0x8740, "first"}, {0x8740, "second"}, {0x8741, "yy"}}));
+  const std::pair<int, std::string> searches[] = {  // an empty replacement makes the gaiji disappear
+      {0x8740, "first"}, {0x8540, ""}, {0x8741, "yy"}, {0x8742, "-"}, {0x84FF, "-"}, {0xFCFC, "-"}};
   for (const auto& [code, replacement] : searches) {
     EXPECT_EQ(Replacement(t, static_cast<std::uint8_t>(code >> 8), static_cast<std::uint8_t>(code)), replacement);
   }

@@ -219,13 +219,6 @@ TEST(SuffixPattern, RankingAndSort) {
   for (const SuffixEntry& row : table.Rows()) order.push_back(row.Extension);
   EXPECT_EQ(order, (std::vector<std::string>{"csv", "txt", "txt2", "dot", "doc", "any"}));
   EXPECT_EQ(table.Elements().back(), SuffixEntry{});
-
-  table = BuiltIn();
-  SuffixTableSort(table, -1);
-  const SuffixTable sorted = table;
-  EXPECT_EQ(SuffixTableSort(table, 41), 41);
-  EXPECT_EQ(table, sorted);
-  for (std::size_t i = 0; i + 1 < table.RowCount(); ++i) EXPECT_GE(SuffixEntryCompare(table[i], table[i + 1]), 0) << i;
 }
 
 TEST(SuffixEditRules, CharactersLengthsAndLayout) {

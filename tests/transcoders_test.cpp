@@ -1,4 +1,6 @@
-// The run copiers: gaiji modes, the whole JIS X 0208 table against iconv, long runs.
+// The run copiers: the whole JIS X 0208 table against iconv, and where long
+// runs stop. (The gaiji modes: fast_pass_test holds every mode to the plain
+// reference converters, and ferrox_conv_test gives their bytes.)
 
 #include "convert/transcoders.h"
 
@@ -8,9 +10,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "convert/gaiji_table.h"
-#include "helpers/scratch_dir.h"
 
 namespace ferrox {
 namespace {
@@ -30,79 +29,6 @@ Copied Copy(Copier copy, std::string in, BufIndex start, BufIndex end, GaijiPoli
   copy(out.data(), reinterpret_cast<const std::uint8_t*>(in.data()), o, i, end, consumed, policy);
   EXPECT_EQ(i, start + consumed - 1);  // the last byte consumed
   return {std::string(out.begin() + 5, out.begin() + o), consumed};
-}
-
-// 0x87 0x40 -> "(1)", 0x85 0x40 -> nothing; every other gaiji -> 〓.
-const GaijiTable& TestTable() {
-  static const GaijiTable table = [] {
-    GaijiTable t;
-    t.LoadGaijiTable(testing::ScratchDir().Write("GaiTbl.txt", "8740,(1)\r\n8540,\r\n"));
-    return t;
-  }();
-  return table;
-}
-
-struct ModeCase { const char* name; std::string in; Copied strict, pass, replace; };
-
-ModeCase Same(const char* name, std::string in, std::string out, BufIndex consumed) {
-  return {name, std::move(in), {out, consumed}, {out, consumed}, {out, consumed}};
-}
-
-void CheckModes(Copier copy, const std::vector<ModeCase>& cases) {
-  for (const auto& c : cases) {
-    const std::pair<Mode, const Copied*> modes[] = {
-        {Mode::kStrict, &c.strict}, {Mode::kPass, &c.pass}, {Mode::kReplace, &c.replace}};
-    for (const auto& [mode, want] : modes) {
-      SCOPED_TRACE(::testing::Message() << c.name << " / mode " << static_cast<int>(mode));
-      const Copied r = Copy(copy, "@" + c.in, 1, static_cast<BufIndex>(c.in.size()), {mode, &TestTable()});
-      EXPECT_EQ(r.out, want->out);
-      EXPECT_EQ(r.consumed, want->consumed);
-    }
-  }
-}
-
-TEST(SjisCopy, ThreeModes) {
-  CheckModes(SjisCopy, {
-      Same("kanji, kana, blank, tab", "\x93\xfa\xb1 \t\x96\x7b", "\x93\xfa\xb1 \t\x96\x7b", 7),
-      Same("line ends become CR LF", "\x82\xa0\r\x82\xa0\n\r\n", "\x82\xa0\r\n\x82\xa0\r\n\r\n", 8),
-      Same("ASCII letter ends the run", "\xb1" "A\xb1", "\xb1", 1),
-      Same("form feed ends the run", "\xb1\x0c", "\xb1", 1),
-      Same("bad trail 0x7F: lead not consumed", "\x82\xa0\x82\x7f", "\x82\xa0", 2),
-      Same("lead before the zero padding", "\xb1\x82", "\xb1", 1),
-      Same("0xFD is no lead", "\xfd\x40", "", 0),
-      {"NEC row 13: table entry", "\x87\x40", {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
-      {"empty replacement: the gaiji disappears", "\x82\xa0\x85\x40\x82\xa0",
-       {"\x82\xa0", 2}, {"\x82\xa0\x85\x40\x82\xa0", 6}, {"\x82\xa0\x82\xa0", 6}},
-      {"no entry: the default", "\xeb\x40\xb1", {"", 0}, {"\xeb\x40\xb1", 3}, {"\x81\xac\xb1", 3}},
-      {"0x88 0x9E is standard, 0x88 0x9D gaiji", "\x88\x9e\x88\x9d",
-       {"\x88\x9e", 2}, {"\x88\x9e\x88\x9d", 4}, {"\x88\x9e\x81\xac", 4}},
-  });
-}
-
-TEST(EucCopy, ThreeModes) {
-  CheckModes(EucCopy, {
-      Same("kanji, SS2 kana (0xA0 too), blank, tab", "\xb0\xa1\x8e\xb1\x8e\xa0 \t",
-           "\x88\x9f\xb1\xa0 \t", 8),
-      Same("line ends", "\xa4\xa2\r\n\n\r", "\x82\xa0\r\n\r\n\r\n", 6),
-      Same("SS3 is not accepted", "\xa4\xa2\x8f\xa1\xa1", "\x82\xa0", 2),
-      Same("SS2 with a non-kana byte", "\x8e\xe0", "", 0),
-      Same("bad trail", "\xa4\xa2\xa4\x41", "\x82\xa0", 2),
-      Same("lead before the zero padding", "\xa4\xa2\xa4", "\x82\xa0", 2),
-      {"row 13: table entry", "\xad\xa1", {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
-      {"row 85: default", "\xf5\xa1\xa4\xa2", {"", 0}, {"\xeb\x40\x82\xa0", 4}, {"\x81\xac\x82\xa0", 4}},
-      {"row 94", "\xfe\xfe", {"", 0}, {"\xef\xfc", 2}, {"\x81\xac", 2}},
-  });
-}
-
-TEST(JisZenCopy, ThreeModes) {
-  CheckModes(JisZenCopy, {
-      Same("stops at the escape", "F|\x1b(B", "\x93\xfa", 2),
-      Same("copies no line end", "F|\r\n", "\x93\xfa", 2),
-      Same("second byte 0x7F", "F\x7f", "", 0),
-      Same("odd byte at the end meets the padding", "F|F", "\x93\xfa", 2),
-      {"row 13: table entry", "-!", {"", 0}, {"\x87\x40", 2}, {"(1)", 2}},
-      {"0x7E 0x7E", "F|~~", {"\x93\xfa", 2}, {"\x93\xfa\xef\xfc", 4}, {"\x93\xfa\x81\xac", 4}},
-  });
 }
 
 struct Cell {
