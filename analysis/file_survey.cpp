@@ -222,6 +222,25 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
   return in && FileTypeChkSub(in, start, length, settings, sink, flags, chunkSize);
 }
 
+namespace {
+
+// The flag word of a text: the readings' flags, Shift JIS as the first code
+// when no other was seen, and the EOF bit from the byte at `lastAt` (the end
+// of the surveyed range, which is the cut when ChkSize shortened it, not
+// necessarily the file's last byte).
+bool FinishFlags(std::istream& in, std::int64_t lastAt, std::uint16_t result, std::uint16_t& flags) {
+  if ((result & survey::kMarkMask) == 0) result |= survey::kMarkSjis;
+  char lastByte = 0;
+  in.clear();
+  in.seekg(lastAt);
+  if (!in.get(lastByte)) return false;
+  if (static_cast<unsigned char>(lastByte) == 0x1A) result |= survey::kEndsWithEof;
+  flags = result;
+  return true;
+}
+
+}  // namespace
+
 bool FileTypeChkSub(std::istream& in, std::int64_t start, std::int64_t length,
                     const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
                     std::size_t chunkSize) {
@@ -272,23 +291,7 @@ bool FileTypeChkSub(std::istream& in, std::int64_t start, std::int64_t length,
   if (!legacy && utf8.Flags() == 0) {
     return true;  // binary to the other reading, and no UTF-8 character seen
   }
-  std::uint16_t result = utf8.Flags() != 0 ? utf8.Flags() : state.Flags;
-  if ((result & survey::kMarkMask) == 0) {
-    result |= survey::kMarkSjis;
-  }
-  // The byte at the end of the surveyed range, which is the cut when ChkSize
-  // shortened the range, not necessarily the file's last byte.
-  char lastByte = 0;
-  in.clear();
-  in.seekg(start + length - 1);
-  if (!in.get(lastByte)) {
-    return false;
-  }
-  if (static_cast<unsigned char>(lastByte) == 0x1A) {
-    result |= survey::kEndsWithEof;
-  }
-  flags = result;
-  return true;
+  return FinishFlags(in, start + length - 1, utf8.Flags() != 0 ? utf8.Flags() : state.Flags, flags);
 }
 
 namespace {
