@@ -52,35 +52,34 @@ bool ClaimsBinHex(const std::filesystem::path& path) {
 
 }  // namespace
 
-MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
-  error.clear();
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return MacWrapper::None;
-  char head[4] = {};
-  in.read(head, 4);
-  if (HasAppleFileMagic({head, static_cast<std::size_t>(in.gcount())})) {
-    AppleFileInfo apple;
-    const AppleFileStatus status = ReadAppleFile(path, apple);
-    if (status == AppleFileStatus::NotAppleFile) return MacWrapper::None;
-    if (status == AppleFileStatus::Ok && apple.Kind == AppleFileKind::Double) return MacWrapper::None;
-    info = {};
-    info.Kind = MacWrapper::AppleSingle;
-    if (status != AppleFileStatus::Ok) {
-      error = AppleFileMessage(status);
-      return info.Kind;
-    }
-    info.FileName = apple.FileName;
-    info.FileType = apple.FileType;
-    info.Creator = apple.Creator;
-    info.DataLength = apple.DataFork ? apple.DataFork->Length : 0;
-    info.ResourceLength = apple.ResourceFork ? apple.ResourceFork->Length : 0;
-    info.HasDates = apple.HasDates;
-    info.Created = apple.Created;
-    info.Modified = apple.Modified;
-    info.FinderInfo = apple.FinderInfo;
-    info.Apple = std::move(apple);
+namespace {
+
+MacWrapper ProbeAppleSingle(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
+  AppleFileInfo apple;
+  const AppleFileStatus status = ReadAppleFile(path, apple);
+  if (status == AppleFileStatus::NotAppleFile) return MacWrapper::None;
+  if (status == AppleFileStatus::Ok && apple.Kind == AppleFileKind::Double) return MacWrapper::None;
+  info = {};
+  info.Kind = MacWrapper::AppleSingle;
+  if (status != AppleFileStatus::Ok) {
+    error = AppleFileMessage(status);
     return info.Kind;
   }
+  info.FileName = apple.FileName;
+  info.FileType = apple.FileType;
+  info.Creator = apple.Creator;
+  info.DataLength = apple.DataFork ? apple.DataFork->Length : 0;
+  info.ResourceLength = apple.ResourceFork ? apple.ResourceFork->Length : 0;
+  info.HasDates = apple.HasDates;
+  info.Created = apple.Created;
+  info.Modified = apple.Modified;
+  info.FinderInfo = apple.FinderInfo;
+  info.Apple = std::move(apple);
+  return info.Kind;
+}
+
+MacWrapper ProbeBinHex(std::ifstream& in, const std::filesystem::path& path, WrappedMacFile& info,
+                       std::string& error) {
   // Most files have no line that starts with ':' in the part the decoder
   // would look through: one block read settles that, where the decoder's
   // search goes a byte at a time.
@@ -115,6 +114,18 @@ MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& in
   info.ResourceLength = hqx.ResourceLength;
   info.FinderInfo = MakeFinderInfo(hqx.FileType, hqx.Creator, hqx.FinderFlags);
   return info.Kind;
+}
+
+}  // namespace
+
+MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
+  error.clear();
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return MacWrapper::None;
+  char head[4] = {};
+  in.read(head, 4);
+  if (HasAppleFileMagic({head, static_cast<std::size_t>(in.gcount())})) return ProbeAppleSingle(path, info, error);
+  return ProbeBinHex(in, path, info, error);
 }
 
 bool SampleDataFork(const std::filesystem::path& path, const WrappedMacFile& info, std::int64_t limit,
