@@ -135,6 +135,35 @@ void ApplyOverrides(const Arguments& a, ConversionSettings& settings) {
   for (const auto& edit : a.edits) edit(settings);
 }
 
+namespace {
+
+// The options under their headings, from the option table.
+std::string OptionSections() {
+  std::string text;
+  const std::pair<OptionTopic, const char*> sections[] = {
+      {OptionTopic::kSettings, Tr("Settings for this run only (the stored settings stay as they are):",
+                                  "この実行だけの設定 (保存された設定は変わりません):")},
+      {OptionTopic::kConvMode, Tr("ConvMode bits (the number is the bit):", "ConvMode のビット (数字はビットの値):")},
+      {OptionTopic::kFileMode, Tr("FileMode bits (the number is the bit):", "FileMode のビット (数字はビットの値):")},
+      {OptionTopic::kCommand, Tr("Of one command:", "コマンドごとのオプション:")},
+  };
+  for (const auto& [topic, heading] : sections) {
+    text += heading;
+    text += '\n';
+    for (const OptionSpec& option : Options()) {
+      if (option.topic != topic) continue;
+      std::string left = "  " + std::string(option.name);
+      if (!option.valueName.empty()) left += " " + std::string(option.valueName);
+      left.resize(std::max<std::size_t>(left.size() + 1, 28), ' ');
+      text += left + Tr(option.english, option.japanese) + "\n";
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+}  // namespace
+
 std::string UsageText() {
   std::string text = Tr(R"(Usage:
   ferrox convert [OPTIONS] INPUT OUTPUT
@@ -172,25 +201,7 @@ name      Mac のファイル名、タイプ、クリエータから作る出力
 settings  このオプションで変換する時の設定を表示します。
 
 )");
-  const std::pair<OptionTopic, const char*> sections[] = {
-      {OptionTopic::kSettings, Tr("Settings for this run only (the stored settings stay as they are):",
-                                  "この実行だけの設定 (保存された設定は変わりません):")},
-      {OptionTopic::kConvMode, Tr("ConvMode bits (the number is the bit):", "ConvMode のビット (数字はビットの値):")},
-      {OptionTopic::kFileMode, Tr("FileMode bits (the number is the bit):", "FileMode のビット (数字はビットの値):")},
-      {OptionTopic::kCommand, Tr("Of one command:", "コマンドごとのオプション:")},
-  };
-  for (const auto& [topic, heading] : sections) {
-    text += heading;
-    text += '\n';
-    for (const OptionSpec& option : Options()) {
-      if (option.topic != topic) continue;
-      std::string left = "  " + std::string(option.name);
-      if (!option.valueName.empty()) left += " " + std::string(option.valueName);
-      left.resize(std::max<std::size_t>(left.size() + 1, 28), ' ');
-      text += left + Tr(option.english, option.japanese) + "\n";
-    }
-    text += '\n';
-  }
+  text += OptionSections();
   text += Tr(R"(A named bit option given after --conv-mode or --file-mode wins.
 Settings and tables are read from $FERROX_CONFIG_DIR, else
 $XDG_CONFIG_HOME/Ferrox, else ~/.config/Ferrox.
