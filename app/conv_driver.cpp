@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <set>
 #include <utility>
@@ -156,7 +157,11 @@ RunResult ConvDriver::Ferrox_Click_EtcSub1(const std::vector<std::string>& input
   }
   if (const RunResult rc = CheckOutputsDistinct(inputs, outputs); rc != RunResult::Done) return rc;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (const RunResult rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]); rc != RunResult::Done) return rc;
+    const RunResult rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]);
+    // A walk ends with all its outputs in place, on a failure or a cancel too.
+    const RunResult placed = FinishInFlight(0, {});
+    if (rc != RunResult::Done) return rc;
+    if (placed != RunResult::Done) return placed;
   }
   return RunResult::Done;
 }
@@ -391,7 +396,58 @@ RunResult ConvDriver::Ferrox_Click_File(const JobRequest& request) {
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
   const JobContext context{window_, settings_, gaiji_, sidecar_};
-  const RunResult rc = ReportJobResult(window_, Ferrox(request, context), inPath);
+  if (!inFlight_.empty() && DependsOnInFlight(inPath, outPath)) {
+    if (const RunResult rc = FinishInFlight(0, inPath); rc != RunResult::Done) return rc;
+  }
+  PendingOutput pending;
+  const JobResult staged = FerroxStaged(request, context, pending);
+  // In a walk, a finished output that has nothing more to say waits for its
+  // flush among others: the flushes overlap, and outputs still go into place
+  // one by one in the walk's order, each only once it is on the disk.
+  if (staged == JobResult::Done && pending && !batchRoot_.empty() && pending.Quiet()) {
+    pending.StartFlush();
+    InFlight entry{std::move(pending), flags, leftAsItIs, {}};
+    if (::stat(outPath.c_str(), &entry.oldOutput) != 0) entry.oldOutput.st_ino = 0;
+    inFlight_.push_back(std::move(entry));
+    return FinishInFlight(kMostInFlight, inPath);
+  }
+  // Earlier outputs first, so that messages keep the walk's order.
+  if (const RunResult rc = FinishInFlight(0, inPath); rc != RunResult::Done) return rc;
+  return Report(staged != JobResult::Done ? staged : pending.Finish(), inPath, flags, leftAsItIs);
+}
+
+// A pair that reads what an output still in flight will replace, or writes
+// where one will go, waits until those are in place.
+bool ConvDriver::DependsOnInFlight(const std::string& inPath, const std::string& outPath) const {
+  struct stat in {};
+  if (::stat(inPath.c_str(), &in) != 0) return true;
+  return std::any_of(inFlight_.begin(), inFlight_.end(), [&](const InFlight& entry) {
+    const std::string& out = entry.output.OutputPath();
+    return out == inPath || out == outPath || (entry.oldOutput.st_ino != 0 && SameInode(entry.oldOutput, in));
+  });
+}
+
+// Puts outputs in flight in place, oldest first, until at most `keep` are
+// left. After a failure the rest are dropped (their work files removed).
+// Messages are about each output's own input, then again about `current`.
+RunResult ConvDriver::FinishInFlight(std::size_t keep, const std::string& current) {
+  RunResult rc = RunResult::Done;
+  while (inFlight_.size() > keep && rc == RunResult::Done) {
+    InFlight entry = std::move(inFlight_.front());
+    inFlight_.pop_front();
+    const std::string input = entry.output.InputPath();
+    window_.MessagesAbout(input);
+    const JobResult code = entry.output.Finish();
+    rc = Report(code, input, entry.flags, entry.leftAsItIs);
+  }
+  if (rc != RunResult::Done) inFlight_.clear();
+  window_.MessagesAbout(current);
+  return rc;
+}
+
+// Says what the job's result means and counts the file.
+RunResult ConvDriver::Report(JobResult code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs) {
+  const RunResult rc = ReportJobResult(window_, code, inPath);
   if (rc != RunResult::Done) return rc;
   if (leftAsItIs) {
     ++tally_.skipped;

@@ -6,7 +6,10 @@
 // hands each plan to the job, telling the window which pair it is. Every
 // message goes to the window; the result says where the user should look.
 
+#include <sys/stat.h>
+
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -79,6 +82,9 @@ class ConvDriver {
   // One file: converts the plan and shows the job's message, if any.
   RunResult Ferrox_Click_File(const JobRequest& request);
   bool EnsureFolder(const std::string& folder);
+  [[nodiscard]] bool DependsOnInFlight(const std::string& inPath, const std::string& outPath) const;
+  RunResult FinishInFlight(std::size_t keep, const std::string& current);
+  RunResult Report(JobResult code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
   [[nodiscard]] bool IsOwnBackup(const std::string& name) const;
 
@@ -96,6 +102,16 @@ class ConvDriver {
   RunOutputNames runNames_;
   std::vector<std::string>* planned_ = nullptr;  // set while PlannedInputs walks
   Tally tally_;
+
+  // Outputs of a walk waiting for their flush to disk, oldest first.
+  struct InFlight {
+    PendingOutput output;
+    std::uint16_t flags;
+    bool leftAsItIs;
+    struct stat oldOutput;  // what lay at the output's name when it was staged; st_ino 0 for nothing
+  };
+  static constexpr std::size_t kMostInFlight = 16;
+  std::deque<InFlight> inFlight_;
 };
 
 }  // namespace ferrox

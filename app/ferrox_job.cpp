@@ -4,10 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <array>
+#include <future>
+#include <memory>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 #include "analysis/file_survey.h"
@@ -54,6 +57,10 @@ class WorkFiles {
   }
   void Add(const std::string& path) { paths_.push_back(path); }
   void Release(const std::string& path) { std::erase(paths_, path); }
+  void Take(WorkFiles& other) {
+    paths_.insert(paths_.end(), other.paths_.begin(), other.paths_.end());
+    other.paths_.clear();
+  }
 
  private:
   std::vector<std::string> paths_;
@@ -205,18 +212,17 @@ JobResult ConvertJob(const JobRequest& request, const JobContext& context, const
 }
 
 // The kept resource fork beside the output, under the name today's tools look for.
-bool PlaceFork(const JobPlan& plan, const std::string& outPath, WorkFiles& cleanup) {
+bool PlaceFork(const std::string& keptFork, const std::string& outPath, mode_t mode, WorkFiles& cleanup) {
   const std::string outFolder = FolderOf(outPath);
   const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
   const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
   cleanup.Add(stagedFork);
-  Fd in(::open(plan.keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  Fd in(::open(keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (in.get() < 0) return false;
-  Fd out(::link(plan.keptFork.c_str(), stagedFork.c_str()) == 0
+  Fd out(::link(keptFork.c_str(), stagedFork.c_str()) == 0
              ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
              : CopyToNewFile(in.get(), stagedFork));
-  if (out.get() < 0 || ::fchmod(out.get(), plan.inStat.st_mode & 0666) != 0 ||
-      ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
+  if (out.get() < 0 || ::fchmod(out.get(), mode & 0666) != 0 || ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
     return false;
   }
   cleanup.Release(stagedFork);
@@ -229,14 +235,106 @@ Disposal DisposalOf(const std::string& outPath, std::uint16_t fileMode) {
   return {};
 }
 
-// The new data, in the work file `work` named by `stem`, goes to the output.
-JobResult PlaceJob(const std::string& outPath, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
-             const Fd& work, const std::string& stem) {
+}  // namespace
+
+// What a job holds between its staged output and the output's move into place.
+struct PendingOutput::State {
+  explicit State(ConvWindow& w) : window(w) {}
+  ConvWindow& window;
+  WorkFiles cleanup;
+  Fd work;
+  Fd copy;
+  int placed = -1;
+  std::string inPath;
+  std::string outPath;
+  std::string staged;
+  std::string keptFork;
+  struct stat inStat {};
+  std::optional<FileTimes> macTimes;
+  std::uint16_t fileMode = 0;
+  bool sameFile = false;
+  std::int64_t forkNote = 0;  // resource fork bytes the output leaves out, said when placed
+  // Declared last, so that it is waited for before the descriptors close.
+  std::future<int> flushed;
+};
+
+PendingOutput::PendingOutput() = default;
+PendingOutput::~PendingOutput() = default;
+PendingOutput::PendingOutput(PendingOutput&&) noexcept = default;
+PendingOutput& PendingOutput::operator=(PendingOutput&&) noexcept = default;
+
+bool PendingOutput::Quiet() const noexcept {
+  return state_ != nullptr && state_->keptFork.empty() && state_->forkNote == 0 &&
+         (state_->fileMode & file_mode::kDeleteInput) == 0;
+}
+
+const std::string& PendingOutput::InputPath() const noexcept { return state_->inPath; }
+const std::string& PendingOutput::OutputPath() const noexcept { return state_->outPath; }
+
+void PendingOutput::StartFlush() {
+  if (state_ == nullptr || state_->flushed.valid()) return;
+  const int fd = state_->placed;
+  try {
+    state_->flushed = std::async(std::launch::async, [fd] { return ::fsync(fd) == 0 ? 0 : errno; });
+  } catch (const std::system_error&) {
+    // No thread to spare: Finish flushes on its own.
+  }
+}
+
+// The place stage.
+JobResult PendingOutput::Finish() {
+  if (state_ == nullptr) return JobResult::Done;
+  const std::unique_ptr<State> owned = std::move(state_);
+  State& job = *owned;
+  const int placed = job.placed;
+  // Flushed and dated before the rename; the input's permission bits come
+  // after it, through the descriptor, so what a crash leaves is private and
+  // nobody can swap the name for a link to something else in between.
+  const int flushError = job.flushed.valid() ? job.flushed.get() : (::fsync(placed) == 0 ? 0 : errno);
+  if (flushError != 0) return JobResult::Failed;
+  if (job.macTimes) {
+    (void)SetFileTimes(placed, *job.macTimes);
+  } else {
+    const timespec times[2] = {job.inStat.st_atim, job.inStat.st_mtim};
+    (void)::futimens(placed, times);
+  }
+  if (!PlaceOutput(job.staged, job.outPath, DisposalOf(job.outPath, job.fileMode), job.inStat, NextWorkStem)) {
+    return JobResult::OutputFailed;
+  }
+  job.cleanup.Release(job.staged);
+  if (!job.keptFork.empty() && !PlaceFork(job.keptFork, job.outPath, job.inStat.st_mode, job.cleanup)) {
+    return JobResult::Failed;
+  }
+  // The rename has put this very file in place (the descriptor says which).
+  struct stat now {};
+  struct stat held {};
+  if (::lstat(job.outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
+      ::fchmod(placed, job.inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+    return JobResult::OutputFailed;
+  }
+  if (job.forkNote > 0) {
+    job.window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(job.forkNote) + " Byte)は出力されませんでした");
+  }
+  // Only an input that nobody changed since it was read may go: data added
+  // during the run would be lost with it.
+  if ((job.fileMode & file_mode::kDeleteInput) != 0 && !job.sameFile && IsOtherFile(job.inPath, job.outPath) != 0 &&
+      Unchanged(job.inPath, job.inStat)) {
+    ::unlink(job.inPath.c_str());  // errors ignored: the conversion itself succeeded
+  }
+  return JobResult::Done;
+}
+
+namespace {
+
+// The new data, in the work file `work` named by `stem`, put beside the
+// output; `state` gets what the place stage needs.
+JobResult StageJob(const JobRequest& request, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup, Fd& work,
+                   const std::string& stem, PendingOutput::State& state) {
   // The new data must lie in the output's folder before the old output is
   // touched: a rename never crosses file systems (nor bind mounts of one). A
   // second name does where it can, a private copy where it cannot.
   const std::string workFile = WorkFolder() + stem + ".tmp";
-  const std::string staged = FolderOf(outPath) + "." + stem + ".tmp";
+  const std::string staged = FolderOf(request.output) + "." + stem + ".tmp";
   cleanup.Add(staged);
   Fd copy;
   if (::link(workFile.c_str(), staged.c_str()) != 0) {
@@ -245,36 +343,26 @@ JobResult PlaceJob(const std::string& outPath, const JobContext& context, const 
   }
   ::unlink(workFile.c_str());
   cleanup.Release(workFile);
-  const int placed = copy.get() >= 0 ? copy.get() : work.get();
-
-  // Flushed and dated before the rename; the input's permission bits come
-  // after it, through the descriptor, so what a crash leaves is private and
-  // nobody can swap the name for a link to something else in between.
-  if (::fsync(placed) != 0) return JobResult::Failed;
-  if (plan.macTimes) {
-    (void)SetFileTimes(placed, *plan.macTimes);
-  } else {
-    const timespec times[2] = {plan.inStat.st_atim, plan.inStat.st_mtim};
-    (void)::futimens(placed, times);
-  }
-  if (!PlaceOutput(staged, outPath, DisposalOf(outPath, context.settings.FileMode), plan.inStat, NextWorkStem)) {
-    return JobResult::OutputFailed;
-  }
-  cleanup.Release(staged);
-  if (!plan.keptFork.empty() && !PlaceFork(plan, outPath, cleanup)) return JobResult::Failed;
-  // The rename has put this very file in place (the descriptor says which).
-  struct stat now {};
-  struct stat held {};
-  if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
-      ::fchmod(placed, plan.inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
-    return JobResult::OutputFailed;
-  }
+  state.placed = copy.get() >= 0 ? copy.get() : work.get();
+  state.work.Reset(work.Release());
+  state.copy.Reset(copy.Release());
+  state.inPath = request.input;
+  state.outPath = request.output;
+  state.staged = staged;
+  state.keptFork = plan.keptFork;
+  state.inStat = plan.inStat;
+  state.macTimes = plan.macTimes;
+  state.fileMode = context.settings.FileMode;
+  state.sameFile = plan.sameFile;
+  if (plan.droppedFork > 0 && plan.keptFork.empty() && !plan.rewriteHeader) state.forkNote = plan.droppedFork;
+  state.cleanup.Take(cleanup);
   return JobResult::Done;
 }
 
 }  // namespace
 
-JobResult Ferrox(const JobRequest& request, const JobContext& context) {
+JobResult FerroxStaged(const JobRequest& request, const JobContext& context, PendingOutput& pending) {
+  pending = PendingOutput();
   const std::string& inPath = request.input;
   const std::string& outPath = request.output;
   if (inPath.empty()) return JobResult::InputEmpty;
@@ -295,18 +383,18 @@ JobResult Ferrox(const JobRequest& request, const JobContext& context) {
   Fd work;
   std::string stem;
   if (const JobResult rc = ConvertJob(request, context, plan, cleanup, work, stem); rc != JobResult::Done) return rc;
-  if (const JobResult rc = PlaceJob(outPath, context, plan, cleanup, work, stem); rc != JobResult::Done) return rc;
-
-  if (plan.droppedFork > 0 && plan.keptFork.empty() && !plan.rewriteHeader) {
-    context.window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(plan.droppedFork) + " Byte)は出力されませんでした");
+  auto state = std::make_unique<PendingOutput::State>(context.window);
+  if (const JobResult rc = StageJob(request, context, plan, cleanup, work, stem, *state); rc != JobResult::Done) {
+    return rc;
   }
-  // Only an input that nobody changed since it was read may go: data added
-  // during the run would be lost with it.
-  if ((context.settings.FileMode & file_mode::kDeleteInput) != 0 && !plan.sameFile &&
-      IsOtherFile(inPath, outPath) != 0 && Unchanged(inPath, plan.inStat)) {
-    ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
-  }
+  pending.state_ = std::move(state);
   return JobResult::Done;
+}
+
+JobResult Ferrox(const JobRequest& request, const JobContext& context) {
+  PendingOutput pending;
+  const JobResult rc = FerroxStaged(request, context, pending);
+  return rc != JobResult::Done ? rc : pending.Finish();
 }
 
 }  // namespace ferrox

@@ -18,6 +18,7 @@
 //   the next run removes (see work_files.h).
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "app/work_files.h"
@@ -46,6 +47,41 @@ struct JobRequest {
   std::string output;
   std::uint16_t flags = 0;  // kJobText, kJobMacBinaryCut
 };
+
+// A job's new output, complete and private beside the output, that has yet to
+// be flushed to disk and put in place. A batch keeps several of these so that
+// their flushes overlap; one dropped unfinished removes its work files.
+class PendingOutput {
+ public:
+  PendingOutput();
+  ~PendingOutput();
+  PendingOutput(PendingOutput&&) noexcept;
+  PendingOutput& operator=(PendingOutput&&) noexcept;
+
+  [[nodiscard]] explicit operator bool() const noexcept { return state_ != nullptr; }
+  // Nothing left to say or to do beyond the output itself (no resource fork to
+  // keep or mention, no input to delete): the move may wait.
+  [[nodiscard]] bool Quiet() const noexcept;
+  [[nodiscard]] const std::string& InputPath() const noexcept;
+  [[nodiscard]] const std::string& OutputPath() const noexcept;
+
+  // Starts the flush to disk on a helper thread (where one can be had).
+  void StartFlush();
+  // Waits for the flush (or flushes), then dates the output and puts it in
+  // place (the place stage of the job); the results of Ferrox.
+  [[nodiscard]] JobResult Finish();
+
+  struct State;
+
+ private:
+  friend JobResult FerroxStaged(const JobRequest&, const JobContext&, PendingOutput&);
+  std::unique_ptr<State> state_;
+};
+
+// Ferrox up to the flush of the new output (the plan and convert stages, and
+// the new data beside the output): on Done with `pending` set, the rest is
+// pending.Finish(); on Done with it empty there was nothing to write.
+[[nodiscard]] JobResult FerroxStaged(const JobRequest& request, const JobContext& context, PendingOutput& pending);
 
 // Returns Done (done, or nothing to do), InputNotFound, InputEmpty,
 // OutputEmpty, or the conversion pass's Settings, Failed, Cancelled,

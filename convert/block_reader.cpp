@@ -31,6 +31,9 @@ bool BlockReader::Open(const std::string& path, std::int64_t limit) {
     errno = EISDIR;
     return false;
   }
+  // A file longer than the buffer is read from start to end once: the kernel
+  // may read further ahead. Only a hint.
+  if (limit > static_cast<std::int64_t>(size_)) (void)::posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
   return true;
 }
 

@@ -25,6 +25,11 @@ class Fd {
     fd_ = fd;
   }
   [[nodiscard]] int get() const noexcept { return fd_; }
+  int Release() noexcept {
+    const int fd = fd_;
+    fd_ = -1;
+    return fd;
+  }
 
  private:
   int fd_;

@@ -68,5 +68,34 @@ TEST(ConvDriver, FolderWalkTakesFilesFirstThenSubfoldersEachWithItsOwnFlags) {
   EXPECT_FALSE(window.busy);
 }
 
+// Outputs of a walk go into place after their flush, several at a time: a
+// later input that leads to an earlier output still reads the new output, and
+// a pair refused later in the walk leaves the earlier outputs in place with no
+// work file behind.
+TEST(ConvDriver, WalkOutputsInFlightAreReadByLaterPairsAndPlacedBeforeAStop) {
+  testing::ScratchDir dir;
+  const std::string root = dir.Path().string();
+  fs::create_directories(root + "/in");
+  fs::create_directories(root + "/out/y.txt");  // a folder in the way of the last pair
+  dir.Write("out/a.txt", "old\r\n");
+  dir.Write("in/a.txt", "new\r\n");
+  fs::create_symlink("../out/a.txt", root + "/in/b.txt");
+  for (int n = 0; n < 20; ++n) dir.Write("in/m" + std::to_string(100 + n) + ".txt", std::to_string(n) + "\r\n");
+  dir.Write("in/y.txt", "y\r\n");
+  ConversionSettings settings;
+  settings.FileMode = 116;
+  RecordingWindow window;
+  ConvDriver driver(window, settings, nullptr);
+  EXPECT_EQ(driver.Ferrox_Click_Etc({root + "/in", root + "/out", {}, {}}), RunResult::OutputSide);
+  EXPECT_EQ(window.messages, Names{"出力ﾌｧｲﾙ [" + root + "/out/y.txt] が不正です"});
+  EXPECT_EQ(testing::ReadAll(root + "/out/b.txt"), "new\r\n");
+  for (int n = 0; n < 20; ++n) {
+    EXPECT_EQ(testing::ReadAll(root + "/out/m" + std::to_string(100 + n) + ".txt"), std::to_string(n) + "\r\n") << n;
+  }
+  for (const auto& entry : fs::directory_iterator(root + "/out")) {
+    EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
+  }
+}
+
 }  // namespace
 }  // namespace ferrox
