@@ -6,6 +6,7 @@
 #include "suffix/file_name_rec.h"
 
 // ferrox
+#include "analysis/mac_codes.h"
 #include "analysis/report_format.h"
 #include "analysis/survey_flags.h"
 #include "platform/file_attributes.h"
@@ -177,8 +178,9 @@ void AppendSidecarBlock(ReportText& out, const std::string& path, std::int64_t l
   out.Line(block.substr(0, block.size() - 2));
 }
 
-// The verdict sentences of a file of `length` bytes (not 0) with the survey flag word `f`.
-void AppendVerdict(ReportText& out, std::int64_t length, std::uint16_t f, const ReportSettings& s) {
+// The verdict sentences of the file `path` of `length` bytes (not 0) with the survey flag word `f`.
+void AppendVerdict(ReportText& out, const std::string& path, SurveyKind r, std::int64_t length, std::uint16_t f,
+                   const ReportSettings& s) {
   out.Line("");
   const bool cut = s.ChkSize >= 1 && s.ChkSize < length;
   if (cut) {
@@ -214,6 +216,10 @@ void AppendVerdict(ReportText& out, std::int64_t length, std::uint16_t f, const 
       out.Line("また、このテキストには分解された文字（濁点が分かれた「か゛」など）が含まれています。");
     } else if (!utf8 && (f & survey::kGaijiMask) != 0) {
       out.Line("また、このテキストには外字が含まれています。");
+    }
+    const std::int64_t dataStart = r == SurveyKind::MacBinary ? 128 : 0;
+    if (ReadsAsShiftJis(f) && FileHoldsMacCodes(path, dataStart, cut ? s.ChkSize : 0)) {
+      out.Line("このテキストには Mac の拡張文字（①、㈱など）が含まれています。");
     }
     const bool appendEof = (s.ConvMode & conv_mode::kAppendEof) != 0;
     const bool endsWithEof = (f & survey::kEndsWithEof) != 0;
@@ -265,7 +271,7 @@ void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, st
     return;
   }
 
-  AppendVerdict(out, length, f, s);
+  AppendVerdict(out, path, r, length, f, s);
   AppendMacInfo(out, path, r, mac, length, lookup, sidecar);
 }
 

@@ -11,6 +11,8 @@
 namespace ferrox {
 
 struct JobRequest;
+struct ChangeCounts;
+class ChangeSink;
 
 class ConvWindow : public ProgressSink {
  public:
@@ -28,6 +30,15 @@ class ConvWindow : public ProgressSink {
   virtual void MessagesAbout(const std::string& path) { (void)path; }
   // A note that needs no answer (the command line's message line); the window shows none.
   virtual void Note(const std::string& /*text*/) {}
+
+  // What the pass dropped or replaced in the file `path`, after converting it
+  // when there was anything.
+  virtual void Changes(const std::string& path, const ChangeCounts& counts) {
+    (void)path;
+    (void)counts;
+  }
+  // Where each change goes as a row, or null.
+  [[nodiscard]] virtual ChangeSink* ChangeRows() { return nullptr; }
 
   // Disables (false) or enables (true) the window's controls around a run.
   virtual void AllEnabled(bool enabled) = 0;

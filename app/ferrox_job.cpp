@@ -21,8 +21,9 @@
 #include "app/conversion_settings.h"
 #include "app/engine_settings.h"
 #include "app/path_helpers.h"
-#include "convert/ferrox_conv.h"
+#include "convert/change_account.h"
 #include "app/work_files.h"
+#include "convert/ferrox_conv.h"
 #include "convert/result_code.h"
 #include "platform/file_placing.h"
 #include "platform/file_times.h"
@@ -85,6 +86,11 @@ std::string NewWorkFile(WorkFiles& cleanup) {
   return path;
 }
 
+// A creator code that names a program: four zero bytes or blanks name none.
+bool NamesCreator(const std::string& creator) {
+  return creator.find_first_not_of(std::string_view(" \0", 2)) != std::string::npos;
+}
+
 FileTimes MacFileTimes(const DateTime& created, const DateTime& modified) {
   FileTimes times;
   times.Creation = created;
@@ -108,6 +114,7 @@ struct JobPlan {
   bool rewriteHeader = false;  // a MacBinary header kept, to be rewritten for the new length
   std::optional<FileTimes> macTimes;
   std::int64_t droppedFork = 0;  // the input's resource fork, when the output cannot hold it
+  bool macOrigin = false;        // a wrapper or a sidecar names a creator
 };
 
 // A BinHex or AppleSingle input is unwrapped into a private work file first,
@@ -157,10 +164,12 @@ JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFile
   plan.dataLength = unwrapped ? wrapped.DataLength : plan.inStat.st_size;
   plan.droppedFork = unwrapped ? wrapped.ResourceLength : 0;
   if (unwrapped && wrapped.HasDates && macDates) plan.macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
+  plan.macOrigin = unwrapped && NamesCreator(wrapped.Creator);
   if (kind == SurveyKind::MacBinary) {
     plan.dataStart = kMacBinaryHeaderSize;
     plan.dataLength = info.DataLength;
     if (!unwrapped) plan.droppedFork = info.ResourceLength;
+    plan.macOrigin = NamesCreator(info.Creator);
     if (macDates) plan.macTimes = MacFileTimes(info.Created, info.Modified);
     plan.rewriteHeader = (request.flags & kJobMacBinaryCut) == 0;
     const std::int64_t forkAt = kMacBinaryHeaderSize + (std::int64_t{info.DataLength} + 127) / 128 * 128;
@@ -174,6 +183,7 @@ JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFile
   if (AppleFileInfo side; !unwrapped && kind == SurveyKind::Ordinary && !context.sidecar.empty() &&
                           ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
     if (side.HasDates && macDates) plan.macTimes = MacFileTimes(side.Created, side.Modified);
+    plan.macOrigin = NamesCreator(side.Creator);
     if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0 &&
         !KeepFork(context.sidecar, side.ResourceFork->Offset, side.ResourceFork->Length, side.FinderInfo, cleanup,
                   plan)) {
@@ -193,10 +203,14 @@ JobResult ConvertJob(const JobRequest& request, const JobContext& context, const
   SweepDeadWorkFilesOnce(FolderOf(request.output));
   stem = NextWorkStem();
   const std::string workFile = workFolder + stem + ".tmp";
-  const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji};
+  ChangeSink* const rows = context.window.ChangeRows();
+  if (rows != nullptr) rows->BeginFile(request.input);
+  ChangeAccount account(rows);
+  const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji, plan.macOrigin, &account};
   const JobResult rc = FerroxConv(workFile, plan.source, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
-                            plan.rewriteHeader, options, context.window);
+                                  plan.rewriteHeader, options, context.window);
   if (rc != JobResult::Done) return rc;
+  if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
   cleanup.Add(workFile);
   context.window.ShowProgress(plan.dataLength, plan.dataLength);
 

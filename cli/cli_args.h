@@ -30,6 +30,7 @@ struct Arguments {
   bool flagsOnly = false;  // survey --flags
   bool json = false;       // survey --json
   bool force = false;      // convert --force: binary output to a terminal too
+  std::string changes;     // convert --changes: where the list of changes goes
 };
 
 // Parses argv; on a usage error returns nullopt and sets `error`.

@@ -74,12 +74,15 @@ bool NoCut(Arguments& a, const std::string&, std::string&) { return a.cut = fals
 bool Flags(Arguments& a, const std::string&, std::string&) { return a.flagsOnly = true, true; }
 bool Json(Arguments& a, const std::string&, std::string&) { return a.json = true, true; }
 bool Force(Arguments& a, const std::string&, std::string&) { return a.force = true, true; }
+bool Changes(Arguments& a, const std::string& text, std::string&) { return a.changes = text, true; }
 
 using conv_mode::kAppendEof;
 using conv_mode::kFncChar;
 using conv_mode::kFull;
 using conv_mode::kGaijiAsChar;
 using conv_mode::kGaijiTable;
+using conv_mode::kMacJapaneseAny;
+using conv_mode::kNoMacJapanese;
 using conv_mode::kNoUtf8;
 using conv_mode::kOldTieRule;
 using file_mode::kBackup;
@@ -132,6 +135,15 @@ constexpr std::array kOptions = {
     OptionSpec{"--no-utf8", "", kConvMode, kAny, "do not recognise UTF-8 text (32)", "UTF-8 を認識しない (32)",
                kConv<kNoUtf8>},
     OptionSpec{"--utf8", "", kConvMode, kAny, "recognise UTF-8 text", "UTF-8 を認識する", kConv<0, kNoUtf8>},
+    OptionSpec{"--mac-japanese", "", kConvMode, kAny, "read all Shift JIS text as Mac Japanese (64)",
+               "すべてのシフトJIS テキストを Mac の日本語として変換する (64)",
+               kConv<kMacJapaneseAny, kNoMacJapanese>},
+    OptionSpec{"--no-mac-japanese", "", kConvMode, kAny, "no Mac Japanese mapping at all (128)",
+               "Mac の日本語の変換をしない (128)", kConv<kNoMacJapanese, kMacJapaneseAny>},
+    OptionSpec{"--mac-japanese-auto", "", kConvMode, kAny,
+               "... only for text known to come from a Mac (wrapper or AppleDouble with a creator)",
+               "Mac から来たと分かるテキストだけ Mac の日本語として変換する",
+               kConv<0, kMacJapaneseAny | kNoMacJapanese>},
     OptionSpec{"--plain-ties", "", kConvMode, kAny,
                "Shift JIS/EUC ties by the plain rule: the first code seen, else the longer run (256)",
                "シフトJIS/EUC の判定が付かない時は単純な規則で決める (256)", kConv<kOldTieRule>},
@@ -179,6 +191,9 @@ constexpr std::array kOptions = {
                "MacBinary を外さない (この 4 つが無ければファイルごとの調査で決まる)", &NoCut},
     OptionSpec{"--force", "", kCommand, Command::kConvert, "write binary output to a terminal all the same",
                "バイナリーの出力でも端末に書く", &Force},
+    OptionSpec{"--changes", "FILE", kCommand, Command::kConvert,
+               "write every byte dropped or replaced as a TSV row: path, offset, kind, input, output",
+               "削除・置換したバイトを 1 つずつ TSV の行に書く: パス、位置、種類、入力、出力", &Changes},
     OptionSpec{"--flags", "", kCommand, Command::kSurvey,
                "survey: one line instead of the report: the result code and the flag word",
                "survey: 調査結果の代わりに 1 行: 結果コードとフラグ値", &Flags},

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include "convert/change_account.h"
 
 namespace ferrox::cli {
 
@@ -67,6 +68,19 @@ void CliWindow::ClearProgressLine() {
   if (!lineShown_) return;
   std::fputs("\r\033[K", stderr);
   lineShown_ = false;
+}
+
+std::string CliWindow::Shown(const std::string& path) const {
+  for (const auto& [from, shown] : shownAs_) {
+    if (path == from) return shown;
+  }
+  return path;
+}
+
+void CliWindow::Changes(const std::string& path, const ChangeCounts& counts) {
+  ClearProgressLine();
+  std::fprintf(stderr, "%s\n", ShownText(Shown(path) + ": " + ChangeSummary(counts)).c_str());
+  std::fflush(stderr);
 }
 
 void CliWindow::Message(const std::string& text) {

@@ -32,11 +32,19 @@ class CliWindow final : public ConvWindow {
   void AllEnabled(bool) override {}
   void ProgressPanel(bool on) override;
 
+  // One line per file with changes; the rows go to `rows` when it is set.
+  void Changes(const std::string& path, const ChangeCounts& counts) override;
+  [[nodiscard]] ChangeSink* ChangeRows() override { return rows_; }
+  void SetChangeRows(ChangeSink* rows) { rows_ = rows; }
+
   // Messages show `path` as `shown` (standard input and output as "-").
   void ShowPathAs(const std::string& path, const std::string& shown) { shownAs_.emplace_back(path, shown); }
 
   // Pairs the driver has handed to the job in this run.
   [[nodiscard]] int PairsStarted() const { return pairsStarted_; }
+
+  // `path` as the messages show it.
+  [[nodiscard]] std::string Shown(const std::string& path) const;
 
   // Removes a progress line from the terminal.
   void ClearProgressLine();
@@ -57,6 +65,7 @@ class CliWindow final : public ConvWindow {
   int pairsStarted_ = 0;
   std::vector<std::pair<std::string, std::string>> shownAs_;
   std::string about_;  // the file the messages are about, named at the start of each line
+  ChangeSink* rows_ = nullptr;
 };
 
 }  // namespace ferrox::cli

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "analysis/file_survey.h"
@@ -22,6 +23,7 @@
 #include "cli/cli_window.h"
 #include "cli/std_streams.h"
 #include "cli/survey_json.h"
+#include "convert/change_account.h"
 #include "convert/gaiji_table.h"
 #include "convert/result_code.h"
 #include "suffix/file_name_rec.h"
@@ -103,6 +105,37 @@ std::string LfLines(std::string text) {
   }
   return out;
 }
+
+// The --changes list: a header, then one TSV row per change with the input
+// and output bytes in hex.
+class ChangeList final : public ChangeSink {
+ public:
+  ChangeList(std::FILE* file, const CliWindow& window) : file_(file), window_(window) {
+    std::fputs("path\toffset\tkind\tinput\toutput\n", file_);
+  }
+  void BeginFile(const std::string& path) override { path_ = ShownText(window_.Shown(path)); }
+  void Change(std::int64_t offset, ChangeKind kind, std::string_view in,
+              std::string_view out) override {
+    std::fprintf(file_, "%s\t%lld\t%.*s\t%s\t%s\n", path_.c_str(), static_cast<long long>(offset),
+                 static_cast<int>(ChangeKindName(kind).size()), ChangeKindName(kind).data(),
+                 Hex(in).c_str(), Hex(out).c_str());
+  }
+
+ private:
+  static std::string Hex(std::string_view bytes) {
+    std::string s;
+    for (const char c : bytes) {
+      char two[4];
+      std::snprintf(two, sizeof two, s.empty() ? "%02X" : " %02X", static_cast<unsigned char>(c));
+      s += two;
+    }
+    return s;
+  }
+
+  std::FILE* file_;
+  const CliWindow& window_;
+  std::string path_;
+};
 
 // A run that found no file to hand to the job says why, in one line.
 void SayNothingToConvert(const std::string& input, const ConversionSettings& settings) {
@@ -223,10 +256,35 @@ int RunConvert(const Arguments& arguments) {
   const PinnedBoxes pinned{arguments.text, arguments.cut};
   const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand), pinned, pinned};
 
+  std::FILE* listFile = nullptr;
+  if (!arguments.changes.empty()) {
+    listFile = arguments.changes == "-" ? (toStdout ? nullptr : stdout)
+                                        : std::fopen(arguments.changes.c_str(), "w");
+    if (listFile == nullptr) {
+      Say("ferrox: " + arguments.changes + ": " +
+          (toStdout ? Tr("the output already goes to standard output", "出力が標準出力に出ます")
+                    : std::string(std::strerror(errno))));
+      return ExitStatus(RunResult::OutputSide);
+    }
+  }
+  std::optional<ChangeList> changeList;
+  if (listFile != nullptr) {
+    changeList.emplace(listFile, window);
+    window.SetChangeRows(&*changeList);
+  }
+
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSuffixTable(&store.Suffixes);
   const RunResult rc = driver.Ferrox_Click_Etc(request);
   window.ClearProgressLine();
+  if (listFile != nullptr) {
+    const bool listFailed = std::fflush(listFile) != 0 || std::ferror(listFile) != 0 ||
+                            (listFile != stdout && std::fclose(listFile) != 0);
+    if (listFailed) {
+      Say("ferrox: " + arguments.changes + ": " + std::strerror(errno));
+      if (rc == RunResult::Done) return ExitStatus(RunResult::OutputSide);
+    }
+  }
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
   if (rc == RunResult::Done && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);

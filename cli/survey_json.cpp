@@ -1,5 +1,7 @@
 #include "cli/survey_json.h"
 
+#include "analysis/mac_codes.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -70,8 +72,9 @@ std::string List(std::initializer_list<std::pair<bool, const char*>> items) {
 
 namespace {
 
-// The code, line end and gaiji fields of a text file's flag word `f`.
-std::string TextFields(std::uint16_t f) {
+// The code, line end and gaiji fields of a text file's flag word `f`, of
+// which `length` bytes were surveyed.
+std::string TextFields(const SurveyJsonInput& in, std::uint16_t f, std::int64_t length) {
   using namespace survey;
   std::string out;
   if ((f & kUtf8) != 0) {
@@ -95,6 +98,10 @@ std::string TextFields(std::uint16_t f) {
                                  {(f & kJisGaiji) != 0, "ISO-2022-JP"},
                                  {(f & kEucGaiji) != 0, "EUC-JP"}}) +
            ",\"ends_with_eof\":" + ((f & kEndsWithEof) != 0 ? "true" : "false");
+    // Apple's extension codes in the surveyed bytes, read as Shift JIS.
+    const bool appleCodes = ReadsAsShiftJis(f) && in.wrapped == nullptr &&
+                            FileHoldsMacCodes(in.filePath, in.macBinary != nullptr ? 128 : 0, length);
+    out += std::string(",\"apple_codes\":") + (appleCodes ? "true" : "false");
   }
   return out;
 }
@@ -140,7 +147,7 @@ std::string SurveyJson(const SurveyJsonInput& in) {
   const std::int64_t length = in.chkSize >= 1 && data > in.chkSize ? in.chkSize : data;
   out += std::string(",\"text\":") + (f != 0 ? "true" : "false") + ",\"flags\":" + std::to_string(f) +
          ",\"flags_hex\":\"" + hex + "\"";
-  out += TextFields(f);
+  out += TextFields(in, f, length);
   out += ",\"binary_bytes_seen\":" + std::string((f & kBinTolerated) != 0 ? "true" : "false") +
          ",\"binary_allowance\":" + std::to_string(BinaryAllowance(length, in.binRate)) +
          ",\"bin_rate\":" + std::to_string(in.binRate) + ",\"size\":" + std::to_string(st.st_size) +

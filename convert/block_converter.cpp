@@ -8,6 +8,8 @@
 // ferrox
 #include "analysis/survey_flags.h"
 #include "convert/ascii_run.h"
+#include "convert/change_account.h"
+#include "convert/mac_japanese.h"
 #include "convert/pair_scan.h"
 #include "text/code_ranges.h"
 #include "text/conv_mode.h"
@@ -109,7 +111,37 @@ inline void CopyRun(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufI
   const BufIndex start = i;
   BufIndex consumed = 0;
   kCopy(out, in, o, i, end, consumed, policy);
-  if (consumed == 0) i = start;
+  if (consumed == 0) {
+    i = start;
+    if (policy.account != nullptr) {
+      // Inside JIS only a gaiji pair is more than junk.
+      const bool jisGaiji = in[i + 1] >= 0x21 && in[i + 1] <= 0x7E &&
+                            code_ranges::JisLead(in[i]) == code_ranges::Lead::kGaiji;
+      const ChangeKind kind = kCopy != JisZenCopy ? DropKindAt(in + i)
+                              : jisGaiji          ? ChangeKind::kGaijiDropped
+                                                  : ChangeKind::kJunk;
+      policy.account->Dropped(kind, in, i);
+    }
+  }
+}
+
+// Junk bytes below 0x80 from i on, dropped and counted; returns the next index.
+inline BufIndex DropJunk(const std::uint8_t* in, BufIndex i, BufIndex end,
+                         ChangeAccount* account) noexcept {
+  const BufIndex next = SkipJunk(in, i, end);
+  NoteDrop(account, ChangeKind::kJunk, in, i, next - i);
+  return next;
+}
+
+// Writes the CP932 form of the Mac code at i, if one starts there.
+inline bool TakeMac(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
+                    const GaijiPolicy& policy) noexcept {
+  std::size_t written = 0;
+  const std::size_t n = TakeMacCode(in, i, out + o, written, policy);
+  if (n == 0) return false;
+  o += static_cast<BufIndex>(written);
+  i += static_cast<BufIndex>(n);
+  return true;
 }
 
 // Follows a JIS shift of type t at i: sets the code state (`base` is the one a
@@ -158,7 +190,7 @@ inline bool EndsReadingCleanly(const std::uint8_t* in, BufIndex k, BufIndex end)
 // other reading can at best tie it, and no pair in it is gaiji.
 void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i,
                        BufIndex end, std::uint16_t& s, std::uint16_t base, const RunLoops& loops,
-                       const GaijiTable* table, SimdLevel level) noexcept {
+                       const GaijiPolicy& policy, SimdLevel level) noexcept {
   for (;;) {
     CopyAscii(out, in, o, i, end, level);
     if (i > end) return;
@@ -185,7 +217,7 @@ void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, B
       s = kJisKanji;
       i += 3;
       if (i > end) return;
-      const RunEnd e = loops.jisZen(in, i, end, out + o, table, level);
+      const RunEnd e = loops.jisZen(in, i, end, out + o, policy, level);
       if (e.stop == i) return;  // the dispatcher drops the refused byte
       o = e.q - out;
       i = e.stop;
@@ -202,7 +234,7 @@ void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, B
     // The code's loop goes on through blanks, line ends and what follows them;
     // any other byte it refuses at once, and the loop above takes it.
     if (i <= end && (in[i] == 0x20 || in[i] == 0x09 || in[i] == 0x0A || in[i] == 0x0D)) {
-      const RunEnd e = rest(in, i, end, out + o, table, level);
+      const RunEnd e = rest(in, i, end, out + o, policy, level);
       o = e.q - out;
       i = e.stop;
     }
@@ -212,11 +244,14 @@ void TakeCommonStretch(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, B
 }  // namespace
 
 BlockSettings BlockSettings::Make(std::uint16_t typeFlags, std::uint16_t convMode,
-                                  const GaijiTable* table) noexcept {
+                                  const GaijiTable* table, bool macJapanese,
+                                  ChangeAccount* account) noexcept {
   BlockSettings s;
   s.typeFlags = typeFlags;
   s.gaijiAsChar = conv_mode::GaijiAsChar(convMode);
   s.policy = GaijiPolicy::FromConvMode(convMode, table);
+  s.policy.mac = macJapanese;
+  s.policy.account = account;
   return s;
 }
 
@@ -233,7 +268,8 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
   const GaijiPolicy& policy = settings.policy;
   const std::uint16_t base = settings.BaseState();
   const SimdLevel level = CurrentSimdLevel();
-  const RunLoops loops = RunLoopsFor(policy.mode);
+  const RunLoops loops = RunLoopsFor(policy);
+  ChangeAccount* const account = policy.account;
   std::uint16_t s = codeState;
   BufIndex o = 0;
   BufIndex i = 0;
@@ -242,12 +278,17 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     const std::uint8_t b = in[i];
     if (b < 0x80 && ct::kLowTypes[b] == ct::kNone) {
       // Junk is dropped in every state; zero padding goes eight bytes at a time.
-      i = SkipJunk(in, i, end);
+      i = DropJunk(in, i, end, account);
       continue;
     }
     if (s != kJisKanji && s != kJisKana) {
       if (IsPrintable(b)) {
-        TakeCommonStretch(out, in, o, i, end, s, base, loops, policy.table, level);
+        TakeCommonStretch(out, in, o, i, end, s, base, loops, policy, level);
+        continue;
+      }
+      // Apple's codes, where the text is read as Shift JIS.
+      if (policy.mac && b >= 0x80 && (s == kSjis || (s != kEuc && base != kEuc)) &&
+          TakeMac(out, in, o, i, policy)) {
         continue;
       }
       const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
@@ -257,17 +298,22 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
       } else if (t == ct::kCr || t == ct::kLf) {
         PutCrLf(out, o);
       } else if (t == ct::kNeutral) {
-        if (b != 0x1A) out[o++] = b;  // every end-of-file byte goes; the pass may add one
+        if (b != 0x1A) {
+          out[o++] = b;
+        } else {
+          NoteDrop(account, ChangeKind::kEof, in, i);  // every one goes; the pass may add one
+        }
       } else if (TakeShift(t, in, i, s, base)) {
         // a JIS shift sequence
       } else if (t == ct::kNone) {
-        // junk byte: dropped
+        NoteDrop(account, DropKindAt(in + i), in, i);
       } else if (t == ct::kEucKana || t == ct::kEucDouble ||
                  t == (ct::kEucDouble | ct::kEucGaiji)) {
         CopyRun<EucCopy>(out, in, o, i, end, policy);
         s = kEuc;
       } else if ((t & ct::kSjisBits) == 0) {
         // an EUC gaiji reading that fits nothing else: dropped
+        NoteDrop(account, ChangeKind::kGaijiDropped, in, i);
       } else if ((t & ct::kEucBits) == 0) {
         CopyRun<SjisCopy>(out, in, o, i, end, policy);
         s = kSjis;
@@ -291,7 +337,11 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
       // 0xDF (a blank becomes 0xA0); the rest of the printable range is dropped.
       do {
         const std::uint8_t k = in[i];
-        if (k <= 0x5F) out[o++] = static_cast<std::uint8_t>(k + 0x80);
+        if (k <= 0x5F) {
+          out[o++] = static_cast<std::uint8_t>(k + 0x80);
+        } else {
+          NoteDrop(account, ChangeKind::kJunk, in, i);
+        }
         ++i;
       } while (i <= end && IsPrintable(in[i]));
       continue;
@@ -300,7 +350,9 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     } else {
       // Inside a JIS sequence everything but the shifts is dropped, line ends
       // included: JIS text returns to ASCII before its line end.
-      TakeShift(TypeAt(in + i, gaijiAsChar), in, i, s, base);
+      if (!TakeShift(TypeAt(in + i, gaijiAsChar), in, i, s, base)) {
+        NoteDrop(account, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
+      }
     }
     ++i;
   }
@@ -312,13 +364,13 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
 
 namespace {
 
-enum class LiteClass : std::uint8_t { kDrop, kAscii, kSingle, kCr, kLf, kLead };
+enum class LiteClass : std::uint8_t { kDrop, kAscii, kSingle, kCr, kLf, kLead, kMac };
 
 struct LiteTable {
   LiteClass cls[256];
 };
 
-constexpr LiteTable MakeLiteTable() noexcept {
+constexpr LiteTable MakeLiteTable(bool mac) noexcept {
   LiteTable t{};
   for (int b = 0; b < 256; ++b) {
     const auto u = static_cast<std::uint8_t>(b);
@@ -334,12 +386,14 @@ constexpr LiteTable MakeLiteTable() noexcept {
     } else if (code_ranges::IsSjisLead(u)) {
       c = LiteClass::kLead;
     }
+    if (mac && (u == 0x80 || u == 0xA0 || u >= 0xFD)) c = LiteClass::kMac;
     t.cls[b] = c;
   }
   return t;
 }
 
-constexpr LiteTable kLite = MakeLiteTable();
+constexpr LiteTable kLite = MakeLiteTable(false);
+constexpr LiteTable kLiteMac = MakeLiteTable(true);
 
 }  // namespace
 
@@ -349,12 +403,13 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
   const BufIndex end = last - 2;
   const GaijiPolicy& policy = settings.policy;
   const SimdLevel level = CurrentSimdLevel();
+  const LiteClass* const cls = policy.mac ? kLiteMac.cls : kLite.cls;
   BufIndex o = 0;
   BufIndex i = 0;
 
   while (i <= end) {
     const std::uint8_t b = in[i];
-    switch (kLite.cls[b]) {
+    switch (cls[b]) {
       case LiteClass::kAscii:
         CopyAscii(out, in, o, i, end, level);
         continue;
@@ -371,11 +426,15 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
       case LiteClass::kLead:
         CopyRun<SjisCopy>(out, in, o, i, end, policy);
         break;
+      case LiteClass::kMac:
+        static_cast<void>(TakeMac(out, in, o, i, policy));
+        continue;
       case LiteClass::kDrop:  // controls, ESC, 0x1A, 0x7F, 0x80, 0xFD .. 0xFF
         if (b == 0) {
-          i = SkipJunk(in, i, end);
+          i = DropJunk(in, i, end, policy.account);
           continue;
         }
+        NoteDrop(policy.account, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
         break;
     }
     ++i;

@@ -15,6 +15,7 @@
 
 namespace ferrox {
 
+class ChangeAccount;
 class GaijiTable;
 
 // What stays fixed for the whole file: the type flag word of the survey and
@@ -22,10 +23,12 @@ class GaijiTable;
 struct BlockSettings {
   std::uint16_t typeFlags = 0;
   bool gaijiAsChar = false;  // ConvMode bit 8
-  GaijiPolicy policy;        // ConvMode bits 8 and 16 with the gaiji table
+  GaijiPolicy policy;        // ConvMode bits 8 and 16 with the gaiji table, Mac Japanese
 
+  // `macJapanese`: Shift JIS is read as Mac Japanese. `account` counts changes.
   [[nodiscard]] static BlockSettings Make(std::uint16_t typeFlags, std::uint16_t convMode,
-                                          const GaijiTable* table) noexcept;
+                                          const GaijiTable* table, bool macJapanese = false,
+                                          ChangeAccount* account = nullptr) noexcept;
 
   // The state a JIS return to ASCII restores: EUC when the survey saw EUC.
   [[nodiscard]] std::uint16_t BaseState() const noexcept;
@@ -39,7 +42,8 @@ struct BlockSettings {
 // of bytes at the end of the block that were not converted and must be given
 // again at the start of the next block. `codeState` is read and updated so that
 // a JIS shift survives a block boundary. `out` must hold 2 * length bytes plus
-// what longer gaiji replacements add.
+// what longer gaiji replacements and Mac Japanese fallbacks (kMacLongest bytes
+// at most for a pair) add.
 [[nodiscard]] BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                                      const BlockSettings& settings, BufIndex& carry,
                                      std::uint16_t& codeState) noexcept;

@@ -6,8 +6,10 @@
 #include "analysis/survey_flags.h"
 #include "convert/block_converter.h"
 #include "convert/block_reader.h"
+#include "convert/change_account.h"
 #include "convert/gaiji_table.h"
 #include "convert/keta_soroe.h"
+#include "convert/mac_japanese.h"
 #include "convert/output_file.h"
 #include "convert/result_code.h"
 #include "convert/utf8_converter.h"
@@ -46,8 +48,9 @@ JobResult FailureCode() noexcept {
 // Converted bytes one block can give at most: a lone line end doubles, and a
 // gaiji pair may be replaced by a longer string of the table.
 std::size_t ConvertedBound(std::size_t blockBytes, const BlockSettings& settings) {
-  std::size_t perPair = 4;
-  if (settings.policy.mode == GaijiPolicy::Mode::kReplace && settings.policy.table != nullptr) {
+  std::size_t perPair = settings.policy.mac ? std::max<std::size_t>(4, kMacLongest) : 4;
+  if ((settings.policy.mode == GaijiPolicy::Mode::kReplace || settings.policy.mac) &&
+      settings.policy.table != nullptr) {
     for (const auto& record : settings.policy.table->Records()) {
       perPair = std::max(perPair, record.replacement.size());
     }
@@ -55,9 +58,10 @@ std::size_t ConvertedBound(std::size_t blockBytes, const BlockSettings& settings
   return (blockBytes / 2 + 1) * perPair + 8;
 }
 
-std::optional<Utf8Converter> MakeUtf8(std::uint16_t typeFlags, const GaijiTable* gaiji) {
+std::optional<Utf8Converter> MakeUtf8(std::uint16_t typeFlags, const GaijiTable* gaiji,
+                                      ChangeAccount* account) {
   if ((typeFlags & survey::kUtf8) == 0) return std::nullopt;
-  return std::optional<Utf8Converter>(std::in_place, gaiji);
+  return std::optional<Utf8Converter>(std::in_place, gaiji, account);
 }
 
 class Pass {
@@ -70,8 +74,9 @@ class Pass {
         text_(text),
         full_((options.convMode & conv_mode::kFull) != 0),
         lineSize_(options.lineSize),
-        settings_(BlockSettings::Make(typeFlags, options.convMode, options.gaiji)),
-        utf8_(MakeUtf8(typeFlags, options.gaiji)),
+        settings_(BlockSettings::Make(typeFlags, options.convMode, options.gaiji,
+                                      MacJapaneseFor(options), options.account)),
+        utf8_(MakeUtf8(typeFlags, options.gaiji, options.account)),
         convertedMax_(utf8_ ? utf8_->OutputBound(blockSize_ + 2)
                             : ConvertedBound(blockSize_ + 2, settings_)),
         outputMax_(lineSize_ > 0 ? 3 * convertedMax_ + 8 : convertedMax_),
@@ -158,6 +163,7 @@ JobResult Pass::Run(const std::string& outPath, const std::string& inPath, std::
     const bool last = static_cast<std::int64_t>(blockLength) == remaining;
     const std::uint8_t* in = reader_.Block(readPos, blockLength, text_ && last ? 2 : 0);
     if (in == nullptr) return FailureCode();
+    if (options_.account != nullptr) options_.account->SetBlockStart(readPos - dataStart);
     if (!text_) {
       if (!out_.Append(in, blockLength)) return FailureCode();
     } else if (!TextBlock(in, last ? blockLength + 2 : blockLength, last)) {
@@ -177,6 +183,11 @@ JobResult Pass::Run(const std::string& outPath, const std::string& inPath, std::
 }
 
 }  // namespace
+
+bool MacJapaneseFor(const ConvOptions& options) noexcept {
+  if ((options.convMode & conv_mode::kNoMacJapanese) != 0) return false;
+  return options.macOrigin || (options.convMode & conv_mode::kMacJapaneseAny) != 0;
+}
 
 namespace detail {
 

@@ -10,13 +10,20 @@
 
 namespace ferrox {
 
+class ChangeAccount;
 class GaijiTable;
 
 struct ConvOptions {
   std::uint16_t convMode = 12;          // ConvMode
   std::int16_t lineSize = 0;            // LineSize; 0 or less = no folding
   const GaijiTable* gaiji = nullptr;    // table for ConvMode bit 16
+  bool macOrigin = false;               // the file came from a Mac (wrapper or sidecar)
+  ChangeAccount* account = nullptr;     // counts what the pass drops and replaces
 };
+
+// Whether Shift JIS text is read as Mac Japanese: for a file of Mac origin or
+// with ConvMode bit 64, never with bit 128.
+[[nodiscard]] bool MacJapaneseFor(const ConvOptions& options) noexcept;
 
 inline constexpr std::uint16_t kOpMacBinaryCut = 1;  // job flag: strip the wrapper
 inline constexpr std::uint16_t kOpText = 2;          // job flag: convert as text
@@ -28,7 +35,8 @@ inline constexpr std::int32_t kConvBlockSize = 8192;  // bytes read per block
 // (typeFlags is the survey flag word of the file). keepHeader first copies the
 // dataStart bytes before the data unchanged. Before each block it shows the
 // progress, lets events run and stops when ConvBusy is false. Data past the end
-// of a shorter input reads as zero bytes.
+// of a shorter input reads as zero bytes. The account, if any, gets every
+// change at its offset from dataStart.
 //
 // Returns Done, Failed, Cancelled or DiskFull. The output must not
 // exist: the pass creates it and refuses (-5) to write into an existing file.

@@ -3,7 +3,9 @@
 #include <array>
 #include <cstring>
 
+#include "convert/change_account.h"
 #include "convert/gaiji_table.h"
+#include "convert/mac_japanese.h"
 #include "convert/pair_scan.h"
 #include "convert/simd_level.h"
 #include "text/code_ranges.h"
@@ -17,7 +19,7 @@ using code_ranges::Lead;
 using Mode = GaijiPolicy::Mode;
 
 // What a run copier does with the byte at its position.
-enum Step : std::uint8_t { kStop, kByte, kLeadByte, kLead88, kSs2, kCr, kLf };
+enum Step : std::uint8_t { kStop, kByte, kLeadByte, kLead88, kSs2, kCr, kLf, kMacByte };
 
 constexpr void Fill(std::array<Step, 256>& t, int lo, int hi, Step s) {
   for (int b = lo; b <= hi; ++b) t[static_cast<std::size_t>(b)] = s;
@@ -58,7 +60,16 @@ constexpr std::array<Step, 256> MakeEucSteps(bool strict) {
   return t;
 }
 
+// Mac Japanese: every lead is taken so that the run can map Apple's codes in
+// the gaiji rows, and its single bytes are mapped too.
+constexpr std::array<Step, 256> MakeSjisMacSteps() {
+  std::array<Step, 256> t = MakeSjisSteps(false);
+  for (const int b : {0x80, 0xA0, 0xFD, 0xFE, 0xFF}) t[static_cast<std::size_t>(b)] = kMacByte;
+  return t;
+}
+
 constexpr auto kSjisStrictSteps = MakeSjisSteps(true);
+constexpr auto kSjisMacSteps = MakeSjisMacSteps();
 constexpr auto kSjisLooseSteps = MakeSjisSteps(false);
 constexpr auto kEucStrictSteps = MakeEucSteps(true);
 constexpr auto kEucLooseSteps = MakeEucSteps(false);
@@ -86,15 +97,22 @@ inline void JisPair(std::uint8_t j1, std::uint8_t j2, std::uint8_t* s) noexcept 
   s[1] = kPair.second[j1 & 1][j2 & 0x7F];
 }
 
-// Writes the replacement of the Shift JIS gaiji s1 s2 at q; returns its length.
-std::size_t ReplaceGaiji(const GaijiTable* table, std::uint8_t s1, std::uint8_t s2,
-                         std::uint8_t* q) noexcept {
+// Writes the replacement of the Shift JIS gaiji s1 s2 at q, which stands for
+// the input pair at in[k]; returns its length.
+std::size_t ReplaceGaiji(const GaijiPolicy& policy, std::uint8_t s1, std::uint8_t s2,
+                         std::uint8_t* q, const std::uint8_t* in, BufIndex k) noexcept {
+  const GaijiTable* table = policy.table;
+  std::size_t n = 2;
   if (table == nullptr) {
     q[0] = 0x81;  // 〓
     q[1] = 0xAC;
-    return 2;
+  } else {
+    n = table->GaijiSet(table->GaijiTableSearch(s1, s2), q, 0);
   }
-  return table->GaijiSet(table->GaijiTableSearch(s1, s2), q, 0);
+  if (policy.account != nullptr) {
+    policy.account->Replaced(ChangeKind::kGaijiReplaced, in, k, 2, q, n);
+  }
+  return n;
 }
 
 // CR, CR LF and LF all become CR LF. Returns the input bytes taken.
@@ -109,10 +127,12 @@ inline BufIndex LineEnd(Step s, const std::uint8_t* p, std::uint8_t*& q) noexcep
 // rather than a reference: stores through a byte pointer may alias a pointer in
 // memory, which would make the compiler reload it after every byte.
 
-template <Mode kMode>
+template <Mode kMode, bool kMac = false>
 RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
-               const GaijiTable* table, SimdLevel level) noexcept {
-  const auto& steps = kMode == Mode::kStrict ? kSjisStrictSteps : kSjisLooseSteps;
+               const GaijiPolicy& policy, SimdLevel level) noexcept {
+  const auto& steps = kMac                    ? kSjisMacSteps
+                      : kMode == Mode::kStrict ? kSjisStrictSteps
+                                               : kSjisLooseSteps;
   while (k <= end) {
     if (in[k] >= 0x81) pair_scan::CopyStandardSjisPairs(in, k, end, q, level);
     if (k > end) break;
@@ -121,12 +141,23 @@ RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q
     if (s == kLeadByte || s == kLead88) {
       const std::uint8_t c = in[k + 1];
       if (!code_ranges::IsSjisTrail(c)) return {k, q};
+      if constexpr (kMac) {
+        if (code_ranges::SjisLead(b, c) == Lead::kGaiji) {
+          std::size_t written = 0;
+          if (TakeMacCode(in, k, q, written, policy) != 0) {
+            q += written;
+            k += 2;
+            continue;
+          }
+          if constexpr (kMode == Mode::kStrict) return {k, q};
+        }
+      }
       if constexpr (kMode == Mode::kStrict) {
         if (s == kLead88 && c < 0x9E) return {k, q};
       }
       if constexpr (kMode == Mode::kReplace) {
         if (code_ranges::SjisLead(b, c) == Lead::kGaiji) {
-          q += ReplaceGaiji(table, b, c, q);
+          q += ReplaceGaiji(policy, b, c, q, in, k);
           k += 2;
           continue;
         }
@@ -140,6 +171,10 @@ RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q
       ++k;
     } else if (s == kCr || s == kLf) {
       k += LineEnd(s, in + k, q);
+    } else if (kMac && s == kMacByte) {
+      std::size_t written = 0;
+      k += static_cast<BufIndex>(TakeMacCode(in, k, q, written, policy));
+      q += written;
     } else {
       return {k, q};
     }
@@ -149,7 +184,7 @@ RunEnd SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q
 
 template <Mode kMode>
 RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
-              const GaijiTable* table, SimdLevel level) noexcept {
+              const GaijiPolicy& policy, SimdLevel level) noexcept {
   const auto& steps = kMode == Mode::kStrict ? kEucStrictSteps : kEucLooseSteps;
   while (k <= end) {
     if (in[k] >= 0xA1) pair_scan::ConvertStandardPairs<pair_scan::PairCode::kEuc>(in, k, end, q, level);
@@ -162,7 +197,7 @@ RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
       JisPair(b, c, q);
       if constexpr (kMode == Mode::kReplace) {
         if (code_ranges::EucLead(b) == Lead::kGaiji) {
-          q += ReplaceGaiji(table, q[0], q[1], q);
+          q += ReplaceGaiji(policy, q[0], q[1], q, in, k);
           k += 2;
           continue;
         }
@@ -189,7 +224,7 @@ RunEnd EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
 
 template <Mode kMode>
 RunEnd JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
-                 const GaijiTable* table, SimdLevel level) noexcept {
+                 const GaijiPolicy& policy, SimdLevel level) noexcept {
   while (k <= end) {
     pair_scan::ConvertStandardPairs<pair_scan::PairCode::kJis>(in, k, end, q, level);
     if (k > end) break;
@@ -204,7 +239,7 @@ RunEnd JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
     JisPair(b, c, q);
     if constexpr (kMode == Mode::kReplace) {
       if (lead == Lead::kGaiji) {
-        q += ReplaceGaiji(table, q[0], q[1], q);
+        q += ReplaceGaiji(policy, q[0], q[1], q, in, k);
         k += 2;
         continue;
       }
@@ -224,7 +259,7 @@ inline void CopyRun(RunFn strict, RunFn pass, RunFn replace, std::uint8_t* out,
   const RunFn run = policy.mode == Mode::kStrict ? strict
                     : policy.mode == Mode::kPass ? pass
                                                  : replace;
-  const RunEnd e = run(in, i, end, out + o, policy.table, CurrentSimdLevel());
+  const RunEnd e = run(in, i, end, out + o, policy, CurrentSimdLevel());
   consumed = e.stop - i;
   o = e.q - out;
   i = e.stop - 1;
@@ -243,8 +278,19 @@ GaijiPolicy GaijiPolicy::FromConvMode(std::uint16_t convMode, const GaijiTable* 
   return p;
 }
 
-RunLoops RunLoopsFor(Mode mode) noexcept {
-  switch (mode) {
+RunLoops RunLoopsFor(const GaijiPolicy& policy) noexcept {
+  if (policy.mac) {
+    switch (policy.mode) {
+      case Mode::kStrict:
+        return {SjisRun<Mode::kStrict, true>, EucRun<Mode::kStrict>, JisZenRun<Mode::kStrict>};
+      case Mode::kPass:
+        return {SjisRun<Mode::kPass, true>, EucRun<Mode::kPass>, JisZenRun<Mode::kPass>};
+      case Mode::kReplace:
+        return {SjisRun<Mode::kReplace, true>, EucRun<Mode::kReplace>,
+                JisZenRun<Mode::kReplace>};
+    }
+  }
+  switch (policy.mode) {
     case Mode::kStrict:
       return {SjisRun<Mode::kStrict>, EucRun<Mode::kStrict>, JisZenRun<Mode::kStrict>};
     case Mode::kPass:
@@ -257,6 +303,11 @@ RunLoops RunLoopsFor(Mode mode) noexcept {
 
 void SjisCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
               BufIndex& consumed, const GaijiPolicy& policy) noexcept {
+  if (policy.mac) {
+    CopyRun(SjisRun<Mode::kStrict, true>, SjisRun<Mode::kPass, true>,
+            SjisRun<Mode::kReplace, true>, out, in, o, i, end, consumed, policy);
+    return;
+  }
   CopyRun(SjisRun<Mode::kStrict>, SjisRun<Mode::kPass>, SjisRun<Mode::kReplace>, out, in, o, i,
           end, consumed, policy);
 }

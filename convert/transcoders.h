@@ -16,13 +16,17 @@
 
 namespace ferrox {
 
+class ChangeAccount;
 class GaijiTable;
 
-// How gaiji are treated, from ConvMode bits 8 and 16.
+// How gaiji are treated, from ConvMode bits 8 and 16, whether Shift JIS is
+// read as Mac Japanese, and where changes are counted.
 struct GaijiPolicy {
   enum class Mode : std::uint8_t { kStrict, kPass, kReplace };
   Mode mode = Mode::kStrict;
   const GaijiTable* table = nullptr;  // used in kReplace; null means default-only
+  bool mac = false;                   // Apple's extension codes become CP932
+  ChangeAccount* account = nullptr;   // null: changes are not counted
 
   [[nodiscard]] static GaijiPolicy FromConvMode(std::uint16_t convMode,
                                                 const GaijiTable* table) noexcept;
@@ -37,13 +41,13 @@ struct RunEnd {
   std::uint8_t* q;
 };
 using RunLoop = RunEnd (*)(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* q,
-                           const GaijiTable* table, SimdLevel level) noexcept;
+                           const GaijiPolicy& policy, SimdLevel level) noexcept;
 struct RunLoops {
   RunLoop sjis;
   RunLoop euc;
   RunLoop jisZen;
 };
-[[nodiscard]] RunLoops RunLoopsFor(GaijiPolicy::Mode mode) noexcept;
+[[nodiscard]] RunLoops RunLoopsFor(const GaijiPolicy& policy) noexcept;
 
 void SjisCopy(std::uint8_t* out, const std::uint8_t* in, BufIndex& o, BufIndex& i, BufIndex end,
               BufIndex& consumed, const GaijiPolicy& policy) noexcept;

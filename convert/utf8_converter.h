@@ -15,17 +15,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "analysis/char_type.h"
 
 namespace ferrox {
 
+class ChangeAccount;
 class GaijiTable;
 
 class Utf8Converter {
  public:
   // `table` gives the default replacement (record 0); null means "〓".
-  explicit Utf8Converter(const GaijiTable* table);
+  // `account`, if any, gets each replacement and dropped byte.
+  explicit Utf8Converter(const GaijiTable* table, ChangeAccount* account = nullptr);
 
   // Converts block positions 0 .. length - 3 (a character that starts there
   // may use the two look-ahead bytes) into `out` from index 0 and returns the
@@ -39,18 +42,23 @@ class Utf8Converter {
   [[nodiscard]] std::size_t OutputBound(std::size_t length) const noexcept;
 
  private:
-  void Take(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept;
-  void TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o) noexcept;
+  // `at` is the block index where the character starts, for the account.
+  void Take(char32_t cp, std::uint8_t* out, BufIndex& o, BufIndex at) noexcept;
+  void TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o, BufIndex at) noexcept;
   void Flush(std::uint8_t* out, BufIndex& o) noexcept;
-  void Put(char32_t cp, std::uint8_t* out, BufIndex& o) const noexcept;
-  void PutReplacement(std::uint8_t* out, BufIndex& o) const noexcept;
+  void Put(char32_t cp, std::uint8_t* out, BufIndex& o, BufIndex at) const noexcept;
+  void PutReplacement(std::uint8_t* out, BufIndex& o, std::int64_t at,
+                      std::string_view in) const noexcept;
+  [[nodiscard]] std::int64_t FileOffset(BufIndex at) const noexcept;
 
   static constexpr std::size_t kSegmentMax = 32;  // a longer run of marks is composed in parts
 
   const std::array<std::uint16_t, 0x10000>& cp932_;
   const std::uint64_t* attention_;  // nfc::AttentionBits()
   std::string replacement_;
+  ChangeAccount* account_;
   std::array<char32_t, kSegmentMax + 8> segment_{};  // a starter and what may join it
+  std::array<BufIndex, kSegmentMax + 8> segmentAt_{};  // block index of each (below 0: earlier)
   std::size_t segmentLength_ = 0;
   bool segmentPlain_ = false;  // one character that NFC leaves as it is
   std::array<std::uint8_t, 4> partial_{};  // the start of a character cut by the block's end

@@ -13,6 +13,7 @@
 #include "convert/gaiji_table.h"
 #include "convert/keta_soroe.h"
 #include "fuzz/fuzz_input.h"
+#include "text/mac_japanese.h"
 
 using namespace ferrox;
 
@@ -22,15 +23,19 @@ struct Run {
   bool full = false;
   std::uint16_t convMode = 0;
   std::int32_t lineSize = 0;
+  bool mac = false;  // Mac Japanese
 };
 
 // The largest output a block of n input bytes may give: every byte a lone
-// line end (CR LF); a 2-byte gaiji becomes the 2-byte default, no longer.
-BufIndex OutputCapacity(BufIndex n) { return 2 * n; }
+// line end (CR LF); a 2-byte gaiji becomes the 2-byte default, no longer; a
+// Mac code at most kMacLongest bytes.
+BufIndex OutputCapacity(BufIndex n, bool mac) {
+  return mac ? n / 2 * static_cast<BufIndex>(kMacLongest) + 2 : 2 * n;
+}
 
 std::vector<std::uint8_t> Convert(const std::uint8_t* data, std::size_t size, std::size_t blockSize,
                                   const Run& run, const GaijiTable& table) {
-  const BlockSettings settings = BlockSettings::Make(0x0100 | 0x0002, run.convMode, &table);
+  const BlockSettings settings = BlockSettings::Make(0x0100 | 0x0002, run.convMode, &table, run.mac);
   std::vector<std::uint8_t> result;
   std::uint16_t codeState = 0x0100;
   std::int32_t column = 0;
@@ -46,7 +51,7 @@ std::vector<std::uint8_t> Convert(const std::uint8_t* data, std::size_t size, st
       if (!last) fuzz::Fail("block shorter than its look-ahead");
     }
     // Exactly the documented capacity, so AddressSanitizer sees any overrun.
-    std::vector<std::uint8_t> out(static_cast<std::size_t>(OutputCapacity(n)));
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(OutputCapacity(n, run.mac)));
     BufIndex carry = 0;
     BufIndex count = 0;
     if (n >= 3) {
@@ -82,6 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   run.full = (data[0] & 1) != 0;
   run.convMode = static_cast<std::uint16_t>((data[0] & 0x18) | (run.full ? 4 : 0));
   run.lineSize = data[1] % 24;  // 0 = no folding
+  run.mac = (data[1] & 0x80) != 0;
   const std::size_t blockSize = 3 + data[0] % 29;
   data += 2;
   size -= 2;

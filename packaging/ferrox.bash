@@ -14,7 +14,7 @@ _ferrox() {
     return
   fi
   case $prev in
-    --gaiji-table)
+    --gaiji-table|--changes)
       mapfile -t COMPREPLY < <(compgen -f -- "$cur")
       return ;;
     --conv-mode|--file-mode|--line-size|--chk-size|--bin-rate|--fnc-char)

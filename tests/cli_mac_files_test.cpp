@@ -205,3 +205,73 @@ TEST_F(CliMacFiles, KeptMacBinaryIIHeaderStaysValid) {
 
 }  // namespace
 }  // namespace ferrox::testing
+
+namespace ferrox::testing {
+namespace {
+
+// Shift JIS with Mac ① (0x8540), © (0xFD) and a control byte.
+const std::string kMacText = Sjis("マックで書いた文書です。\n") + "\x85\x40\xFD\x01\n";
+const std::string kMapped = Sjis("マックで書いた文書です。\r\n") + "\x87\x40" "c\r\n";
+const std::string kUnmapped = Sjis("マックで書いた文書です。\r\n") + "\x85\x40\r\n";
+
+TEST_F(CliMacFiles, MacOriginReadsMacJapaneseAndEachChangeIsCounted) {
+  auto macBinary = [](const char* creator, const std::string& data) {
+    return MacBinaryHeaderBytes({"Memo", "TEXT", creator, static_cast<std::uint32_t>(data.size())}) + data +
+           std::string(128 - data.size() % 128, '\0');
+  };
+  Write("in/mb.bin", macBinary("ttxt", kMacText));
+  Write("in/memo.hqx", EncodeBinHex({"Memo", "TEXT", "ttxt", kMacText, ""}));
+  Write("in/plain.txt", kMacText);
+  // EUC kanji whose bytes are also Mac vertical forms stay EUC inside a wrapper.
+  Write("in/euc.bin", macBinary("ttxt", Encode("縦書きの文書\n", "EUC-JP")));
+  const std::string mapped = ": 制御文字などを削除 1、Mac の文字を変換 1、Mac の文字を代替 1\n";
+  const struct { const char* input; const char* option; std::string out; std::string err; } rows[] = {
+      {"mb.bin", "--mac-japanese-auto", kMapped, mapped},
+      {"memo.hqx", "--mac-japanese-auto", kMapped, mapped},
+      {"plain.txt", "--mac-japanese-auto", kUnmapped, ": 制御文字などを削除 2\n"},
+      {"plain.txt", "--mac-japanese", kMapped, mapped},
+      {"mb.bin", "--no-mac-japanese", kUnmapped, ": 制御文字などを削除 2\n"},
+      {"euc.bin", "--mac-japanese", Sjis("縦書きの文書\r\n"), ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.input) + " " + row.option);
+    std::filesystem::remove_all(Path("out"));
+    const CliResult r = Run({"convert", "--text", "--cut", row.option, "in/" + std::string(row.input), "out/m.txt"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(Read("out/m.txt"), row.out);
+    EXPECT_EQ(r.err, row.err.empty() ? "" : Path("in/" + std::string(row.input)) + row.err);
+  }
+  // In a folder run an AppleDouble sidecar with a creator makes its file a Mac file.
+  Write("side/memo.txt", kMacText);
+  Write("side/other.txt", kMacText);
+  ASSERT_EQ(Shell(Path("side"), "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' double ._memo.txt "
+                                "--type TEXT --creator ttxt"), 0);
+  const CliResult r = Run({"convert", "--text", "side", "sideout"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(Read("sideout/memo.txt"), kMapped);
+  EXPECT_EQ(Read("sideout/other.txt"), kUnmapped);
+}
+
+TEST_F(CliMacFiles, ChangeListHasARowPerChangeWithOffsetsPastTheBlock) {
+  // Changes on both sides of the pass's 8192-byte block boundary, UTF-8 that
+  // CP932 lacks, and a file with no change, which prints nothing.
+  Write("big.txt", std::string(8190, 'a') + "\x01\x1A\x85\x40\xFF" "b\n");
+  Write("utf8.txt", "caf\xC3\xA9 \xE2\x82\xAC \xE3\x81\x82\n");
+  Write("clean.txt", Sjis("変更のない文書\r\n"));
+  const CliResult r = Run({"convert", "--text", "--mac-japanese", "--changes", "list.tsv",
+                           "\"big.txt\",\"utf8.txt\",\"clean.txt\"", "\"o1\",\"o2\",\"o3\""});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, Path("big.txt") + ": 制御文字などを削除 1、EOF を削除 1、Mac の文字を変換 1、Mac の文字を代替 1\n" +
+                       Path("utf8.txt") + ": UTF-8 の文字を代替 2\n");
+  EXPECT_EQ(Read("list.tsv"), "path\toffset\tkind\tinput\toutput\n" +
+                                  Path("big.txt") + "\t8190\tjunk\t01\t\n" +
+                                  Path("big.txt") + "\t8191\teof\t1A\t\n" +
+                                  Path("big.txt") + "\t8192\tmac\t85 40\t87 40\n" +
+                                  Path("big.txt") + "\t8194\tmac-fallback\tFF\t81 63\n" +
+                                  Path("utf8.txt") + "\t3\tutf8-replaced\tC3 A9\t81 AC\n" +
+                                  Path("utf8.txt") + "\t6\tutf8-replaced\tE2 82 AC\t81 AC\n");
+  EXPECT_EQ(Read("o1").substr(8190), "\x87\x40\x81\x63" "b\r\n");
+}
+
+}  // namespace
+}  // namespace ferrox::testing

@@ -35,6 +35,9 @@ TEST_F(CliOptions, EveryNamedOptionEqualsItsFlagWordAndTheLaterOneWins) {
       {"--conv-mode", 28, {"--no-gaiji-table-replace"}, 12},
       {"--conv-mode", 12, {"--no-utf8"}, 44},
       {"--conv-mode", 44, {"--utf8"}, 12},
+      {"--conv-mode", 140, {"--mac-japanese"}, 76},
+      {"--conv-mode", 76, {"--no-mac-japanese"}, 140},
+      {"--conv-mode", 204, {"--mac-japanese-auto"}, 12},
       {"--conv-mode", 12, {"--plain-ties"}, 268},
       {"--conv-mode", 268, {"--no-plain-ties"}, 12},
       {"--file-mode", 116, {"--backup"}, 117},
@@ -92,7 +95,7 @@ TEST_F(CliOptions, SubstituteCharacterAndRunsThatConvertNothing) {
 }
 
 TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
-  const std::string data = Sjis("メモ\r");
+  const std::string data = Sjis("メモ\r") + "\x85\x40";  // with Mac ①
   Write("files/mac.bin", MacBinaryHeaderBytes({Sjis("メモ"), "TEXT", "ttxt", static_cast<std::uint32_t>(data.size()),
                                                 5, 3069923400u, 3070029920u}) +
                              data + std::string(128 - data.size(), '\0') + "RSRC!" + std::string(123, '\0'));
@@ -109,29 +112,31 @@ TEST_F(CliOptions, SurveyJsonIsOneObjectPerFile) {
   out = std::regex_replace(out, std::regex(R"("modified":"[-0-9T:]{19}\+00:00")"), R"("modified":"T")");
   const std::string file = R"("result":"file","result_code":0,"text":true,)";
   const std::string tail = R"("ends_with_eof":false,"binary_bytes_seen":false,"binary_allowance":0,"bin_rate":3,)";
+  const std::string noApple = R"("ends_with_eof":false,"apple_codes":false,"binary_bytes_seen":false,)";
   EXPECT_EQ(out,
       R"({"path":")" + Path("files/bin.dat") + R"(","result":"file","result_code":0,"text":false,"flags":0,)"
       R"("flags_hex":"0x0000","binary_bytes_seen":false,"binary_allowance":9,"bin_rate":3,"size":300,)"
       R"("surveyed_bytes":300,"whole_file_surveyed":true,"modified":"T"})" "\n"
       R"({"path":")" + Path("files/euc.txt") + "\"," + file +
       R"("flags":2248,"flags_hex":"0x08C8","codes":["EUC-JP"],"first_code":"EUC-JP","line_ends":["LF"],"gaiji":[],)"
-      R"("ends_with_eof":true,"binary_bytes_seen":false,"binary_allowance":0,"bin_rate":3,"size":15,)"
+      R"("ends_with_eof":true,"apple_codes":false,"binary_bytes_seen":false,"binary_allowance":0,"bin_rate":3,"size":15,)"
       R"("surveyed_bytes":15,"whole_file_surveyed":true,"modified":"T"})" "\n"
       R"({"path":")" + Path("files/mac.bin") + R"(","result":"macbinary","result_code":1,"text":true,)"
-      R"("flags":258,"flags_hex":"0x0102","codes":["Shift_JIS"],"first_code":"Shift_JIS","line_ends":[],"gaiji":[],)" +
-      tail + R"("size":384,"surveyed_bytes":5,"whole_file_surveyed":true,"modified":"T",)"
-      R"("macbinary":{"name":"メモ","type":"TEXT","creator":"ttxt","data_fork":5,"resource_fork":5,)"
+      R"("flags":290,"flags_hex":"0x0122","codes":["Shift_JIS"],"first_code":"Shift_JIS","line_ends":["CR"],"gaiji":[],)"
+      R"("ends_with_eof":false,"apple_codes":true,"binary_bytes_seen":false,"binary_allowance":0,"bin_rate":3,)"
+      R"("size":384,"surveyed_bytes":7,"whole_file_surveyed":true,"modified":"T",)"
+      R"("macbinary":{"name":"メモ","type":"TEXT","creator":"ttxt","data_fork":7,"resource_fork":5,)"
       R"("created":"2001-04-12T12:30:00","modified":"2001-04-13T18:05:20"}})" "\n"
       R"({"path":")" + Path("files/memo.hqx") + "\"," + file +
       R"("flags":256,"flags_hex":"0x0100","codes":["ASCII"],"first_code":"Shift_JIS","line_ends":[],"gaiji":[],)" +
-      tail + R"("size":99,"surveyed_bytes":5,"whole_file_surveyed":true,"modified":"T",)"  // BinHex: no dates
+      noApple + R"("binary_allowance":0,"bin_rate":3,"size":99,"surveyed_bytes":5,"whole_file_surveyed":true,"modified":"T",)"  // BinHex: no dates
       R"("binhex":{"name":"Memo","type":"TEXT","creator":"ttxt","data_fork":5,"resource_fork":4}})" "\n"
       R"({"path":")" + Path("files/utf.txt") + "\"," + file +
       R"("flags":45376,"flags_hex":"0xB140","codes":["UTF-8"],"first_code":"UTF-8","bom":true,"decomposed":true,)"
       R"("line_ends":["LF"],)" + tail + R"("size":13,"surveyed_bytes":13,"whole_file_surveyed":true,"modified":"T"})" "\n"
       R"({"path":"a\"b.txt",)" + file +
       R"("flags":370,"flags_hex":"0x0172","codes":["Shift_JIS"],"first_code":"Shift_JIS","line_ends":["CRLF","CR","LF"],)"
-      R"("gaiji":[],"ends_with_eof":false,"binary_bytes_seen":false,"binary_allowance":1,"bin_rate":3,"size":23,)"
+      R"("gaiji":[],)" + noApple + R"("binary_allowance":1,"bin_rate":3,"size":23,)"
       R"("surveyed_bytes":23,"whole_file_surveyed":true,"modified":"T"})" "\n"
       R"({"path":"missing","result":"unreadable","result_code":-1})" "\n");
 }

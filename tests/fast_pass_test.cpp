@@ -40,6 +40,8 @@ const char* const kPieces[] = {
     "a\x1B$B \x21\x21\x1B$B\x30\x21\x1B(I\x31\x1B(B\x1B$@\x30\x21\x1B$B",
     "\x82\xA0\x82\xA2\x82\xA4\x82\xA6\x82\xA8\x82\xA9\x82\xAB\x82\xAD\x82\xAF\x82\xB1"
     "\x82\xB3\x82\xB5\x82\xB7\x82\xB9\x82\xBB\x82\xBD\x82\xBF\x82\xC2\x82\xC4\x82\xC6",
+    // Mac Japanese: codes CP932 has, fallbacks, none, one a table lists, the single bytes.
+    "\x85\x40\x85\x41\x85\x9F\x82\xA0\xEB\x41\x85\x7C\x80\xA0\xFD\xFE\xFF\x87\xA3\x88\x6D\xED\x96",
 };
 
 // Text made of the pieces in a seeded order, with some single bytes between them.
@@ -57,6 +59,7 @@ struct Mode {
   bool full;
   std::uint16_t convMode;
   std::uint16_t typeFlags;
+  bool mac = false;
 };
 
 // Both converters, the strict, permissive and replacing gaiji modes, and the
@@ -64,35 +67,43 @@ struct Mode {
 const Mode kModes[] = {
     {true, 4, 0x0102}, {true, 12, 0x0102}, {true, 28, 0x0102}, {true, 12, 0x0884},
     {true, 28, 0x0884}, {false, 0, 0x0102}, {false, 8, 0x0102}, {false, 24, 0x0102},
+    {true, 4, 0x0102, true}, {true, 12, 0x0102, true}, {true, 28, 0x0102, true},
+    {true, 28, 0x0884, true}, {false, 0, 0x0102, true}, {false, 24, 0x0102, true},
 };
 
 const GaijiTable& LongTable() {
   static const GaijiTable table = [] {
     GaijiTable t;
-    t.LoadGaijiTable(testing::ScratchDir().Write("GaiTbl.txt", "8740,(1)\r\nF040,<gaiji>\r\n"));
+    t.LoadGaijiTable(testing::ScratchDir().Write("GaiTbl.txt", "8740,(1)\r\n8541,[2]\r\nF040,<gaiji>\r\n"));
     return t;
   }();
   return table;
 }
 
-TEST(FastPass, SameBytesAsTheReferenceForEveryModeBlockSizeAndLevel) {
+TEST(FastPass, SameBytesAndChangesAsTheReferenceForEveryModeBlockSizeAndLevel) {
   std::vector<std::string> inputs;
   for (const char* piece : kPieces) inputs.emplace_back(piece);
   for (unsigned seed = 1; seed <= 12; ++seed) inputs.push_back(Mix(seed, 40));
   for (const SimdLevel level : {SimdLevel::kScalar, SimdLevel::kSse2, SimdLevel::kAvx2}) {
     if (!SetSimdLevel(level)) continue;  // the processor lacks it
     for (const Mode& m : kModes) {
-      const BlockSettings settings = BlockSettings::Make(m.typeFlags, m.convMode, &LongTable());
+      const BlockSettings settings =
+          BlockSettings::Make(m.typeFlags, m.convMode, &LongTable(), m.mac);
       for (const std::string& text : inputs) {
         const auto* data = reinterpret_cast<const std::uint8_t*>(text.data());
         for (const std::size_t block : {3, 4, 5, 7, 16, 33, 64, 8192}) {
           const auto state = static_cast<std::uint16_t>(m.typeFlags & 0x0F00);
+          std::string fastChanges;
+          std::string referenceChanges;
           ASSERT_EQ(reference::RunBlocks(Impl::kFast, m.full, data, text.size(), block,
-                                         settings, state),
+                                         settings, state, &fastChanges),
                     reference::RunBlocks(Impl::kReference, m.full, data, text.size(), block,
-                                         settings, state))
+                                         settings, state, &referenceChanges))
               << "level " << static_cast<int>(level) << " ConvMode " << m.convMode << " flags "
-              << m.typeFlags << " block " << block << " input " << ::testing::PrintToString(text);
+              << m.typeFlags << " mac " << m.mac << " block " << block << " input "
+              << ::testing::PrintToString(text);
+          ASSERT_EQ(fastChanges, referenceChanges)
+              << "ConvMode " << m.convMode << " mac " << m.mac << " block " << block;
         }
       }
     }

@@ -386,6 +386,8 @@ void MainWindow::comFerrox_Click() {
   inputTimer_->stop();
   HideSummary();
   const RunRequest request = MakeRunRequest();
+  runChanges_ = {};
+  filesChanged_ = 0;
   runStarted_ = false;
   const RunResult result = driver_->Ferrox_Click_Etc(request);
   if (runStarted_) {
@@ -504,10 +506,17 @@ std::string OutputFolderOf(const std::string& outBox) {
 
 void MainWindow::RunFinished() {
   const ConvDriver::Tally& tally = driver_->LastRun();
-  lblSummary_->setText(QStringLiteral("変換完了：テキスト変換 %1 個、そのままコピー %2 個、変換不要 %3 個")
-                           .arg(tally.converted)
-                           .arg(tally.copied)
-                           .arg(tally.skipped));
+  QString summary = QStringLiteral("変換完了：テキスト変換 %1 個、そのままコピー %2 個、変換不要 %3 個")
+                        .arg(tally.converted)
+                        .arg(tally.copied)
+                        .arg(tally.skipped);
+  if (filesChanged_ > 0) {
+    summary += QStringLiteral("\n変更のあったファイル %1 個：").arg(filesChanged_) +
+               QString::fromStdString(ChangeSummary(runChanges_));
+  }
+  runChanges_ = {};
+  filesChanged_ = 0;
+  lblSummary_->setText(summary);
   outputFolder_ = QString::fromStdString(OutputFolderOf(OutFileText()));
   cmdOpenOutput_->setEnabled(!outputFolder_.isEmpty());
   summary_->show();
@@ -523,6 +532,11 @@ void MainWindow::RunFinished() {
 }
 
 void MainWindow::HideSummary() { summary_->hide(); }
+
+void MainWindow::Changes(const std::string& /*path*/, const ChangeCounts& counts) {
+  for (std::size_t k = 0; k < kChangeKinds; ++k) runChanges_.n[k] += counts.n[k];
+  ++filesChanged_;
+}
 
 void MainWindow::cmdOpenOutput_Click() {
   if (outputFolder_.isEmpty()) return;

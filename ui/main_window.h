@@ -10,6 +10,7 @@
 #include "analysis/file_survey.h"
 #include "app/conv_window.h"
 #include "app/path_memory.h"
+#include "convert/change_account.h"
 
 // Qt
 #include <QElapsedTimer>
@@ -56,6 +57,7 @@ class MainWindow : public QWidget, public ConvWindow {
   void PumpEvents() override;
   [[nodiscard]] bool ConvBusy() const override;
   void ShowProgress(std::int64_t done, std::int64_t total) override;
+  void Changes(const std::string& path, const ChangeCounts& counts) override;
 
   // The convert button: runs the batch and acts on its result.
   void comFerrox_Click();
@@ -139,6 +141,8 @@ class MainWindow : public QWidget, public ConvWindow {
   QLabel* lblSummary_;
   QPushButton* cmdOpenOutput_;
   QString outputFolder_;  // of the last run, for cmdOpenOutput
+  ChangeCounts runChanges_;  // what the run dropped or replaced, over all its files
+  int filesChanged_ = 0;
   PathMemory paths_;
 
   // Saved by ProgressPanel(true), put back by ProgressPanel(false).

@@ -49,8 +49,11 @@ QString ConvertedHead(const PreviewRequest& request, FileSurvey& survey, const C
   if (!scratch.isValid()) return QStringLiteral("（作業ﾌｫﾙﾀﾞを作れませんでした）");
   const std::string out = scratch.filePath(QStringLiteral("head.txt")).toStdString();
   // The EOF byte is left out: it belongs to the end of the file, not its head.
+  // A MacBinary file naming a creator is read as Mac Japanese, as the job does.
+  const bool macOrigin = kind == SurveyKind::MacBinary &&
+                         info.Creator.find_first_not_of(std::string_view(" \0", 2)) != std::string::npos;
   const ConvOptions options{static_cast<std::uint16_t>(settings.ConvMode & ~conv_mode::kAppendEof),
-                            settings.LineSize, gaiji};
+                            settings.LineSize, gaiji, macOrigin};
   if (FerroxConv(out, request.path, start, std::min(length, kHeadBytes), kOpText, flags, false, options, quiet) != JobResult::Done) {
     return QStringLiteral("（変換できませんでした）");
   }

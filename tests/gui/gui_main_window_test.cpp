@@ -360,6 +360,7 @@ class MainWindowTest : public QObject {
     for (const char* dir : {"/sub/deep", "/empty"}) fs::create_directories(col + dir);
     const std::vector<std::string> files = {col + "/a.txt", col + "/sub/b.txt", col + "/sub/c.txt", col + "/sub/deep/d.txt"};
     for (const std::string& f : files) Write(f, kEucText);
+    Write(files[1], kEucText + "\x1A");  // an end-of-file byte the pass drops
     test::ScriptedMessages boxes;
     MainWindow w(box.store, {});
     w.show();
@@ -371,6 +372,7 @@ class MainWindowTest : public QObject {
     for (const std::string& f : files) QCOMPARE(ReadAll(f), kSjisText);
     QVERIFY(w.findChild<QLabel*>("lblSummary")->isVisible());
     QVERIFY(w.findChild<QLabel*>("lblSummary")->text().contains(QStringLiteral("テキスト変換 4 個")));
+    QVERIFY(w.findChild<QLabel*>("lblSummary")->text().contains(QStringLiteral("変更のあったファイル 1 個：EOF を削除 1")));
     // The run in place left a backup beside each file: those are not targets of the next run.
     QVERIFY(fs::exists(col + "/a.bak"));
     w.SetInFileText({});

@@ -3,7 +3,9 @@
 #include "helpers/reference_pass.h"
 
 #include "analysis/survey_flags.h"
+#include "convert/change_account.h"
 #include "convert/gaiji_table.h"
+#include "text/mac_japanese.h"
 #include "text/code_ranges.h"
 #include "text/jis_pairs.h"
 
@@ -34,9 +36,16 @@ void PutPair(std::uint8_t j1, std::uint8_t j2, std::uint8_t* out, BufIndex& o) {
   o += JisToSjis(out[o], out[o + 1], j1 & 0x7F, j2 & 0x7F);
 }
 
-// The pair just written at out[o - 2] is a gaiji: it becomes its replacement.
-void ReplaceLast(const GaijiPolicy& policy, std::uint8_t* out, BufIndex& o) {
+void Drop(const GaijiPolicy& policy, ChangeKind kind, const std::uint8_t* in, BufIndex i) {
+  if (policy.account != nullptr) policy.account->Dropped(kind, in, i);
+}
+
+// The pair just written at out[o - 2], from the input pair at in[k], is a
+// gaiji: it becomes its replacement.
+void ReplaceLast(const GaijiPolicy& policy, std::uint8_t* out, BufIndex& o,
+                 const std::uint8_t* in, BufIndex k) {
   o -= 2;
+  const BufIndex at = o;
   if (policy.table == nullptr) {
     out[o++] = 0x81;
     out[o++] = 0xAC;
@@ -46,6 +55,41 @@ void ReplaceLast(const GaijiPolicy& policy, std::uint8_t* out, BufIndex& o) {
     o += static_cast<BufIndex>(
         policy.table->GaijiSet(policy.table->GaijiTableSearch(s1, s2), out, o));
   }
+  if (policy.account != nullptr) {
+    policy.account->Replaced(ChangeKind::kGaijiReplaced, in, k, 2, out + at,
+                             static_cast<std::size_t>(o - at));
+  }
+}
+
+// A Mac code at in[k]: a gaiji table entry (ConvMode 16) wins, then CP932's
+// same character, then the fallback, then the table's default. Returns the
+// input bytes taken, 0 for none.
+BufIndex MacCode(const GaijiPolicy& policy, const std::uint8_t* in, BufIndex k, std::uint8_t* out,
+                 BufIndex& o) {
+  const ferrox::MacCode* mac = MacCodeAt(in + k);
+  if (!policy.mac || mac == nullptr) return 0;
+  const BufIndex n = mac->code < 0x100 ? 1 : 2;
+  const BufIndex at = o;
+  const GaijiTable* table = policy.table;
+  const std::size_t listed = n == 2 && table != nullptr && policy.mode == Mode::kReplace
+                                 ? table->GaijiTableSearch(in[k], in[k + 1])
+                                 : 0;
+  ChangeKind kind = mac->kind == 0 ? ChangeKind::kMacSame : ChangeKind::kMacFallback;
+  if (listed != 0) {
+    kind = ChangeKind::kGaijiReplaced;
+    o += static_cast<BufIndex>(table->GaijiSet(listed, out, o));
+  } else if (mac->kind != 2) {
+    for (const char c : mac->cp932) out[o++] = static_cast<std::uint8_t>(c);
+  } else if (table != nullptr) {
+    o += static_cast<BufIndex>(table->GaijiSet(0, out, o));
+  } else {
+    out[o++] = 0x81;
+    out[o++] = 0xAC;
+  }
+  if (policy.account != nullptr) {
+    policy.account->Replaced(kind, in, k, n, out + at, static_cast<std::size_t>(o - at));
+  }
+  return n;
 }
 
 // Each run returns the index of the first byte it did not take.
@@ -70,18 +114,23 @@ BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t*
   while (k <= end) {
     const std::uint8_t b = in[k];
     const std::uint8_t c = in[k + 1];
-    const bool lead = policy.mode == Mode::kStrict
+    const bool lead = policy.mode == Mode::kStrict && !policy.mac
                           ? In(b, 0x81, 0x84) || In(b, 0x88, 0x9F) || In(b, 0xE0, 0xEA)
                           : code_ranges::IsSjisLead(b);
     if (lead) {
       if (!code_ranges::IsSjisTrail(c)) break;
-      if (policy.mode == Mode::kStrict && b == 0x88 && c < 0x9E) break;
+      const bool gaiji = code_ranges::SjisLead(b, c) == Lead::kGaiji;
+      if (gaiji && MacCode(policy, in, k, out, o) != 0) {
+        k += 2;
+        continue;
+      }
+      if (policy.mode == Mode::kStrict && gaiji) break;
       out[o++] = b;
       out[o++] = c;
-      if (policy.mode == Mode::kReplace && code_ranges::SjisLead(b, c) == Lead::kGaiji) {
-        ReplaceLast(policy, out, o);
-      }
+      if (policy.mode == Mode::kReplace && gaiji) ReplaceLast(policy, out, o, in, k);
       k += 2;
+    } else if (const BufIndex n = MacCode(policy, in, k, out, o); n != 0) {
+      k += n;
     } else if (b == 0x09 || b == 0x20 || In(b, 0xA0, 0xDF)) {
       out[o++] = b;
       ++k;
@@ -105,7 +154,7 @@ BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* 
       if (!code_ranges::IsEucByte(c)) break;
       PutPair(b, c, out, o);
       if (policy.mode == Mode::kReplace && code_ranges::EucLead(b) == Lead::kGaiji) {
-        ReplaceLast(policy, out, o);
+        ReplaceLast(policy, out, o, in, k);
       }
       k += 2;
     } else if (b == 0x09 || b == 0x20) {
@@ -133,7 +182,7 @@ BufIndex JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_
     if (!In(c, 0x21, 0x7E) || lead == Lead::kNone) break;
     if (policy.mode == Mode::kStrict && lead == Lead::kGaiji) break;
     PutPair(b, c, out, o);
-    if (policy.mode == Mode::kReplace && lead == Lead::kGaiji) ReplaceLast(policy, out, o);
+    if (policy.mode == Mode::kReplace && lead == Lead::kGaiji) ReplaceLast(policy, out, o, in, k);
     k += 2;
   }
   return k;
@@ -147,7 +196,14 @@ using Run = BufIndex (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*,
 void CopyRun(Run run, const std::uint8_t* in, BufIndex& i, BufIndex end, std::uint8_t* out,
              BufIndex& o, const GaijiPolicy& policy) {
   const BufIndex stop = run(in, i, end, out, o, policy);
-  if (stop != i) i = stop - 1;
+  if (stop != i) {
+    i = stop - 1;
+  } else if (run == JisZenRun) {
+    const bool gaiji = In(in[i + 1], 0x21, 0x7E) && code_ranges::JisLead(in[i]) == Lead::kGaiji;
+    Drop(policy, gaiji ? ChangeKind::kGaijiDropped : ChangeKind::kJunk, in, i);
+  } else {
+    Drop(policy, DropKindAt(in + i), in, i);
+  }
 }
 
 bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std::uint16_t& s,
@@ -181,25 +237,43 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
   while (i <= end) {
     const std::uint8_t b = in[i];
     const std::uint16_t t = GetCharType(b, in[i + 1], in[i + 2], gaijiAsChar);
+    const bool readsSjis = s == kSjis || (s != kEuc && base != kEuc);
+    BufIndex mac = 0;
     if (s == kJisKana && IsPrintable(b)) {
-      if (b <= 0x5F) out[o++] = static_cast<std::uint8_t>(b + 0x80);
+      if (b <= 0x5F) {
+        out[o++] = static_cast<std::uint8_t>(b + 0x80);
+      } else {
+        Drop(policy, ChangeKind::kJunk, in, i);
+      }
     } else if (s == kJisKanji && IsPrintable(b)) {
       CopyRun(JisZenRun, in, i, end, out, o, policy);
     } else if (s == kJisKana || s == kJisKanji) {
-      TakeShift(t, in, i, s, base);
+      if (!TakeShift(t, in, i, s, base)) {
+        Drop(policy, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
+      }
     } else if (IsPrintable(b)) {
       i = AsciiRun(in, i, end, out, o);
+      continue;
+    } else if (b >= 0x80 && readsSjis && (mac = MacCode(policy, in, i, out, o)) != 0) {
+      i += mac;
       continue;
     } else if (t == ct::kCrLf || t == ct::kCr || t == ct::kLf) {
       i += LineEnd(in + i, out, o) - 1;
     } else if (t == ct::kNeutral) {
-      if (b != 0x1A) out[o++] = b;
-    } else if (TakeShift(t, in, i, s, base) || t == ct::kNone) {
+      if (b != 0x1A) {
+        out[o++] = b;
+      } else {
+        Drop(policy, ChangeKind::kEof, in, i);
+      }
+    } else if (TakeShift(t, in, i, s, base)) {
+    } else if (t == ct::kNone) {
+      Drop(policy, DropKindAt(in + i), in, i);
     } else if (t == ct::kEucKana || t == ct::kEucDouble ||
                t == (ct::kEucDouble | ct::kEucGaiji)) {
       CopyRun(EucRun, in, i, end, out, o, policy);
       s = kEuc;
     } else if ((t & ct::kSjisBits) == 0) {
+      Drop(policy, ChangeKind::kGaijiDropped, in, i);
     } else if ((t & ct::kEucBits) == 0) {
       CopyRun(SjisRun, in, i, end, out, o, policy);
       s = kSjis;
@@ -227,12 +301,18 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
       i = AsciiRun(in, i, end, out, o);
       continue;
     }
+    if (const BufIndex mac = MacCode(settings.policy, in, i, out, o); mac != 0) {
+      i += mac;
+      continue;
+    }
     if (b == 0x09 || b == 0x0C || In(b, 0xA0, 0xDF)) {
       out[o++] = b;
     } else if (b == 0x0D || b == 0x0A) {
       i += LineEnd(in + i, out, o) - 1;
     } else if (code_ranges::IsSjisLead(b)) {
       CopyRun(SjisRun, in, i, end, out, o, settings.policy);
+    } else {
+      Drop(settings.policy, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
     }
     ++i;
   }
@@ -244,13 +324,46 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
 
 namespace ferrox::reference {
 
+namespace {
+class ChangeText final : public ChangeSink {
+ public:
+  explicit ChangeText(std::string& text) : text_(text) {}
+  void BeginFile(const std::string&) override {}
+  void Change(std::int64_t offset, ChangeKind kind, std::string_view in,
+              std::string_view out) override {
+    text_ += std::to_string(offset) + " " + std::string(ChangeKindName(kind)) + Hex(in) + " >" +
+             Hex(out) + "\n";
+  }
+
+ private:
+  static std::string Hex(std::string_view bytes) {
+    static const char* const kDigits = "0123456789ABCDEF";
+    std::string s;
+    for (const char c : bytes) {
+      const auto b = static_cast<unsigned char>(c);
+      s += {' ', kDigits[b >> 4], kDigits[b & 15]};
+    }
+    return s;
+  }
+  std::string& text_;
+};
+}  // namespace
+
 std::vector<std::uint8_t> RunBlocks(Impl impl, bool full, const std::uint8_t* data,
                                     std::size_t size, std::size_t blockSize,
-                                    const BlockSettings& settings, std::uint16_t codeState) {
+                                    const BlockSettings& given, std::uint16_t codeState,
+                                    std::string* changes) {
+  std::string ignored;
+  ChangeText sink(changes != nullptr ? *changes : ignored);
+  ChangeAccount account(changes != nullptr ? &sink : nullptr);
+  BlockSettings settings = given;
+  if (changes != nullptr) settings.policy.account = &account;
   std::size_t perPair = 2;
-  if (settings.policy.mode == GaijiPolicy::Mode::kReplace && settings.policy.table != nullptr) {
+  if ((settings.policy.mode == GaijiPolicy::Mode::kReplace || settings.policy.mac) &&
+      settings.policy.table != nullptr) {
     perPair = std::max<std::size_t>(2, settings.policy.table->LongestReplacement());
   }
+  if (settings.policy.mac) perPair = std::max(perPair, kMacLongest);
   std::vector<std::uint8_t> result;
   std::vector<std::uint8_t> in;
   std::vector<std::uint8_t> out;
@@ -264,6 +377,7 @@ std::vector<std::uint8_t> RunBlocks(Impl impl, bool full, const std::uint8_t* da
     out.assign(2 * in.size() + (in.size() / 2 + 1) * (perPair - 2), 0);
     BufIndex carry = 0;
     BufIndex written = 0;
+    account.SetBlockStart(static_cast<std::int64_t>(pos));
     if (impl == Impl::kFast) {
       written = full ? ferrox::FerroxConvSub(out.data(), in.data(), n, settings, carry, codeState)
                      : ferrox::FerroxConvSubLite(out.data(), in.data(), n, settings, carry);

@@ -19,6 +19,7 @@ namespace ferrox::reference {
 }  // namespace ferrox::reference
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace ferrox::reference {
@@ -30,10 +31,12 @@ enum class Impl { kFast, kReference };
 // bytes (at least 3), the carried look-ahead given again, two zero bytes
 // after the last block. `full` picks FerroxConvSub over the light converter.
 // The output buffer of each block is exactly its documented size, so that a
-// sanitizer sees any overrun.
+// sanitizer sees any overrun. `changes`, if given, gets the account: one line
+// "offset kind input > output" per change, bytes in hex.
 [[nodiscard]] std::vector<std::uint8_t> RunBlocks(Impl impl, bool full, const std::uint8_t* data,
                                                   std::size_t size, std::size_t blockSize,
                                                   const BlockSettings& settings,
-                                                  std::uint16_t codeState);
+                                                  std::uint16_t codeState,
+                                                  std::string* changes = nullptr);
 
 }  // namespace ferrox::reference
