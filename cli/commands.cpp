@@ -219,6 +219,48 @@ int ExitStatus(RunResult driverResult) noexcept {
   return 1;
 }
 
+namespace {
+
+// The file `--changes` names ("-": standard output); none without the option.
+// False, with the message said, when it cannot be had.
+bool OpenChangeList(const std::string& name, bool toStdout, std::FILE*& file) {
+  file = nullptr;
+  if (name.empty()) return true;
+  file = name == "-" ? (toStdout ? nullptr : stdout) : std::fopen(name.c_str(), "w");
+  if (file != nullptr) return true;
+  Say("ferrox: " + name + ": " +
+      (toStdout ? Tr("the output already goes to standard output", "出力が標準出力に出ます")
+                : std::string(std::strerror(errno))));
+  return false;
+}
+
+// Flushes and closes the change list; false, with the message said, when that fails.
+bool CloseChangeList(const std::string& name, std::FILE* file) {
+  if (file == nullptr) return true;
+  const bool failed = std::fflush(file) != 0 || std::ferror(file) != 0 || (file != stdout && std::fclose(file) != 0);
+  if (failed) Say("ferrox: " + name + ": " + std::strerror(errno));
+  return !failed;
+}
+
+// The finished output of a run to "-" goes to standard output; the exit status.
+int SendToStdout(StdoutFile& stdoutFile, bool force, const ConversionSettings& settings) {
+  if (!force && ::isatty(STDOUT_FILENO) == 1 && IsBinary(stdoutFile.Path(), settings)) {
+    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
+                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
+    return ExitStatus(RunResult::OutputSide);
+  }
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
+  const int error = stdoutFile.Send();
+  if (error == EPIPE) return 128 + SIGPIPE;
+  if (error != 0) {
+    Say("-: " + std::string(std::strerror(error)));
+    return ExitStatus(RunResult::OutputSide);
+  }
+  return 0;
+}
+
+}  // namespace
+
 int RunConvert(const Arguments& arguments) {
   SettingsStore store;
   if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
@@ -257,16 +299,7 @@ int RunConvert(const Arguments& arguments) {
   const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand), pinned, pinned};
 
   std::FILE* listFile = nullptr;
-  if (!arguments.changes.empty()) {
-    listFile = arguments.changes == "-" ? (toStdout ? nullptr : stdout)
-                                        : std::fopen(arguments.changes.c_str(), "w");
-    if (listFile == nullptr) {
-      Say("ferrox: " + arguments.changes + ": " +
-          (toStdout ? Tr("the output already goes to standard output", "出力が標準出力に出ます")
-                    : std::string(std::strerror(errno))));
-      return ExitStatus(RunResult::OutputSide);
-    }
-  }
+  if (!OpenChangeList(arguments.changes, toStdout, listFile)) return ExitStatus(RunResult::OutputSide);
   std::optional<ChangeList> changeList;
   if (listFile != nullptr) {
     changeList.emplace(listFile, window);
@@ -277,32 +310,12 @@ int RunConvert(const Arguments& arguments) {
   driver.SetSuffixTable(&store.Suffixes);
   const RunResult rc = driver.Ferrox_Click_Etc(request);
   window.ClearProgressLine();
-  if (listFile != nullptr) {
-    const bool listFailed = std::fflush(listFile) != 0 || std::ferror(listFile) != 0 ||
-                            (listFile != stdout && std::fclose(listFile) != 0);
-    if (listFailed) {
-      Say("ferrox: " + arguments.changes + ": " + std::strerror(errno));
-      if (rc == RunResult::Done) return ExitStatus(RunResult::OutputSide);
-    }
-  }
+  if (!CloseChangeList(arguments.changes, listFile) && rc == RunResult::Done) return ExitStatus(RunResult::OutputSide);
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
   if (rc == RunResult::Done && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
   if (rc != RunResult::Done || !toStdout) return ExitStatus(rc);
-
-  if (!arguments.force && ::isatty(STDOUT_FILENO) == 1 && IsBinary(stdoutFile.Path(), store.Settings)) {
-    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
-                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
-    return ExitStatus(RunResult::OutputSide);
-  }
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
-  const int error = stdoutFile.Send();
-  if (error == EPIPE) return 128 + SIGPIPE;
-  if (error != 0) {
-    Say("-: " + std::string(std::strerror(error)));
-    return ExitStatus(RunResult::OutputSide);
-  }
-  return 0;
+  return SendToStdout(stdoutFile, arguments.force, store.Settings);
 }
 
 int RunSurvey(const Arguments& arguments) {
