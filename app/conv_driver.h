@@ -58,6 +58,9 @@ class ConvDriver {
   // The suffix table, for Mac names in folder and wildcard runs (FileMode 512).
   void SetSuffixTable(const SuffixTable* table) noexcept { suffixes_ = table; }
 
+  // Standard input and output as the job reads and writes them (the command line).
+  void SetStreams(const StreamEnds* streams) noexcept { streams_ = streams; }
+
   // The input files a run of the two box texts would convert, in run order,
   // found by the run's own walk without converting, creating or saying
   // anything. Empty when the run would be refused before its first file.
@@ -97,6 +100,7 @@ class ConvDriver {
   SilentProgress quiet_;    // its surveys are short; they pump nothing
   std::string outputRoot_;  // output folder of the current walk; never walked as input
   const SuffixTable* suffixes_ = nullptr;
+  const StreamEnds* streams_ = nullptr;
   std::string batchRoot_;   // input folder of the current folder or wildcard walk; "" otherwise
   std::string sidecar_;     // the AppleDouble sidecar of the pair being converted
   RunOutputNames runNames_;

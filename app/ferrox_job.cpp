@@ -115,14 +115,29 @@ struct JobPlan {
   std::optional<FileTimes> macTimes;
   std::int64_t droppedFork = 0;  // the input's resource fork, when the output cannot hold it
   bool macOrigin = false;        // a wrapper or a sidecar names a creator
+  bool fromStream = false;       // the input goes on in the stream of StreamEnds
+  bool toStream = false;         // the output is the descriptor of StreamEnds
 };
+
+// What follows a finished output: the note of a resource fork left out, and
+// the deletion of the input that FileMode asks for.
+void AfterOutput(const std::string& inPath, const std::string& outPath, const struct stat& inStat, bool sameFile,
+                 std::uint16_t fileMode, ConvWindow& window, std::int64_t forkLeftOut) {
+  if (forkLeftOut > 0) window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(forkLeftOut) + " Byte)は出力されませんでした");
+  // Only an input that nobody changed since it was read may go: data added
+  // during the run would be lost with it.
+  if ((fileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
+      Unchanged(inPath, inStat)) {
+    ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
+  }
+}
 
 // A BinHex or AppleSingle input is unwrapped into a private work file first,
 // every CRC and length checked before anything else is written; the survey
 // and the conversion then read that data fork like any file.
 JobResult UnwrapInput(const std::string& inPath, const JobContext& context, WorkFiles& cleanup, JobPlan& plan,
                 WrappedMacFile& wrapped) {
-  const bool keepFork = (context.settings.FileMode & file_mode::kResourceForks) != 0;
+  const bool keepFork = (context.settings.FileMode & file_mode::kResourceForks) != 0 && !plan.toStream;
   std::string wrapError;
   if (ProbeMacWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return JobResult::Done;
   if (wrapError.empty()) {
@@ -159,7 +174,7 @@ JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFile
   const SurveyKind kind = FileSurvey().SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
   if (!Surveyed(kind)) return JobResult::Failed;
 
-  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0;
+  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0 && !plan.toStream;
   const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
   plan.dataLength = unwrapped ? wrapped.DataLength : plan.inStat.st_size;
   plan.droppedFork = unwrapped ? wrapped.ResourceLength : 0;
@@ -196,7 +211,7 @@ JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFile
 
 // The conversion into a private work file, opened as `work`; `stem` names it.
 JobResult ConvertJob(const JobRequest& request, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
-               Fd& work, std::string& stem) {
+               Fd& work, std::string& stem, bool& streamed) {
   const ConversionSettings& settings = context.settings;
   const std::string workFolder = WorkFolder();
   SweepDeadWorkFilesOnce(workFolder);
@@ -207,7 +222,22 @@ JobResult ConvertJob(const JobRequest& request, const JobContext& context, const
   if (rows != nullptr) rows->BeginFile(request.input);
   ChangeAccount account(rows);
   const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji, plan.macOrigin, &account};
-  const JobResult rc = FerroxConv(workFile, plan.source, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
+  const PassInput passInput{plan.source, plan.fromStream ? context.streams->inFollow : -1};
+  if (plan.toStream && !plan.rewriteHeader) {
+    // Straight into the descriptor: nothing is placed, dated or backed up there.
+    PassOutput out{{}, context.streams->outFd};
+    const JobResult rc = FerroxConv(out, passInput, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
+                                    false, options, context.window);
+    context.streams->outError = out.fdError;
+    if (rc != JobResult::Done) return rc;
+    if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
+    AfterOutput(request.input, request.output, plan.inStat, plan.sameFile, settings.FileMode, context.window,
+                plan.droppedFork);
+    streamed = true;
+    return JobResult::Done;
+  }
+  PassOutput workOut{workFile};
+  const JobResult rc = FerroxConv(workOut, passInput, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
                                   plan.rewriteHeader, options, context.window);
   if (rc != JobResult::Done) return rc;
   if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
@@ -326,15 +356,7 @@ JobResult PendingOutput::Finish() {
       ::fchmod(placed, job.inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
     return JobResult::OutputFailed;
   }
-  if (job.forkNote > 0) {
-    job.window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(job.forkNote) + " Byte)は出力されませんでした");
-  }
-  // Only an input that nobody changed since it was read may go: data added
-  // during the run would be lost with it.
-  if ((job.fileMode & file_mode::kDeleteInput) != 0 && !job.sameFile && IsOtherFile(job.inPath, job.outPath) != 0 &&
-      Unchanged(job.inPath, job.inStat)) {
-    ::unlink(job.inPath.c_str());  // errors ignored: the conversion itself succeeded
-  }
+  AfterOutput(job.inPath, job.outPath, job.inStat, job.sameFile, job.fileMode, job.window, job.forkNote);
   return JobResult::Done;
 }
 
@@ -389,6 +411,9 @@ JobResult FerroxStaged(const JobRequest& request, const JobContext& context, Pen
   // Once the old output is swapped out, the two names can no longer show that they were one file.
   plan.sameFile = IsOtherFile(inPath, outPath) == 0;
   if (plan.sameFile && request.flags == 0) return JobResult::Done;
+  const StreamEnds* streams = context.streams;
+  plan.fromStream = streams != nullptr && streams->inFollow >= 0 && inPath == streams->inPath;
+  plan.toStream = streams != nullptr && streams->outFd >= 0 && outPath == streams->outPath;
 
   WorkFiles cleanup;
   if (const JobResult rc = PlanJob(request, context, cleanup, plan); rc != JobResult::Done) return rc;
@@ -396,7 +421,11 @@ JobResult FerroxStaged(const JobRequest& request, const JobContext& context, Pen
   if (!context.window.ConvBusy()) return JobResult::Cancelled;
   Fd work;
   std::string stem;
-  if (const JobResult rc = ConvertJob(request, context, plan, cleanup, work, stem); rc != JobResult::Done) return rc;
+  bool streamed = false;
+  if (const JobResult rc = ConvertJob(request, context, plan, cleanup, work, stem, streamed); rc != JobResult::Done) {
+    return rc;
+  }
+  if (streamed) return JobResult::Done;
   auto state = std::make_unique<PendingOutput::State>(context.window);
   if (const JobResult rc = StageJob(request, context, plan, cleanup, work, stem, *state); rc != JobResult::Done) {
     return rc;

@@ -30,11 +30,28 @@ class ConvWindow;
 class GaijiTable;
 struct ConversionSettings;
 
+// Standard input and output as the job's ends. `inPath` is a file holding
+// the first bytes of a stream (what the survey reads) that `inFollow` goes on
+// with; `outPath` is the name that stands for `outFd`. The job converts from
+// the stream and into the descriptor without a work file, except where the
+// output must be changed after it is written (a MacBinary header keeps the
+// converted length): that output is put at `outPath` as any output is. A
+// resource fork is never kept beside `outFd`, and nothing is placed, dated or
+// backed up there.
+struct StreamEnds {
+  std::string inPath;
+  int inFollow = -1;
+  std::string outPath;
+  int outFd = -1;
+  mutable int outError = 0;  // the errno of a write to outFd that failed (the job gives -8)
+};
+
 struct JobContext {
   ConvWindow& window;
   const ConversionSettings& settings;
   const GaijiTable* gaiji = nullptr;
   std::string sidecar;  // an AppleDouble file lending type, creator, dates and resource fork
+  const StreamEnds* streams = nullptr;
 };
 
 // Job flags (what the two check boxes say for the file).

@@ -50,10 +50,16 @@ bool CliWindow::ConvBusy() const { return busy_ && g_interrupted == 0; }
 
 void CliWindow::ShowProgress(std::int64_t done, std::int64_t total) {
   if (!terminal_) return;
-  const int percent = total > 0 ? static_cast<int>(done * 100 / total) : 100;
-  if (percent == lastPercent_) return;
-  lastPercent_ = percent;
-  std::fprintf(stderr, "\r%3d %%", percent);
+  if (total < 0) {  // a stream of unknown length: the bytes so far, each MiB
+    if (static_cast<int>(done >> 20) == lastPercent_) return;
+    lastPercent_ = static_cast<int>(done >> 20);
+    std::fprintf(stderr, "\r%d MiB", lastPercent_);
+  } else {
+    const int percent = total > 0 ? static_cast<int>(done * 100 / total) : 100;
+    if (percent == lastPercent_) return;
+    lastPercent_ = percent;
+    std::fprintf(stderr, "\r%3d %%", percent);
+  }
   if (filesDone_ > 0) std::fprintf(stderr, "  (%d files done)", filesDone_);
   std::fflush(stderr);
   lineShown_ = true;

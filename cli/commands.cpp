@@ -67,8 +67,9 @@ bool LoadSettings(SettingsStore& store, const Arguments& arguments) {
   return true;
 }
 
-// Whether a finished output would show as binary on a terminal.
-bool IsBinary(const std::string& path, const ConversionSettings& settings) {
+// Whether the output of `path` would show as binary on a terminal: its data
+// is binary by the full survey, or a MacBinary header stays on it.
+bool OutputIsBinary(const std::string& path, const ConversionSettings& settings, bool cut) {
   FileSurvey survey;
   SilentProgress sink;
   MacBinaryInfo info;
@@ -76,8 +77,9 @@ bool IsBinary(const std::string& path, const ConversionSettings& settings) {
   const SurveySettings whole{settings.ChkSize, settings.BinRate,
                              static_cast<std::uint16_t>(settings.ConvMode | conv_mode::kFull)};
   const SurveyKind kind = survey.FileTypeChk(path, whole, sink, info, flags);
+  if (kind == SurveyKind::MacBinary) return !cut || (flags == 0 && info.DataLength > 0);
   struct stat st {};
-  return kind == SurveyKind::MacBinary || (flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0);
+  return kind == SurveyKind::Ordinary && flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0;
 }
 
 // A box text with every name made absolute against the current folder, kept
@@ -242,23 +244,6 @@ bool CloseChangeList(const std::string& name, std::FILE* file) {
   return !failed;
 }
 
-// The finished output of a run to "-" goes to standard output; the exit status.
-int SendToStdout(StdoutFile& stdoutFile, bool force, const ConversionSettings& settings) {
-  if (!force && ::isatty(STDOUT_FILENO) == 1 && IsBinary(stdoutFile.Path(), settings)) {
-    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
-                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
-    return ExitStatus(RunResult::OutputSide);
-  }
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
-  const int error = stdoutFile.Send();
-  if (error == EPIPE) return 128 + SIGPIPE;
-  if (error != 0) {
-    Say("-: " + std::string(std::strerror(error)));
-    return ExitStatus(RunResult::OutputSide);
-  }
-  return 0;
-}
-
 }  // namespace
 
 int RunConvert(const Arguments& arguments) {
@@ -276,19 +261,29 @@ int RunConvert(const Arguments& arguments) {
 
   CliWindow::CatchInterrupt();
   StdinFile stdinFile;
+  StreamEnds streams;
   if (fromStdin) {
-    if (const JobResult rc = stdinFile.Spool(); rc != JobResult::Done) {
+    if (const JobResult rc = stdinFile.Spool(store.Settings.ChkSize, true); rc != JobResult::Done) {
       if (rc == JobResult::Cancelled) return kExitCancelled;
       Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
       return ExitStatus(RunResult::InputSide);
     }
     inText = stdinFile.Path();
+    if (stdinFile.Followed()) {
+      streams.inPath = inText;
+      streams.inFollow = STDIN_FILENO;
+    }
     store.Settings.FileMode &= static_cast<std::uint16_t>(~file_mode::kDeleteInput);  // nothing to delete
   }
   StdoutFile stdoutFile;
   if (toStdout && !stdoutFile.Create()) {
     Say(WorkAreaFullMessage());
     return ExitStatus(RunResult::OutputSide);
+  }
+  if (toStdout) {
+    streams.outPath = stdoutFile.Path();
+    streams.outFd = STDOUT_FILENO;
+    std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
   }
 
   CliWindow window;
@@ -297,6 +292,17 @@ int RunConvert(const Arguments& arguments) {
   // --text/--cut pin the check boxes of every file; the rest follows each survey.
   const PinnedBoxes pinned{arguments.text, arguments.cut};
   const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand), pinned, pinned};
+  // Decided from the input, before anything is written.
+  if (toStdout && !arguments.force && ::isatty(STDOUT_FILENO) == 1) {
+    FileSurvey survey;
+    SilentProgress sink;
+    const bool cut = (JobFlagsFor(survey, inText, SurveyOf(store.Settings), pinned, sink) & kJobMacBinaryCut) != 0;
+    if (OutputIsBinary(inText, store.Settings, cut)) {
+      Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
+                                       "バイナリーの出力は端末には書きません (--force で書きます)"));
+      return ExitStatus(RunResult::OutputSide);
+    }
+  }
 
   std::FILE* listFile = nullptr;
   if (!OpenChangeList(arguments.changes, toStdout, listFile)) return ExitStatus(RunResult::OutputSide);
@@ -308,14 +314,19 @@ int RunConvert(const Arguments& arguments) {
 
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSuffixTable(&store.Suffixes);
+  driver.SetStreams(&streams);
   const RunResult rc = driver.Ferrox_Click_Etc(request);
   window.ClearProgressLine();
   if (!CloseChangeList(arguments.changes, listFile) && rc == RunResult::Done) return ExitStatus(RunResult::OutputSide);
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
   if (rc == RunResult::Done && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
-  if (rc != RunResult::Done || !toStdout) return ExitStatus(rc);
-  return SendToStdout(stdoutFile, arguments.force, store.Settings);
+  const int error = rc == RunResult::Done && toStdout ? stdoutFile.Send() : streams.outError;
+  if (error != 0) {
+    Say(std::string("ferrox: ") + Tr("standard output: ", "標準出力: ") + std::strerror(error));
+    return ExitStatus(RunResult::OutputSide);
+  }
+  return ExitStatus(rc);
 }
 
 int RunSurvey(const Arguments& arguments) {
@@ -330,7 +341,8 @@ int RunSurvey(const Arguments& arguments) {
     if (operand == "-") {
       CliWindow::CatchInterrupt();
       if (stdinFile.Path().empty()) {
-        if (const JobResult rc = stdinFile.Spool(); rc != JobResult::Done) {
+        // The report and the JSON tell the length: only the flags can do with the head.
+        if (const JobResult rc = stdinFile.Spool(settings.ChkSize, arguments.flagsOnly); rc != JobResult::Done) {
           if (rc == JobResult::Cancelled) return kExitCancelled;
           Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
           status = 1;

@@ -85,10 +85,11 @@ class Pass {
     if (text_ && lineSize_ > 0) converted_.resize(convertedMax_ + 2);
   }
 
-  JobResult Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
-          std::int64_t dataLength, bool keepHeader, std::uint16_t typeFlags);
+  JobResult Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+          bool keepHeader, std::uint16_t typeFlags);
 
  private:
+  JobResult Failure(PassOutput& out) const noexcept;
   bool CopyHeader(std::int64_t length);
   bool TextBlock(const std::uint8_t* in, std::size_t length, bool last);
 
@@ -141,33 +142,73 @@ bool Pass::TextBlock(const std::uint8_t* in, std::size_t length, bool last) {
   return true;
 }
 
-JobResult Pass::Run(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
-              std::int64_t dataLength, bool keepHeader, std::uint16_t typeFlags) {
+// A failed write to a descriptor is the output's failure; a signal that
+// stopped a wait on a stream, or a write, is a cancel.
+JobResult Pass::Failure(PassOutput& out) const noexcept {
+  const int written = out_.WriteError();
+  if (written == EINTR || (written == 0 && errno == EINTR)) return JobResult::Cancelled;
+  if (written != 0 && out.fd >= 0) {
+    out.fdError = written;
+    return JobResult::OutputFailed;
+  }
+  if (written != 0) errno = written;
+  return FailureCode();
+}
+
+JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+              bool keepHeader, std::uint16_t typeFlags) {
   if (text_) codeState_ = typeFlags & survey::kMarkMask;
-  if (!reader_.Open(inPath, dataStart + dataLength)) return JobResult::Failed;
-  // Copies of binary data keep the holes of a sparse input.
-  if (!out_.Create(outPath, !text_)) return FailureCode();
-  if (keepHeader && !CopyHeader(dataStart)) return FailureCode();
+  const bool streamed = in.follow >= 0;
+  if (streamed) dataLength = std::numeric_limits<std::int64_t>::max() - dataStart;
+  if (!reader_.Open(in.path, dataStart + dataLength)) return JobResult::Failed;
+  bool sendFailed = false;
+  if (streamed) {
+    reader_.Follow(in.follow, [this, &sendFailed] {
+      sendFailed = sendFailed || !out_.Flush();
+      return !sendFailed && progress_.ConvBusy();
+    });
+  }
+  if (out.fd >= 0) {
+    out_.Attach(out.fd);
+  } else if (!out_.Create(out.path, !text_)) {  // copies of binary data keep the holes of a sparse input
+    return FailureCode();
+  }
+  if (keepHeader && !CopyHeader(dataStart)) return Failure(out);
 
   std::int64_t readPos = dataStart;
   std::int64_t remaining = dataLength;
   while (remaining >= 1) {
-    progress_.ShowProgress(dataLength - remaining, dataLength);
+    progress_.ShowProgress(readPos - dataStart, streamed ? -1 : dataLength);
     progress_.PumpEvents();
     if (!progress_.ConvBusy()) {
       out_.Discard();
       return JobResult::Cancelled;
     }
-    const auto blockLength = static_cast<std::size_t>(
-        std::min<std::int64_t>(remaining, static_cast<std::int64_t>(blockSize_)));
+    const auto blockOf = [this](std::int64_t left) {
+      return static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(blockSize_)));
+    };
+    std::size_t blockLength = blockOf(remaining);
+    if (streamed) {
+      // The last block is the one the stream ends in: a byte past it, or the
+      // end, must have come before the block is converted.
+      const bool ready = reader_.Ahead(readPos, blockLength + 1);
+      if (sendFailed) return Failure(out);
+      if (!ready) {
+        if (errno == EINTR) continue;  // the loop's check tells a cancel
+        return Failure(out);
+      }
+      remaining = reader_.Limit() - readPos;
+      if (remaining < 1) break;
+      blockLength = blockOf(remaining);
+    }
     const bool last = static_cast<std::int64_t>(blockLength) == remaining;
-    const std::uint8_t* in = reader_.Block(readPos, blockLength, text_ && last ? 2 : 0);
-    if (in == nullptr) return FailureCode();
+    const std::uint8_t* block = reader_.Block(readPos, blockLength, text_ && last ? 2 : 0);
+    if (block == nullptr) return Failure(out);
     if (options_.account != nullptr) options_.account->SetBlockStart(readPos - dataStart);
     if (!text_) {
-      if (!out_.Append(in, blockLength)) return FailureCode();
-    } else if (!TextBlock(in, last ? blockLength + 2 : blockLength, last)) {
-      return FailureCode();
+      if (!out_.Append(block, blockLength)) return Failure(out);
+    } else if (!TextBlock(block, last ? blockLength + 2 : blockLength, last)) {
+      return Failure(out);
     }
     const std::int64_t consumed = static_cast<std::int64_t>(blockLength) - carry_;
     remaining -= consumed;
@@ -176,9 +217,9 @@ JobResult Pass::Run(const std::string& outPath, const std::string& inPath, std::
 
   if (text_ && (options_.convMode & conv_mode::kAppendEof) != 0) {
     const std::uint8_t eof = 0x1A;
-    if (!out_.Append(&eof, 1)) return FailureCode();
+    if (!out_.Append(&eof, 1)) return Failure(out);
   }
-  if (!out_.Finish()) return FailureCode();
+  if (!out_.Finish()) return Failure(out);
   return JobResult::Done;
 }
 
@@ -195,20 +236,37 @@ JobResult FerroxConvBlocks(const std::string& outPath, const std::string& inPath
                      std::int64_t dataStart, std::int64_t dataLength, std::uint16_t opFlags,
                      std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
                      ProgressSink& progress, std::int32_t blockSize) {
+  PassOutput out{outPath};
+  return FerroxConvBlocks(out, PassInput{inPath}, dataStart, dataLength, opFlags, typeFlags, keepHeader, options,
+                          progress, blockSize);
+}
+
+JobResult FerroxConvBlocks(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+                     std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
+                     ProgressSink& progress, std::int32_t blockSize) {
+  if (in.follow >= 0) dataLength = 0;  // the stream's end tells
   if (dataStart < 0 || dataLength < 0 || blockSize < 3 ||
       dataLength > std::numeric_limits<std::int64_t>::max() - dataStart) {
     return JobResult::Failed;
   }
   try {
+    // A stream of unknown length gets the largest buffers.
     Pass pass(options, progress, blockSize, typeFlags, (opFlags & kOpText) != 0,
-              dataStart + dataLength);
-    return pass.Run(outPath, inPath, dataStart, dataLength, keepHeader, typeFlags);
+              in.follow >= 0 ? std::int64_t{1} << 40 : dataStart + dataLength);
+    return pass.Run(out, in, dataStart, dataLength, keepHeader, typeFlags);
   } catch (const std::bad_alloc&) {
     return JobResult::Failed;  // the pass's destructor has removed its output
   }
 }
 
 }  // namespace detail
+
+JobResult FerroxConv(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+               std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
+               ProgressSink& progress) {
+  return detail::FerroxConvBlocks(out, in, dataStart, dataLength, opFlags, typeFlags, keepHeader, options, progress,
+                                  kConvBlockSize);
+}
 
 JobResult FerroxConv(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
                std::int64_t dataLength, std::uint16_t opFlags, std::uint16_t typeFlags,

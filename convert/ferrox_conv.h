@@ -46,6 +46,29 @@ inline constexpr std::int32_t kConvBlockSize = 8192;  // bytes read per block
                              std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader,
                              const ConvOptions& options, ProgressSink& progress);
 
+// The two ends of a pass that need not be named files. The input is the file
+// at `path` followed, with `follow` set, by the rest of a stream read once
+// (standard input after the bytes the survey took); its length is then
+// unknown and the pass runs to the stream's end. With `fd` set the output is
+// written straight into that descriptor (standard output), which the pass
+// neither creates, removes nor closes; it is sent on whenever the input
+// would wait, so a pipe flows while its input arrives. A write to `fd` that
+// fails leaves its errno in `fdError` and the pass returns -8.
+struct PassInput {
+  std::string path;
+  int follow = -1;
+};
+struct PassOutput {
+  std::string path;
+  int fd = -1;
+  int fdError = 0;
+};
+
+// FerroxConv between those ends; a followed input takes no dataLength.
+[[nodiscard]] JobResult FerroxConv(PassOutput& out, const PassInput& in, std::int64_t dataStart,
+                             std::int64_t dataLength, std::uint16_t opFlags, std::uint16_t typeFlags,
+                             bool keepHeader, const ConvOptions& options, ProgressSink& progress);
+
 namespace detail {
 // FerroxConv with another block size (at least 3), so that tests can move block
 // boundaries through their input.
@@ -53,6 +76,10 @@ namespace detail {
                                    std::int64_t dataStart, std::int64_t dataLength,
                                    std::uint16_t opFlags, std::uint16_t typeFlags,
                                    bool keepHeader, const ConvOptions& options,
+                                   ProgressSink& progress, std::int32_t blockSize);
+[[nodiscard]] JobResult FerroxConvBlocks(PassOutput& out, const PassInput& in, std::int64_t dataStart,
+                                   std::int64_t dataLength, std::uint16_t opFlags,
+                                   std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
                                    ProgressSink& progress, std::int32_t blockSize);
 }  // namespace detail
 

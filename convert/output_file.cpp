@@ -42,7 +42,20 @@ bool OutputFile::Append(const std::uint8_t* data, std::size_t size) {
 }
 
 bool OutputFile::Write(const std::uint8_t* data, std::size_t size) {
-  if (!WriteAll(fd_, data, size)) return false;
+  if (attached_) {
+    for (ssize_t n = 0; size > 0; data += n, size -= static_cast<std::size_t>(n)) {
+      n = ::write(fd_, data, size);
+      if (n < 0) {
+        writeError_ = errno;
+        return false;
+      }
+    }
+    return true;
+  }
+  if (!WriteAll(fd_, data, size)) {
+    writeError_ = errno;
+    return false;
+  }
   const std::int64_t at = size_;
   size_ += static_cast<std::int64_t>(size);
   holeAtEnd_ = false;
@@ -108,6 +121,7 @@ bool OutputFile::Flush() {
 
 bool OutputFile::Finish() {
   if (!Flush()) return false;
+  if (attached_) return true;
   if (holeAtEnd_ && ::ftruncate(fd_, static_cast<off_t>(size_)) != 0) return false;
   const int fd = fd_;
   fd_ = -1;
@@ -118,6 +132,7 @@ bool OutputFile::Finish() {
 
 void OutputFile::Discard() noexcept {
   const int saved = errno;
+  if (attached_) fd_ = -1;
   if (fd_ >= 0) {
     ::close(fd_);
     fd_ = -1;

@@ -24,6 +24,11 @@ class OutputFile {
   // only; false with errno set on failure.
   // With `sparse`, stretches of zero bytes become holes.
   [[nodiscard]] bool Create(const std::string& path, bool sparse);
+  // Writes into `fd` instead (a pipe, a terminal), which stays open and is
+  // never removed. A signal stops a write that waits on it (errno EINTR).
+  void Attach(int fd) noexcept { fd_ = fd; attached_ = true; }
+  // The errno of the write that failed, or 0: tells the output's failure from the input's.
+  [[nodiscard]] int WriteError() const noexcept { return writeError_; }
 
   // Room for `size` bytes (at most largestBlock) at the end of the output; null
   // with errno set when making room failed. Commit says how many were used.
@@ -32,19 +37,22 @@ class OutputFile {
 
   [[nodiscard]] bool Append(const std::uint8_t* data, std::size_t size);
 
+  // Writes what is buffered. False with errno set.
+  [[nodiscard]] bool Flush();
   // Writes the rest and closes; the file stays. False with errno set.
   [[nodiscard]] bool Finish();
   // Closes and removes the file.
   void Discard() noexcept;
 
  private:
-  bool Flush();
   bool Write(const std::uint8_t* data, std::size_t size);
   void StartWriteBack(std::int64_t at, std::size_t size) noexcept;
 
   std::string path_;
   int fd_ = -1;
   bool created_ = false;
+  bool attached_ = false;
+  int writeError_ = 0;
   bool sparse_ = false;
   bool holeAtEnd_ = false;
   std::int64_t size_ = 0;      // bytes (and holes) written so far

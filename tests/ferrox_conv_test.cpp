@@ -4,16 +4,21 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <random>
+#include <thread>
 #include <string>
 #include <vector>
 
 #include "convert/block_converter.h"
 #include "convert/gaiji_table.h"
+#include "convert/output_file.h"
 #include "convert/result_code.h"
 #include "helpers/scratch_dir.h"
 
@@ -104,17 +109,37 @@ Bytes FoldWhole(const Bytes& text, std::size_t lineSize) {
 
 struct Outcome { JobResult result = JobResult::Done; Bytes output; };
 
+// With `head` set, the input is a file of its first `head` bytes followed by
+// a pipe that brings the rest, and the output goes into an open descriptor.
 Outcome Convert(const Bytes& input, std::uint16_t convMode, std::uint16_t typeFlags,
-                std::int16_t lineSize = 0, std::int32_t blockSize = kConvBlockSize) {
+                std::int16_t lineSize = 0, std::int32_t blockSize = kConvBlockSize,
+                std::optional<std::size_t> head = std::nullopt) {
   const ScratchDir dir;
-  const fs::path in = dir.Write("in", input), out = dir.Path() / "out";
+  const fs::path in = dir.Write("in", input.substr(0, head.value_or(input.size()))), out = dir.Path() / "out";
   ConvOptions options;
   options.convMode = convMode;
   options.lineSize = lineSize;
   SilentProgress progress;
-  const JobResult result = detail::FerroxConvBlocks(out, in, 0, static_cast<std::int64_t>(input.size()), kOpText,
-                                              typeFlags, false, options, progress, blockSize);
-  return {result, fs::exists(out) ? ReadAll(out) : "<no output>"};
+  if (!head) {
+    const JobResult result = detail::FerroxConvBlocks(out, in, 0, static_cast<std::int64_t>(input.size()), kOpText,
+                                                typeFlags, false, options, progress, blockSize);
+    return {result, fs::exists(out) ? ReadAll(out) : "<no output>"};
+  }
+  int pipeFds[2];
+  EXPECT_EQ(::pipe(pipeFds), 0);
+  std::thread writer([&] {
+    const Bytes rest = input.substr(*head);
+    EXPECT_TRUE(WriteAll(pipeFds[1], rest.data(), rest.size()));
+    ::close(pipeFds[1]);
+  });
+  const int outFd = ::open(out.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+  PassOutput sink{{}, outFd};
+  const JobResult result = detail::FerroxConvBlocks(sink, PassInput{in, pipeFds[0]}, 0, 0, kOpText, typeFlags, false,
+                                              options, progress, blockSize);
+  writer.join();
+  ::close(pipeFds[0]);
+  ::close(outFd);
+  return {result, ReadAll(out)};
 }
 
 // A piece of input and what it becomes, the same wherever it stands.
@@ -169,6 +194,19 @@ TEST(FerroxConv, OutputDoesNotDependOnBlockBoundaries) {
       const Outcome run = Convert(input, c.convMode, c.typeFlags, c.lineSize, blockSize);
       ASSERT_EQ(run.result, JobResult::Done);
       ASSERT_EQ(run.output, expected);
+      // Read from a stream whose end is not known before it comes, ending
+      // on, before and after a block boundary.
+      for (const std::size_t drop : {0, 1}) {
+        const auto whole = input.size() / static_cast<std::size_t>(blockSize) * static_cast<std::size_t>(blockSize);
+        const std::size_t length = whole > drop ? whole - drop : input.size();
+        const Bytes cutInput = input.substr(0, length);
+        const Bytes fileForm = Convert(cutInput, c.convMode, c.typeFlags, c.lineSize, blockSize).output;
+        for (const std::size_t head : {std::size_t{0}, length / 2}) {
+          const Outcome streamed = Convert(cutInput, c.convMode, c.typeFlags, c.lineSize, blockSize, head);
+          ASSERT_EQ(streamed.result, JobResult::Done);
+          ASSERT_EQ(streamed.output, fileForm) << "head " << head << ", length " << length;
+        }
+      }
     }
   }
 }

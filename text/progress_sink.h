@@ -16,7 +16,8 @@ class ProgressSink {
   // True while a run may go on; cleared when the user cancels.
   [[nodiscard]] virtual bool ConvBusy() const = 0;
 
-  // Progress of the current file, before each block: done of total bytes.
+  // Progress of the current file, before each block: done of total bytes
+  // (total -1: a stream whose length is not known yet).
   virtual void ShowProgress(std::int64_t done, std::int64_t total) = 0;
 };
 
