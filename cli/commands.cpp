@@ -244,6 +244,19 @@ bool CloseChangeList(const std::string& name, std::FILE* file) {
   return !failed;
 }
 
+// Whether the output of `inText` would be binary on the terminal that
+// standard output is; says so when it would.
+bool BinaryToTerminal(const std::string& inText, const ConversionSettings& settings, const PinnedBoxes& pinned) {
+  if (::isatty(STDOUT_FILENO) != 1) return false;
+  FileSurvey survey;
+  SilentProgress sink;
+  const bool cut = (JobFlagsFor(survey, inText, SurveyOf(settings), pinned, sink) & kJobMacBinaryCut) != 0;
+  if (!OutputIsBinary(inText, settings, cut)) return false;
+  Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
+                                   "バイナリーの出力は端末には書きません (--force で書きます)"));
+  return true;
+}
+
 }  // namespace
 
 int RunConvert(const Arguments& arguments) {
@@ -293,15 +306,8 @@ int RunConvert(const Arguments& arguments) {
   const PinnedBoxes pinned{arguments.text, arguments.cut};
   const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand), pinned, pinned};
   // Decided from the input, before anything is written.
-  if (toStdout && !arguments.force && ::isatty(STDOUT_FILENO) == 1) {
-    FileSurvey survey;
-    SilentProgress sink;
-    const bool cut = (JobFlagsFor(survey, inText, SurveyOf(store.Settings), pinned, sink) & kJobMacBinaryCut) != 0;
-    if (OutputIsBinary(inText, store.Settings, cut)) {
-      Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
-                                       "バイナリーの出力は端末には書きません (--force で書きます)"));
-      return ExitStatus(RunResult::OutputSide);
-    }
+  if (toStdout && !arguments.force && BinaryToTerminal(inText, store.Settings, pinned)) {
+    return ExitStatus(RunResult::OutputSide);
   }
 
   std::FILE* listFile = nullptr;
