@@ -108,7 +108,7 @@ TEST(MacJapanese, EucAndJisTextAndTheMappingOffStayAsBefore) {
       {"\x82\xA0\x85\x40\x80\xFD\xFE\xFF", 0x0102},  // Shift JIS with Mac codes
   };
   for (const auto& row : rows) {
-    for (const std::uint16_t convMode : std::initializer_list<std::uint16_t>{4, 12, 28}) {
+    for (const std::uint16_t convMode : {std::uint16_t{4}, std::uint16_t{12}, std::uint16_t{28}}) {
       const Converted off = Convert(row.text, true, convMode, false, 8192, nullptr, row.typeFlags);
       const Converted on = Convert(row.text, true, convMode, true, 8192, nullptr, row.typeFlags);
       EXPECT_EQ(on.bytes == off.bytes, row.typeFlags != 0x0102) << Hex(row.text) << " ConvMode " << convMode;
