@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <system_error>
 #include <vector>
@@ -221,6 +222,25 @@ bool FileTypeChkSub(const std::filesystem::path& path, std::int64_t start, std::
   return in && FileTypeChkSub(in, start, length, settings, sink, flags, chunkSize);
 }
 
+namespace {
+
+// The flag word of a text: the readings' flags, Shift JIS as the first code
+// when no other was seen, and the EOF bit from the byte at `lastAt` (the end
+// of the surveyed range, which is the cut when ChkSize shortened it, not
+// necessarily the file's last byte).
+bool FinishFlags(std::istream& in, std::int64_t lastAt, std::uint16_t result, std::uint16_t& flags) {
+  if ((result & survey::kMarkMask) == 0) result |= survey::kMarkSjis;
+  char lastByte = 0;
+  in.clear();
+  in.seekg(lastAt);
+  if (!in.get(lastByte)) return false;
+  if (static_cast<unsigned char>(lastByte) == 0x1A) result |= survey::kEndsWithEof;
+  flags = result;
+  return true;
+}
+
+}  // namespace
+
 bool FileTypeChkSub(std::istream& in, std::int64_t start, std::int64_t length,
                     const SurveySettings& settings, ProgressSink& sink, std::uint16_t& flags,
                     std::size_t chunkSize) {
@@ -271,23 +291,7 @@ bool FileTypeChkSub(std::istream& in, std::int64_t start, std::int64_t length,
   if (!legacy && utf8.Flags() == 0) {
     return true;  // binary to the other reading, and no UTF-8 character seen
   }
-  std::uint16_t result = utf8.Flags() != 0 ? utf8.Flags() : state.Flags;
-  if ((result & survey::kMarkMask) == 0) {
-    result |= survey::kMarkSjis;
-  }
-  // The byte at the end of the surveyed range, which is the cut when ChkSize
-  // shortened the range, not necessarily the file's last byte.
-  char lastByte = 0;
-  in.clear();
-  in.seekg(start + length - 1);
-  if (!in.get(lastByte)) {
-    return false;
-  }
-  if (static_cast<unsigned char>(lastByte) == 0x1A) {
-    result |= survey::kEndsWithEof;
-  }
-  flags = result;
-  return true;
+  return FinishFlags(in, start + length - 1, utf8.Flags() != 0 ? utf8.Flags() : state.Flags, flags);
 }
 
 namespace {
@@ -307,96 +311,99 @@ bool NamesAbsolutePath(const std::string& path) {
 
 }  // namespace
 
-int FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& settings,
+const char* SurveyKindText(SurveyKind kind) noexcept {
+  switch (kind) {
+    case SurveyKind::Ordinary: return "file";
+    case SurveyKind::MacBinary: return "macbinary";
+    case SurveyKind::Folder: return "folder";
+    case SurveyKind::Wildcard: return "wildcard";
+    case SurveyKind::Quoted: return "list";
+    case SurveyKind::Unreadable: break;
+  }
+  return "unreadable";
+}
+
+SurveyKind FileSurvey::FileTypeChk(const std::string& path, const SurveySettings& settings,
                             ProgressSink& sink, MacBinaryInfo& info, std::uint16_t& flags) {
   namespace fs = std::filesystem;
   if (!NamesAbsolutePath(path)) {
-    return survey_result::kUnreadable;
+    return SurveyKind::Unreadable;
   }
   if (path.find_first_of("*?") != std::string::npos) {
-    return survey_result::kWildcard;
+    return SurveyKind::Wildcard;
   }
   const std::size_t first = path.find_first_not_of(' ');
   if (path[first] == '"') {
-    return survey_result::kQuoted;
+    return SurveyKind::Quoted;
   }
   return SurveyFile(path, settings, sink, info, flags);
 }
 
-int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
-                           MacBinaryInfo& info, std::uint16_t& flags) {
+namespace {
+
+// The state of the regular file `path`, or the kind that ends its survey.
+std::optional<SurveyKind> IdentityOf(const std::string& path, FileIdentity& identity) {
   namespace fs = std::filesystem;
-  if (!NamesAbsolutePath(path)) {
-    return survey_result::kUnreadable;
-  }
+  if (!NamesAbsolutePath(path)) return SurveyKind::Unreadable;
   std::error_code ec;
-  const fs::path p(path);
-  const fs::file_status status = fs::status(p, ec);
-  if (ec || !fs::exists(status)) {
-    return survey_result::kUnreadable;
-  }
-  if (fs::is_directory(status)) {
-    return survey_result::kFolder;
-  }
+  const fs::file_status status = fs::status(path, ec);
+  if (ec || !fs::exists(status)) return SurveyKind::Unreadable;
+  if (fs::is_directory(status)) return SurveyKind::Folder;
   // A pipe or a device could block or never end: only regular files are surveyed.
-  if (!fs::is_regular_file(status)) {
-    return survey_result::kUnreadable;
-  }
+  if (!fs::is_regular_file(status)) return SurveyKind::Unreadable;
   struct stat st {};
-  if (::stat(p.c_str(), &st) != 0) {
-    return survey_result::kUnreadable;
-  }
+  if (::stat(path.c_str(), &st) != 0) return SurveyKind::Unreadable;
   const auto nanoseconds = [](const timespec& t) { return std::int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; };
-  const FileIdentity identity{st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
-  const std::int64_t length = identity.length;
-  if (valid_ && path_ == path && identity_ == identity &&
-      settings_ == settings) {
-    if (result_ == survey_result::kMacBinary) {
-      info = info_;
-    }
+  identity = {st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
+  return std::nullopt;
+}
+
+// BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
+bool SurveyDataFork(const std::filesystem::path& p, const WrappedMacFile& wrapped, const SurveySettings& settings,
+                    ProgressSink& sink, std::uint16_t& found) {
+  const std::int64_t limit = settings.ChkSize >= 1 ? settings.ChkSize : wrapped.DataLength;
+  if (wrapped.Kind == MacWrapper::AppleSingle) {
+    const std::int64_t start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
+    return FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found);
+  }
+  std::string sample;
+  if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return false;
+  std::istringstream in(sample);
+  return FileTypeChkSub(in, 0, static_cast<std::int64_t>(sample.size()), settings, sink, found);
+}
+
+}  // namespace
+
+SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+                                  MacBinaryInfo& info, std::uint16_t& flags) {
+  FileIdentity identity;
+  if (const auto failure = IdentityOf(path, identity)) return *failure;
+  if (valid_ && path_ == path && identity_ == identity && settings_ == settings) {
+    if (result_ == SurveyKind::MacBinary) info = info_;
     flags = flags_;
     return result_;
   }
 
+  const std::filesystem::path p(path);
   MacBinaryInfo mac;
-  int result = survey_result::kOrdinary;
+  SurveyKind result = SurveyKind::Ordinary;
   std::int64_t start = 0;
-  std::int64_t range = length;
+  std::int64_t range = identity.length;
   if (MBInfGet(p, mac) == 0) {
-    result = survey_result::kMacBinary;
+    result = SurveyKind::MacBinary;
     start = kMacBinaryHeaderSize;
     range = mac.DataLength;
   }
-  if (settings.ChkSize >= 1 && range > settings.ChkSize) {
-    range = settings.ChkSize;
-  }
+  if (settings.ChkSize >= 1 && range > settings.ChkSize) range = settings.ChkSize;
   std::uint16_t found = 0;
   WrappedMacFile wrapped;
   std::string wrapError;
-  const bool wrappedFile = result == survey_result::kOrdinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
-  if (wrappedFile && !wrapError.empty()) {
-    // A damaged wrapper: the job reports what is wrong with it.
-    return survey_result::kUnreadable;
-  }
-  if (wrappedFile) {
-    // BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
-    const std::int64_t limit = settings.ChkSize >= 1 ? settings.ChkSize : wrapped.DataLength;
-    if (wrapped.Kind == MacWrapper::AppleSingle) {
-      start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
-      if (!FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found)) {
-        return survey_result::kUnreadable;
-      }
-    } else {
-      std::string sample;
-      if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return survey_result::kUnreadable;
-      std::istringstream in(sample);
-      if (!FileTypeChkSub(in, 0, static_cast<std::int64_t>(sample.size()), settings, sink, found)) {
-        return survey_result::kUnreadable;
-      }
-    }
-  } else if (!FileTypeChkSub(p, start, range, settings, sink, found)) {
-    return survey_result::kUnreadable;
-  }
+  const bool wrappedFile = result == SurveyKind::Ordinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
+  // A damaged wrapper: the job reports what is wrong with it.
+  if (wrappedFile && !wrapError.empty()) return SurveyKind::Unreadable;
+  const bool read = wrappedFile ? SurveyDataFork(p, wrapped, settings, sink, found)
+                                : FileTypeChkSub(p, start, range, settings, sink, found);
+  if (!read) return SurveyKind::Unreadable;
 
   valid_ = true;
   path_ = path;
@@ -405,9 +412,7 @@ int FileSurvey::SurveyFile(const std::string& path, const SurveySettings& settin
   info_ = mac;
   flags_ = found;
   result_ = result;
-  if (result == survey_result::kMacBinary) {
-    info = mac;
-  }
+  if (result == SurveyKind::MacBinary) info = mac;
   flags = found;
   return result;
 }

@@ -25,15 +25,21 @@ struct SurveySettings {
   friend bool operator==(const SurveySettings&, const SurveySettings&) = default;
 };
 
-// Results of FileTypeChk.
-namespace survey_result {
-inline constexpr int kOrdinary = 0;     // an ordinary file, surveyed from byte 0
-inline constexpr int kMacBinary = 1;    // a MacBinary file, its data fork surveyed from byte 128
-inline constexpr int kUnreadable = -1;  // not an absolute path, missing, not a regular file, or unreadable
-inline constexpr int kFolder = -2;      // the path names a folder
-inline constexpr int kWildcard = -3;    // the path holds "*" or "?"
-inline constexpr int kQuoted = -4;      // after leading blanks the path begins with '"'
-}  // namespace survey_result
+// Results of FileTypeChk; the numbers are those `ferrox survey --flags` prints.
+enum class SurveyKind {
+  Ordinary = 0,     // an ordinary file, surveyed from byte 0 (a BinHex or AppleSingle file: its data fork)
+  MacBinary = 1,    // a MacBinary file, its data fork surveyed from byte 128
+  Unreadable = -1,  // not an absolute path, missing, not a regular file, unreadable, or a damaged wrapper
+  Folder = -2,      // the path names a folder
+  Wildcard = -3,    // the path holds "*" or "?"
+  Quoted = -4,      // after leading blanks the path begins with '"'
+};
+// The kind in a word: "file", "macbinary", "unreadable", "folder", "wildcard", "list".
+[[nodiscard]] const char* SurveyKindText(SurveyKind kind) noexcept;
+// A file the survey has read: an ordinary file or a MacBinary one.
+[[nodiscard]] constexpr bool Surveyed(SurveyKind kind) noexcept {
+  return kind == SurveyKind::Ordinary || kind == SurveyKind::MacBinary;
+}
 
 // What a chunk surveyor carries from one chunk to the next.
 struct ChunkSurveyState {
@@ -93,14 +99,14 @@ class FileSurvey {
   FileSurvey& operator=(const FileSurvey&) = delete;
 
   // Checks `path` (UTF-8), detects a MacBinary header and surveys the data
-  // fork or the whole file, cut to ChkSize. Returns a survey_result code;
+  // fork or the whole file, cut to ChkSize. Returns the kind;
   // `info` is filled for kMacBinary, `flags` is set for 0 and 1.
-  [[nodiscard]] int FileTypeChk(const std::string& path, const SurveySettings& settings,
+  [[nodiscard]] SurveyKind FileTypeChk(const std::string& path, const SurveySettings& settings,
                                 ProgressSink& sink, MacBinaryInfo& info, std::uint16_t& flags);
 
   // The same for a path that is a file's name as it stands, never a pattern
   // or a list: "*", "?" and quotes are characters of the name.
-  [[nodiscard]] int SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
+  [[nodiscard]] SurveyKind SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
                                MacBinaryInfo& info, std::uint16_t& flags);
 
   // Drops the remembered survey.
@@ -113,7 +119,7 @@ class FileSurvey {
   SurveySettings settings_{};
   MacBinaryInfo info_{};
   std::uint16_t flags_ = 0;
-  int result_ = 0;
+  SurveyKind result_ = SurveyKind::Ordinary;
 };
 
 }  // namespace ferrox

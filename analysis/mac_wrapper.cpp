@@ -52,35 +52,34 @@ bool ClaimsBinHex(const std::filesystem::path& path) {
 
 }  // namespace
 
-MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
-  error.clear();
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return MacWrapper::None;
-  char head[4] = {};
-  in.read(head, 4);
-  if (HasAppleFileMagic({head, static_cast<std::size_t>(in.gcount())})) {
-    AppleFileInfo apple;
-    const AppleFileStatus status = ReadAppleFile(path, apple);
-    if (status == AppleFileStatus::NotAppleFile) return MacWrapper::None;
-    if (status == AppleFileStatus::Ok && apple.Kind == AppleFileKind::Double) return MacWrapper::None;
-    info = {};
-    info.Kind = MacWrapper::AppleSingle;
-    if (status != AppleFileStatus::Ok) {
-      error = AppleFileMessage(status);
-      return info.Kind;
-    }
-    info.FileName = apple.FileName;
-    info.FileType = apple.FileType;
-    info.Creator = apple.Creator;
-    info.DataLength = apple.DataFork ? apple.DataFork->Length : 0;
-    info.ResourceLength = apple.ResourceFork ? apple.ResourceFork->Length : 0;
-    info.HasDates = apple.HasDates;
-    info.Created = apple.Created;
-    info.Modified = apple.Modified;
-    info.FinderInfo = apple.FinderInfo;
-    info.Apple = std::move(apple);
+namespace {
+
+MacWrapper ProbeAppleSingle(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
+  AppleFileInfo apple;
+  const AppleFileStatus status = ReadAppleFile(path, apple);
+  if (status == AppleFileStatus::NotAppleFile) return MacWrapper::None;
+  if (status == AppleFileStatus::Ok && apple.Kind == AppleFileKind::Double) return MacWrapper::None;
+  info = {};
+  info.Kind = MacWrapper::AppleSingle;
+  if (status != AppleFileStatus::Ok) {
+    error = AppleFileMessage(status);
     return info.Kind;
   }
+  info.FileName = apple.FileName;
+  info.FileType = apple.FileType;
+  info.Creator = apple.Creator;
+  info.DataLength = apple.DataFork ? apple.DataFork->Length : 0;
+  info.ResourceLength = apple.ResourceFork ? apple.ResourceFork->Length : 0;
+  info.HasDates = apple.HasDates;
+  info.Created = apple.Created;
+  info.Modified = apple.Modified;
+  info.FinderInfo = apple.FinderInfo;
+  info.Apple = std::move(apple);
+  return info.Kind;
+}
+
+MacWrapper ProbeBinHex(std::ifstream& in, const std::filesystem::path& path, WrappedMacFile& info,
+                       std::string& error) {
   // Most files have no line that starts with ':' in the part the decoder
   // would look through: one block read settles that, where the decoder's
   // search goes a byte at a time.
@@ -115,6 +114,18 @@ MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& in
   info.ResourceLength = hqx.ResourceLength;
   info.FinderInfo = MakeFinderInfo(hqx.FileType, hqx.Creator, hqx.FinderFlags);
   return info.Kind;
+}
+
+}  // namespace
+
+MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
+  error.clear();
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return MacWrapper::None;
+  char head[4] = {};
+  in.read(head, 4);
+  if (HasAppleFileMagic({head, static_cast<std::size_t>(in.gcount())})) return ProbeAppleSingle(path, info, error);
+  return ProbeBinHex(in, path, info, error);
 }
 
 bool SampleDataFork(const std::filesystem::path& path, const WrappedMacFile& info, std::int64_t limit,
@@ -184,8 +195,11 @@ bool UnwrapMacFile(const std::filesystem::path& path, const WrappedMacFile& info
   return true;
 }
 
-void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const SuffixEntry* match) {
-  // The MacBinary block, with the wrapper's own first line and, without dates, no date lines.
+namespace {
+
+// The MacBinary block with `first` as its first line and, without dates, no date lines.
+void AppendMacBlock(std::string& report, const WrappedMacFile& info, const SuffixEntry* match,
+                    const std::string& first) {
   MacBinaryInfo mac;
   mac.FileName = info.FileName;
   mac.DataLength = static_cast<std::int32_t>(std::min<std::int64_t>(info.DataLength, INT32_MAX));
@@ -196,9 +210,8 @@ void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const
   mac.Modified = info.Modified;
   std::string block;
   AppendMacBinaryInfo(block, mac, match);
-  const std::string_view first = "このファイルにはMacBinaryが付加されています。";
-  block.replace(block.find(first), first.size(),
-                info.Kind == MacWrapper::BinHex ? "このファイルはBinHex 4.0形式です。" : "このファイルはAppleSingle形式です。");
+  const std::string_view macBinary = "このファイルにはMacBinaryが付加されています。";
+  block.replace(block.find(macBinary), macBinary.size(), first);
   if (!info.HasDates) {
     for (const std::string_view label : {"作成日時          :", "更新日時          :"}) {
       const auto at = block.find(label);
@@ -206,6 +219,26 @@ void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const
     }
   }
   report += block;
+}
+
+}  // namespace
+
+void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const SuffixEntry* match) {
+  AppendMacBlock(report, info, match,
+                 info.Kind == MacWrapper::BinHex ? "このファイルはBinHex 4.0形式です。" : "このファイルはAppleSingle形式です。");
+}
+
+void AppendSidecarMacInfo(std::string& report, const SidecarOf& file, const SuffixEntry* match) {
+  WrappedMacFile info;
+  info.FileName = file.name;
+  info.DataLength = file.dataLength;
+  info.ResourceLength = file.side.ResourceFork ? file.side.ResourceFork->Length : 0;
+  info.FileType = file.side.FileType;
+  info.Creator = file.side.Creator;
+  info.HasDates = file.side.HasDates;
+  info.Created = file.side.Created;
+  info.Modified = file.side.Modified;
+  AppendMacBlock(report, info, match, "このファイルにはAppleDoubleﾌｧｲﾙ [" + file.sidecarName + "] が付いています。");
 }
 
 bool WriteAppleDoubleFrom(const std::filesystem::path& source, std::int64_t offset, std::int64_t length,

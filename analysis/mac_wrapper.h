@@ -51,6 +51,17 @@ struct WrappedMacFile {
 // MacBinary, naming the wrapper; BinHex carries no dates, so none are shown.
 void AppendWrappedMacInfo(std::string& report, const WrappedMacFile& info, const SuffixEntry* match);
 
+// A data file and the AppleDouble sidecar that lends it its Mac information.
+struct SidecarOf {
+  std::string name;          // the data file's name, UTF-8
+  std::int64_t dataLength = 0;
+  std::string sidecarName;   // as shown: "._name" or "__MACOSX/._name"
+  AppleFileInfo side;
+};
+
+// The same block for a data file with a sidecar, naming the sidecar.
+void AppendSidecarMacInfo(std::string& report, const SidecarOf& file, const SuffixEntry* match);
+
 // Writes `length` bytes of `source` from `offset` (a resource fork) after an
 // AppleDouble header with `finderInfo` into `out`.
 [[nodiscard]] bool WriteAppleDoubleFrom(const std::filesystem::path& source, std::int64_t offset,

@@ -3,6 +3,7 @@
 #include "analysis/survey_report.h"
 
 #include "analysis/mac_wrapper.h"
+#include "suffix/file_name_rec.h"
 
 // ferrox
 #include "analysis/mac_codes.h"
@@ -163,23 +164,23 @@ void AppendHint(ReportText& out, std::uint16_t convMode) {
   out.Line(kinds + "が含まれている" + "可能性もあります。");
 }
 
-void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint16_t f,
-                      const MacBinaryInfo& mac, const ReportSettings& s,
-                      const SuffixLookup& lookup) {
-  out.Line(Heading(path));
-  FileTimes times;
-  if (GetFileTimes(path, times) == 0) {
-    out.Line("作成日時:" + FormatDateTime(times.Creation));
-    out.Line("更新日時:" + FormatDateTime(times.LastWrite));
-  }
-  AppendAttributes(out, GetFileAttr(path).value_or(0));
-  std::error_code ec;
-  const auto length = static_cast<std::int64_t>(std::filesystem::file_size(path, ec));
-  out.Line("サイズ  :" + FormatThousands(ec ? 0 : length) + " Byte");
-  if (ec || length == 0) {
-    return;
-  }
+// The Macintosh block of an unwrapped file whose sidecar reads well; nothing otherwise.
+void AppendSidecarBlock(ReportText& out, const std::string& path, std::int64_t length, const std::string& sidecar,
+                        const SuffixLookup& lookup) {
+  SidecarOf file;
+  if (sidecar.empty() || ReadAppleFile(sidecar, file.side) != AppleFileStatus::Ok || !file.side.HasFinderInfo) return;
+  const std::string folder = path.substr(0, path.find_last_of('/') + 1);
+  file.name = path.substr(folder.size());
+  file.dataLength = length;
+  file.sidecarName = sidecar.starts_with(folder) ? sidecar.substr(folder.size()) : sidecar;
+  std::string block;
+  AppendSidecarMacInfo(block, file, lookup ? lookup(file.side.FileType, file.side.Creator) : nullptr);
+  out.Line(block.substr(0, block.size() - 2));
+}
 
+// The verdict sentences of the file `path` of `length` bytes (not 0) with the survey flag word `f`.
+void AppendVerdict(ReportText& out, const std::string& path, SurveyKind r, std::int64_t length, std::uint16_t f,
+                   const ReportSettings& s) {
   out.Line("");
   const bool cut = s.ChkSize >= 1 && s.ChkSize < length;
   if (cut) {
@@ -216,7 +217,7 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
     } else if (!utf8 && (f & survey::kGaijiMask) != 0) {
       out.Line("また、このテキストには外字が含まれています。");
     }
-    const std::int64_t dataStart = r == survey_result::kMacBinary ? 128 : 0;
+    const std::int64_t dataStart = r == SurveyKind::MacBinary ? 128 : 0;
     if (ReadsAsShiftJis(f) && FileHoldsMacCodes(path, dataStart, cut ? s.ChkSize : 0)) {
       out.Line("このテキストには Mac の拡張文字（①、㈱など）が含まれています。");
     }
@@ -231,7 +232,12 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
   if ((f & survey::kBinTolerated) != 0) {
     AppendHint(out, s.ConvMode);
   }
-  if (r == survey_result::kMacBinary) {
+}
+
+// The Macintosh block: of a MacBinary or wrapped file, or of a sidecar that lends its information.
+void AppendMacInfo(ReportText& out, const std::string& path, SurveyKind r, const MacBinaryInfo& mac,
+                   std::int64_t length, const SuffixLookup& lookup, const std::string& sidecar) {
+  if (r == SurveyKind::MacBinary) {
     std::string block;
     AppendMacBinaryInfo(block, mac, lookup ? lookup(mac.FileType, mac.Creator) : nullptr);
     out.Line(block.substr(0, block.size() - 2));
@@ -242,30 +248,60 @@ void AppendFileReport(ReportText& out, const std::string& path, int r, std::uint
       std::string block;
       AppendWrappedMacInfo(block, wrapped, lookup ? lookup(wrapped.FileType, wrapped.Creator) : nullptr);
       out.Line(block.substr(0, block.size() - 2));
+    } else if (error.empty()) {
+      AppendSidecarBlock(out, path, length, sidecar, lookup);
     }
   }
 }
 
+void AppendFileReport(ReportText& out, const std::string& path, SurveyKind r, std::uint16_t f,
+                      const MacBinaryInfo& mac, const ReportSettings& s,
+                      const SuffixLookup& lookup, const std::string& sidecar) {
+  out.Line(Heading(path));
+  FileTimes times;
+  if (GetFileTimes(path, times) == 0) {
+    out.Line("作成日時:" + FormatDateTime(times.Creation));
+    out.Line("更新日時:" + FormatDateTime(times.LastWrite));
+  }
+  AppendAttributes(out, GetFileAttr(path).value_or(0));
+  std::error_code ec;
+  const auto length = static_cast<std::int64_t>(std::filesystem::file_size(path, ec));
+  out.Line("サイズ  :" + FormatThousands(ec ? 0 : length) + " Byte");
+  if (ec || length == 0) {
+    return;
+  }
+
+  AppendVerdict(out, path, r, length, f, s);
+  AppendMacInfo(out, path, r, mac, length, lookup, sidecar);
+}
+
 }  // namespace
+
+SuffixLookup LookupIn(const SuffixTable& table) {
+  return [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
+    const int row = SuffixTableSearch(table, type, creator);
+    return row < 0 ? nullptr : &table[static_cast<std::size_t>(row)];
+  };
+}
 
 std::string InfoTextSet(FileSurvey& survey, const std::string& path,
                         const std::vector<std::string>& expanded, const ReportSettings& settings,
-                        const SuffixLookup& lookup, ProgressSink& sink) {
+                        const SuffixLookup& lookup, ProgressSink& sink, const std::string& sidecar) {
   if (path.empty()) {
     return {};
   }
   const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
   MacBinaryInfo mac;
   std::uint16_t f = 0;
-  const int r = survey.FileTypeChk(path, surveySettings, sink, mac, f);
+  const SurveyKind r = survey.FileTypeChk(path, surveySettings, sink, mac, f);
   ReportText out;
-  if (r == survey_result::kUnreadable) {
+  if (r == SurveyKind::Unreadable) {
     out.Line("読込みできません。");
-  } else if (r == survey_result::kFolder && (settings.FileMode & kFolderSelect) == 0) {
+  } else if (r == SurveyKind::Folder && (settings.FileMode & kFolderSelect) == 0) {
     out.Line("[入力ﾌｧｲﾙ]にフォルダが設定されています。");
     out.Line("フォルダを指定するには[フォルダ選択を有効にする]にチェックが必要です。");
-  } else if (r == survey_result::kOrdinary || r == survey_result::kMacBinary) {
-    AppendFileReport(out, path, r, f, mac, settings, lookup);
+  } else if (r == SurveyKind::Ordinary || r == SurveyKind::MacBinary) {
+    AppendFileReport(out, path, r, f, mac, settings, lookup, sidecar);
   } else if (!expanded.empty()) {
     out.Line(Heading(path));
     out.Line("");

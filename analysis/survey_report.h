@@ -10,6 +10,7 @@
 
 #include "analysis/file_survey.h"
 #include "suffix/suffix_entry.h"
+#include "suffix/suffix_table.h"
 
 namespace ferrox {
 
@@ -25,15 +26,19 @@ struct ReportSettings {
 using SuffixLookup =
     std::function<const SuffixEntry*(std::string_view fileType, std::string_view creator)>;
 
+// The lookup in `table` (which must outlive it).
+[[nodiscard]] SuffixLookup LookupIn(const SuffixTable& table);
+
 // Builds the report for the entry `path` (UTF-8). `expanded` holds the files
 // that the entry names when it is a wildcard, a quoted list or a folder with
 // folder selection enabled (the caller expands it); it is ignored for one
 // file. The survey goes through `survey`, so its cache is used and refreshed.
 // Lines are UTF-8 joined by CR LF, every line ending with CR LF. An empty
-// path, or an entry that names nothing, gives an empty text.
+// path, or an entry that names nothing, gives an empty text. A file that no
+// wrapper holds shows the Macintosh block of its AppleDouble `sidecar`, if any.
 [[nodiscard]] std::string InfoTextSet(FileSurvey& survey, const std::string& path,
                                       const std::vector<std::string>& expanded,
                                       const ReportSettings& settings, const SuffixLookup& lookup,
-                                      ProgressSink& sink);
+                                      ProgressSink& sink, const std::string& sidecar = {});
 
 }  // namespace ferrox

@@ -13,11 +13,13 @@
 
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
+#include "app/engine_settings.h"
 #include "app/entry_list.h"
 #include "app/folder_listing.h"
 #include "app/path_helpers.h"
 #include "app/work_files.h"
 #include "convert/result_code.h"
+#include "platform/file_placing.h"
 #include "platform/mount_point.h"
 
 namespace ferrox {
@@ -27,13 +29,6 @@ namespace {
 std::string Join(const std::string& folder, const std::string& name) {
   if (!folder.empty() && folder.back() == '/') return folder + name;
   return folder + "/" + name;
-}
-
-bool SameFolder(const std::string& a, const std::string& b) {
-  struct stat sa {};
-  struct stat sb {};
-  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
-         sa.st_ino == sb.st_ino;
 }
 
 std::string InputNotFound(const std::string& input) { return "入力ﾌｧｲﾙ [" + input + "] が見つかりません"; }
@@ -50,17 +45,9 @@ class MessagesAboutFile {
   ConvWindow& window_;
 };
 
-// The window as a planning walk sees it: the same boxes and check boxes, no
-// messages, no progress, never busy with a real job.
-class PlanningWindow : public ConvWindow {
+// The window of a planning walk: no messages, no progress, never cancelled.
+class PlanningWindow final : public ConvWindow {
  public:
-  explicit PlanningWindow(const ConvWindow& real) : real_(real), in_(real.InFileText()), out_(real.OutFileText()) {}
-  [[nodiscard]] std::string InFileText() const override { return in_; }
-  void SetInFileText(const std::string& text) override { in_ = text; }
-  [[nodiscard]] std::string OutFileText() const override { return out_; }
-  void SetOutFileText(const std::string& text) override { out_ = text; }
-  [[nodiscard]] bool TextCnvChecked() const override { return real_.TextCnvChecked(); }
-  [[nodiscard]] bool MBCutChecked() const override { return real_.MBCutChecked(); }
   void SetConvBusy(bool) override {}
   void Message(const std::string&) override {}
   void AllEnabled(bool) override {}
@@ -68,11 +55,6 @@ class PlanningWindow : public ConvWindow {
   void PumpEvents() override {}
   [[nodiscard]] bool ConvBusy() const override { return true; }
   void ShowProgress(std::int64_t, std::int64_t) override {}
-
- private:
-  const ConvWindow& real_;
-  std::string in_;
-  std::string out_;
 };
 
 }  // namespace
@@ -81,12 +63,31 @@ std::string WorkAreaFullMessage() {
   return "作業領域(" + MountPointOf(WorkFolder()) + "ﾄﾞﾗｲﾌﾞ)の空き容量不足の為、変換できませんでした";
 }
 
-std::vector<std::string> ConvDriver::PlannedInputs() {
-  PlanningWindow window(window_);
+namespace {
+
+// Shows the message for what the job returned; the result says which side of
+// the pair it concerns.
+RunResult ReportJobResult(ConvWindow& window, JobResult rc, const std::string& inPath) {
+  switch (rc) {
+    case JobResult::Done: return RunResult::Done;
+    case JobResult::Cancelled: return RunResult::Cancelled;
+    case JobResult::DiskFull: window.Message(WorkAreaFullMessage()); return RunResult::InputSide;
+    case JobResult::InputNotFound: window.Message(InputNotFound(inPath)); return RunResult::InputSide;
+    default: break;
+  }
+  window.Message(JobResultText(rc));
+  if (rc == JobResult::OutputFailed || rc == JobResult::OutputEmpty) return RunResult::OutputSide;
+  return rc == JobResult::Settings ? RunResult::SettingsSide : RunResult::InputSide;
+}
+
+}  // namespace
+
+std::vector<std::string> ConvDriver::PlannedInputs(const std::string& inBox, const std::string& outBox) {
+  PlanningWindow window;
   ConvDriver walk(window, settings_, gaiji_);
   std::vector<std::string> inputs;
   walk.planned_ = &inputs;
-  if (walk.Ferrox_Click_Etc(false) != result::kDone) inputs.clear();
+  if (walk.Ferrox_Click_Etc({inBox, outBox, {}, {}}) != RunResult::Done) inputs.clear();
   return inputs;
 }
 
@@ -98,80 +99,52 @@ bool ConvDriver::EnsureFolder(const std::string& folder) {
 ConvDriver::ConvDriver(ConvWindow& window, ConversionSettings& settings, const GaijiTable* gaiji)
     : window_(window), settings_(settings), gaiji_(gaiji) {}
 
-int ConvDriver::Ferrox_Click_Etc(bool restore) {
-  const std::string inBox = window_.InFileText();
-  const std::string outBox = window_.OutFileText();
-  if (TrimBlanks(inBox).empty()) {
+RunResult ConvDriver::Ferrox_Click_Etc(const RunRequest& request) {
+  const BoxEntry in = ParseBoxEntry(request.input);
+  if (in.kind == EntryKind::Empty) {
     window_.Message("入力ﾌｧｲﾙが指定されていません");
-    return result::kInputSide;
+    return RunResult::InputSide;
   }
-  if (TrimLeftBlanks(inBox).front() == '"') {
-    entryMode_ = entry_mode::kList;
+  std::vector<std::string> outputs;
+  if (in.kind == EntryKind::List) {
+    outputs = CommaToDim(request.output);
   } else {
-    singleIn_ = NormalizeEntry(inBox);
-    if (singleIn_.size() > kMaxPathBytes) {
-      window_.Message(InputNotFound(inBox));
-      return result::kInputSide;
+    const std::string& path = in.names.front();
+    if (path.size() > kMaxPathBytes) {
+      window_.Message(InputNotFound(request.input));
+      return RunResult::InputSide;
     }
-    singleOut_ = NormalizeEntry(outBox);
-    if (singleOut_.size() > kMaxPathBytes) {
+    std::string output = NormalizeEntry(request.output);
+    if (output.size() > kMaxPathBytes) {
       window_.Message("出力ﾌｧｲﾙ/ﾌｫﾙﾀﾞ名が長すぎます");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
     // A trailing "/" says the output is a folder.
-    const std::string_view typed = TrimBlanks(outBox);
-    if (!typed.empty() && typed.back() == '/' && singleOut_.back() != '/') singleOut_ += '/';
-    if (HasWildcard(inBox)) {
-      entryMode_ = entry_mode::kWildcard;
-    } else if (!FileExists(singleIn_)) {
-      window_.Message(InputNotFound(inBox));
-      return result::kInputSide;
-    } else {
-      entryMode_ = IsFolder(singleIn_) ? entry_mode::kFolder : entry_mode::kOneFile;
+    const std::string_view typed = TrimBlanks(request.output);
+    if (!typed.empty() && typed.back() == '/' && output.back() != '/') output += '/';
+    outputs.push_back(std::move(output));
+    if (in.kind == EntryKind::Path && !FileExists(path)) {
+      window_.Message(InputNotFound(request.input));
+      return RunResult::InputSide;
     }
   }
+  oneFile_ = in.kind == EntryKind::Path && !IsFolder(in.names.front());
+  pinned_ = oneFile_ ? request.oneFile : request.batch;
 
   tally_ = {};
   window_.SetConvBusy(true);
   ForgetSweptFolders();  // each run looks for what crashed runs left
-  const std::uint16_t savedFileMode = settings_.FileMode;
-  const std::uint16_t savedExecMode = settings_.ExecMode;
-  if (entryMode_ != entry_mode::kOneFile) {
-    settings_.FileMode |= file_mode::kBatch;
-    settings_.ExecMode |= exec_mode::kAuto | exec_mode::kEndAfterAuto;
-  }
-
   window_.AllEnabled(false);
-  const int rc = Ferrox_Click_EtcSub1();
+  const RunResult rc = Ferrox_Click_EtcSub1(in.names, std::move(outputs));
   window_.AllEnabled(true);
-
-  entryMode_ = entry_mode::kOneFile;
   window_.SetConvBusy(false);
-  settings_.FileMode = savedFileMode;
-  settings_.ExecMode = savedExecMode;
-
-  if (restore) {
-    window_.SetInFileText({});
-    window_.SetInFileText(inBox);
-    window_.SetOutFileText({});
-    window_.SetOutFileText(outBox);
-  }
   return rc;
 }
 
-int ConvDriver::Ferrox_Click_EtcSub1() {
-  std::vector<std::string> inputs;
-  std::vector<std::string> outputs;
-  if (entryMode_ == entry_mode::kList) {
-    inputs = CommaToDim(window_.InFileText());
-    outputs = CommaToDim(window_.OutFileText());
-    if (inputs.size() != outputs.size()) {
-      window_.Message("入力ﾌｧｲﾙと出力ﾌｧｲﾙの数が一致しません");
-      return result::kInputSide;
-    }
-  } else {
-    inputs.push_back(singleIn_);
-    outputs.push_back(singleOut_);
+RunResult ConvDriver::Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std::vector<std::string> outputs) {
+  if (inputs.size() != outputs.size()) {
+    window_.Message("入力ﾌｧｲﾙと出力ﾌｧｲﾙの数が一致しません");
+    return RunResult::InputSide;
   }
   // A file whose output names a folder ("dir/") goes into it under its own name.
   for (std::size_t i = 0; i < inputs.size(); ++i) {
@@ -180,25 +153,25 @@ int ConvDriver::Ferrox_Click_EtcSub1() {
     }
   }
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (const int rc = CheckPair(inputs[i], outputs[i]); rc != 0) return rc;
+    if (const RunResult rc = CheckPair(inputs[i], outputs[i]); rc != RunResult::Done) return rc;
   }
-  if (const int rc = CheckOutputsDistinct(inputs, outputs); rc != 0) return rc;
+  if (const RunResult rc = CheckOutputsDistinct(inputs, outputs); rc != RunResult::Done) return rc;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    const int rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]);
+    const RunResult rc = Ferrox_Click_EtcSub2(inputs[i], outputs[i]);
     // A walk ends with all its outputs in place, on a failure or a cancel too.
-    const int placed = FinishInFlight(0, {});
-    if (rc != 0) return rc;
-    if (placed != 0) return placed;
+    const RunResult placed = FinishInFlight(0, {});
+    if (rc != RunResult::Done) return rc;
+    if (placed != RunResult::Done) return placed;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
 // The output kind rules: a file never goes onto an existing folder or a name
 // ending in "/", and a folder never onto an existing file.
-int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
+RunResult ConvDriver::CheckPair(const std::string& input, const std::string& output) {
   if (input.empty()) {
     window_.Message("入力ﾌｧｲﾙ [" + input + "] が不正です");
-    return result::kInputSide;
+    return RunResult::InputSide;
   }
   const bool wild = HasWildcard(input);
   bool wrongKind = output.empty();
@@ -211,36 +184,36 @@ int ConvDriver::CheckPair(const std::string& input, const std::string& output) {
   }
   if (wrongKind) {
     window_.Message("出力ﾌｧｲﾙ [" + output + "] が不正です");
-    return result::kOutputSide;
+    return RunResult::OutputSide;
   }
   if (HasWildcard(output)) {
     window_.Message("[" + output + "] 出力ﾌｧｲﾙにﾜｲﾙﾄﾞｶｰﾄﾞは指定できません");
-    return result::kOutputSide;
+    return RunResult::OutputSide;
   }
   if (wild) {
     const std::string folder = GetParentFolder(input);
     if (folder.empty()) {
       window_.Message("[" + input + "] ﾊﾟｽ（ﾌｫﾙﾀﾞ名）が指定されていません");
-      return result::kInputSide;
+      return RunResult::InputSide;
     }
     if (HasWildcard(folder)) {
       window_.Message("[" + input + "] ﾜｲﾙﾄﾞｶｰﾄﾞはﾊﾟｽの途中で使用できません");
-      return result::kInputSide;
+      return RunResult::InputSide;
     }
     if (FileExists(output) && !IsFolder(output)) {
       window_.Message("出力ﾌｫﾙﾀﾞ [" + output + "] が不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
   } else if (!FileExists(input)) {
     window_.Message(InputNotFound(input));
-    return result::kInputSide;
+    return RunResult::InputSide;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
 // In a list, no output may repeat or be the input of another pair: the later
 // conversion would overwrite what the earlier one made or read.
-int ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
+RunResult ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
                                      const std::vector<std::string>& outputs) {
   std::multimap<std::string, std::size_t> inputAt;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
@@ -253,25 +226,25 @@ int ConvDriver::CheckOutputsDistinct(const std::vector<std::string>& inputs,
     const bool othersInput = std::any_of(first, last, [i](const auto& entry) { return entry.second != i; });
     if (!seen.insert(key).second || othersInput) {
       window_.Message("出力ﾌｧｲﾙ [" + outputs[i] + "] が不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
-int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string& output) {
+RunResult ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string& output) {
   batchRoot_.clear();
   if (!HasWildcard(input)) {
     if (!IsFolder(input)) return ConvertPair(input, output);
-    if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
+    if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return RunResult::Done;
     if (!FileExists(output) && !EnsureFolder(output)) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
     outputRoot_ = output;
     batchRoot_ = input;
     runNames_ = {};
-    const int rc = Ferrox_Click_EtcSub3(input, output);
+    const RunResult rc = Ferrox_Click_EtcSub3(input, output);
     batchRoot_.clear();
     return rc;
   }
@@ -290,40 +263,40 @@ int ConvDriver::Ferrox_Click_EtcSub2(const std::string& input, const std::string
 
   if (!EnsureFolder(outFolder)) {
     window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-    return result::kOutputSide;
+    return RunResult::OutputSide;
   }
   outputRoot_ = outFolder;
   batchRoot_ = inFolder;
   runNames_ = {};
   for (const auto& [name, isFolder] : entries) {
-    int rc = result::kDone;
+    RunResult rc = RunResult::Done;
     if (IsSidecarEntry(inFolder, name, isFolder)) continue;
     if (isFolder) {
       if ((settings_.FileMode & file_mode::kFolderSelect) == 0) continue;
       if (IsOutputRoot(inFolder + name)) continue;
       if (!EnsureFolder(outFolder + name)) {
         window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-        return result::kOutputSide;
+        return RunResult::OutputSide;
       }
       rc = Ferrox_Click_EtcSub3(inFolder + name, outFolder + name);
     } else {
       rc = ConvertPair(inFolder + name, outFolder + name);
     }
-    if (rc != 0) return rc;
+    if (rc != RunResult::Done) return rc;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
-int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder) {
+RunResult ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder) {
   // The whole listing is taken before anything is converted, so files the run
   // writes into this folder (backups, outputs) are never taken as inputs.
   const FolderListing listing = ListFolder(inFolder);
   for (const auto& name : listing.files) {
     if (IsOwnBackup(name)) continue;
     if (IsSidecarEntry(inFolder, name, false)) continue;
-    if (const int rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != 0) return rc;
+    if (const RunResult rc = ConvertPair(Join(inFolder, name), Join(outFolder, name)); rc != RunResult::Done) return rc;
   }
-  if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return result::kDone;
+  if ((settings_.FileMode & file_mode::kFolderSelect) == 0) return RunResult::Done;
   for (const auto& name : listing.folders) {
     if (IsSidecarEntry(inFolder, name, true)) continue;
     const std::string inSub = Join(inFolder, name);
@@ -331,11 +304,11 @@ int ConvDriver::Ferrox_Click_EtcSub3(const std::string& inFolder, const std::str
     if (IsOutputRoot(inSub)) continue;  // an output folder inside the input is not walked again
     if (!FileExists(outSub) && !EnsureFolder(outSub)) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
-    if (const int rc = Ferrox_Click_EtcSub3(inSub, outSub); rc != 0) return rc;
+    if (const RunResult rc = Ferrox_Click_EtcSub3(inSub, outSub); rc != RunResult::Done) return rc;
   }
-  return result::kDone;
+  return RunResult::Done;
 }
 
 // With backups on, a ".bak" in a walked folder is the backup of an earlier
@@ -346,13 +319,13 @@ bool ConvDriver::IsOwnBackup(const std::string& name) const {
 }
 
 bool ConvDriver::IsOutputRoot(const std::string& folder) const {
-  return !outputRoot_.empty() && SameFolder(folder, outputRoot_);
+  return !outputRoot_.empty() && SameFile(folder, outputRoot_);
 }
 
-int ConvDriver::ConvertPair(const std::string& input, std::string output) {
+RunResult ConvDriver::ConvertPair(const std::string& input, std::string output) {
   if (planned_ != nullptr) {
     planned_->push_back(input);
-    return result::kDone;
+    return RunResult::Done;
   }
   sidecar_.clear();
   if (!batchRoot_.empty()) {
@@ -365,21 +338,21 @@ int ConvDriver::ConvertPair(const std::string& input, std::string output) {
       // In a run that writes into its own input folder, a Mac name never
       // lands on another input, which may not have been read yet.
       std::string named = runNames_.Claim(output);
-      while (named != input && FileExists(named) && SameFolder(GetParentFolder(named), GetParentFolder(input))) {
+      while (named != input && FileExists(named) && SameFile(GetParentFolder(named), GetParentFolder(input))) {
         named = runNames_.Claim(output);
       }
       output = named;
     }
   }
-  window_.SetInFileText(input);
-  window_.SetOutFileText(output);
+  const JobRequest request{input, output, JobFlagsFor(survey_, input, SurveyOf(settings_), pinned_, quiet_)};
+  window_.ShowPair(request);
   window_.PumpEvents();
-  return Ferrox_Click_File();
+  return Ferrox_Click_File(request);
 }
 
 // An existing output, and with FileMode bit 1 its backup, is replaced only when
 // it is a regular file (the backup one of this user's own, or the input).
-int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& outPath) {
+RunResult ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& outPath) {
   std::string refused;
   struct stat out {};
   if (::stat(outPath.c_str(), &out) == 0 && !S_ISREG(out.st_mode)) {
@@ -389,51 +362,49 @@ int ConvDriver::CheckReplaceable(const std::string& inPath, const std::string& o
     struct stat bak {};
     struct stat in {};
     if (::lstat(backup.c_str(), &bak) == 0 && (!S_ISREG(bak.st_mode) || bak.st_uid != ::geteuid()) &&
-        !(::stat(inPath.c_str(), &in) == 0 && in.st_dev == bak.st_dev && in.st_ino == bak.st_ino)) {
+        !(::stat(inPath.c_str(), &in) == 0 && SameInode(in, bak))) {
       refused = backup;
     }
   }
-  if (refused.empty()) return result::kDone;
+  if (refused.empty()) return RunResult::Done;
   window_.Message("出力ﾌｧｲﾙ [" + refused + "] が不正です");
-  return result::kOutputSide;
+  return RunResult::OutputSide;
 }
 
-int ConvDriver::Ferrox_Click_File() {
-  if (!window_.ConvBusy()) return result::kCancelled;
-  const MessagesAboutFile about(window_, window_.InFileText());
-  std::uint16_t flags = 0;
-  if (window_.TextCnvChecked()) flags |= kJobText;
-  if (window_.MBCutChecked()) flags |= kJobMacBinaryCut;
-  if (flags == 0 && entryMode_ == entry_mode::kOneFile) {
+RunResult ConvDriver::Ferrox_Click_File(const JobRequest& request) {
+  if (!window_.ConvBusy()) return RunResult::Cancelled;
+  const MessagesAboutFile about(window_, request.input);
+  const std::uint16_t flags = request.flags;
+  if (flags == 0 && oneFile_) {
     window_.Message("変換設定がされていません");
-    return result::kSettingsSide;
+    return RunResult::SettingsSide;
   }
 
-  const std::string inPath = window_.InFileText();
-  const std::string outPath = window_.OutFileText();
+  const std::string& inPath = request.input;
+  const std::string& outPath = request.output;
   const std::string folder = GetParentFolder(outPath);
   if (!folder.empty()) {
     const bool usable = FileExists(folder) ? IsFolder(folder) : MakeFolder(folder);
     if (!usable) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
-      return result::kOutputSide;
+      return RunResult::OutputSide;
     }
   }
 
-  if (const int rc = CheckReplaceable(inPath, outPath); rc != 0) return rc;
+  if (const RunResult rc = CheckReplaceable(inPath, outPath); rc != RunResult::Done) return rc;
 
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
   const JobContext context{window_, settings_, gaiji_, sidecar_, streams_};
   if (!inFlight_.empty() && DependsOnInFlight(inPath, outPath)) {
-    if (const int rc = FinishInFlight(0, inPath); rc != 0) return rc;
+    if (const RunResult rc = FinishInFlight(0, inPath); rc != RunResult::Done) return rc;
   }
   PendingOutput pending;
-  const int staged = FerroxStaged(outPath, inPath, flags, context, pending);
+  const JobResult staged = FerroxStaged(request, context, pending);
   // In a walk, a finished output that has nothing more to say waits for its
   // flush among others: the flushes overlap, and outputs still go into place
   // one by one in the walk's order, each only once it is on the disk.
-  if (staged == result::kDone && pending && !batchRoot_.empty() && pending.Quiet()) {
+  if (staged == JobResult::Done && pending && !batchRoot_.empty() && pending.Quiet()) {
     pending.StartFlush();
     InFlight entry{std::move(pending), flags, leftAsItIs, {}};
     if (::stat(outPath.c_str(), &entry.oldOutput) != 0) entry.oldOutput.st_ino = 0;
@@ -441,8 +412,8 @@ int ConvDriver::Ferrox_Click_File() {
     return FinishInFlight(kMostInFlight, inPath);
   }
   // Earlier outputs first, so that messages keep the walk's order.
-  if (const int rc = FinishInFlight(0, inPath); rc != 0) return rc;
-  return Report(staged != result::kDone ? staged : pending.Finish(), inPath, flags, leftAsItIs);
+  if (const RunResult rc = FinishInFlight(0, inPath); rc != RunResult::Done) return rc;
+  return Report(staged != JobResult::Done ? staged : pending.Finish(), inPath, flags, leftAsItIs);
 }
 
 // A pair that reads what an output still in flight will replace, or writes
@@ -452,66 +423,40 @@ bool ConvDriver::DependsOnInFlight(const std::string& inPath, const std::string&
   if (::stat(inPath.c_str(), &in) != 0) return true;
   return std::any_of(inFlight_.begin(), inFlight_.end(), [&](const InFlight& entry) {
     const std::string& out = entry.output.OutputPath();
-    return out == inPath || out == outPath ||
-           (entry.oldOutput.st_ino != 0 && entry.oldOutput.st_dev == in.st_dev &&
-            entry.oldOutput.st_ino == in.st_ino);
+    return out == inPath || out == outPath || (entry.oldOutput.st_ino != 0 && SameInode(entry.oldOutput, in));
   });
 }
 
 // Puts outputs in flight in place, oldest first, until at most `keep` are
 // left. After a failure the rest are dropped (their work files removed).
 // Messages are about each output's own input, then again about `current`.
-int ConvDriver::FinishInFlight(std::size_t keep, const std::string& current) {
-  int rc = result::kDone;
-  while (inFlight_.size() > keep && rc == result::kDone) {
+RunResult ConvDriver::FinishInFlight(std::size_t keep, const std::string& current) {
+  RunResult rc = RunResult::Done;
+  while (inFlight_.size() > keep && rc == RunResult::Done) {
     InFlight entry = std::move(inFlight_.front());
     inFlight_.pop_front();
     const std::string input = entry.output.InputPath();
     window_.MessagesAbout(input);
-    const int code = entry.output.Finish();
+    const JobResult code = entry.output.Finish();
     rc = Report(code, input, entry.flags, entry.leftAsItIs);
   }
-  if (rc != result::kDone) inFlight_.clear();
+  if (rc != RunResult::Done) inFlight_.clear();
   window_.MessagesAbout(current);
   return rc;
 }
 
-// Says what the job's code means and counts the file.
-int ConvDriver::Report(int code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs) {
-  switch (code) {
-    case result::kDiskFull:
-      window_.Message(WorkAreaFullMessage());
-      return result::kInputSide;
-    case result::kCancelled:
-      return result::kCancelled;
-    case result::kFailed:
-      window_.Message("変換出来ませんでした");
-      return result::kInputSide;
-    case result::kOutputFailed:
-      window_.Message("変換出来ませんでした");
-      return result::kOutputSide;
-    case result::kSettings:
-      window_.Message("変換設定に誤りがあります");
-      return result::kSettingsSide;
-    case result::kOutputEmpty:
-      window_.Message("出力ﾌｧｲﾙが指定されていません");
-      return result::kOutputSide;
-    case result::kInputEmpty:
-      window_.Message("入力ﾌｧｲﾙが指定されていません");
-      return result::kInputSide;
-    case result::kInputNotFound:
-      window_.Message(InputNotFound(inPath));
-      return result::kInputSide;
-    default:
-      if (leftAsItIs) {
-        ++tally_.skipped;
-      } else if ((flags & kJobText) != 0) {
-        ++tally_.converted;
-      } else {
-        ++tally_.copied;
-      }
-      return result::kDone;
+// Says what the job's result means and counts the file.
+RunResult ConvDriver::Report(JobResult code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs) {
+  const RunResult rc = ReportJobResult(window_, code, inPath);
+  if (rc != RunResult::Done) return rc;
+  if (leftAsItIs) {
+    ++tally_.skipped;
+  } else if ((flags & kJobText) != 0) {
+    ++tally_.converted;
+  } else {
+    ++tally_.copied;
   }
+  return RunResult::Done;
 }
 
 }  // namespace ferrox

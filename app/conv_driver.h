@@ -1,11 +1,10 @@
 #pragma once
-// The batch driver: turns the two path boxes of the window into one-file jobs.
+// The batch driver: turns the texts of the two path boxes into one-file jobs.
 // It classifies the input entry (one file, folder, wildcard, quoted list),
-// checks every pair before any file is touched, forces the batch settings for
-// the length of the run, walks files and folders, and hands each pair to
-// Ferrox_Click_File through the window's path boxes. Every message goes to the
-// window; results are 0, -1 input side, -2 output side, -3 settings, -6
-// cancelled. A window that gets -6 from Ferrox_Click_Etc closes itself.
+// checks every pair before any file is touched, walks files and folders,
+// decides each file's job flags by the one rule of input_proposal.h, and
+// hands each plan to the job, telling the window which pair it is. Every
+// message goes to the window; the result says where the user should look.
 
 #include <sys/stat.h>
 
@@ -14,9 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "app/mac_batch_names.h"
-
+#include "analysis/file_survey.h"
+#include "app/entry_list.h"
 #include "app/ferrox_job.h"
+#include "app/input_proposal.h"
+#include "app/mac_batch_names.h"
 
 namespace ferrox {
 
@@ -24,13 +25,19 @@ class ConvWindow;
 class GaijiTable;
 struct ConversionSettings;
 
-namespace entry_mode {
-inline constexpr std::uint16_t kOneFile = 0;
-inline constexpr std::uint16_t kPending = 1;  // the window's first activation has not run yet
-inline constexpr std::uint16_t kFolder = 2;
-inline constexpr std::uint16_t kWildcard = 3;
-inline constexpr std::uint16_t kList = 4;
-}  // namespace entry_mode
+// How a run ended: done, or stopped by the input side, the output side, the
+// settings, or the user. A window that gets Cancelled closes itself.
+enum class RunResult { Done = 0, InputSide = -1, OutputSide = -2, SettingsSide = -3, Cancelled = -6 };
+
+// What a run is asked to do: the two box texts, and what the user pinned for
+// the job flags of a one-file run and of each file of a folder, wildcard or
+// list run (unset: each file's survey decides).
+struct RunRequest {
+  std::string input;
+  std::string output;
+  PinnedBoxes oneFile;
+  PinnedBoxes batch;
+};
 
 // The message for a work area that ran out of space, naming the mount point
 // of the file system that holds it.
@@ -45,13 +52,8 @@ class ConvDriver {
   ConvDriver(const ConvDriver&) = delete;
   ConvDriver& operator=(const ConvDriver&) = delete;
 
-  // The whole run. With `restore` the user's box texts are put back at the end
-  // (the convert button); automatic mode passes false.
-  [[nodiscard]] int Ferrox_Click_Etc(bool restore);
-
-  // One file: the pair as it stands in the two boxes, flags from the two check
-  // boxes. Shows the job's message, if any.
-  [[nodiscard]] int Ferrox_Click_File();
+  // The whole run.
+  [[nodiscard]] RunResult Ferrox_Click_Etc(const RunRequest& request);
 
   // The suffix table, for Mac names in folder and wildcard runs (FileMode 512).
   void SetSuffixTable(const SuffixTable* table) noexcept { suffixes_ = table; }
@@ -59,10 +61,10 @@ class ConvDriver {
   // Standard input and output as the job reads and writes them (the command line).
   void SetStreams(const StreamEnds* streams) noexcept { streams_ = streams; }
 
-  // The input files a run of the two boxes would convert, in run order, found
-  // by the run's own walk without converting, creating or saying anything.
-  // Empty when the run would be refused before its first file.
-  [[nodiscard]] std::vector<std::string> PlannedInputs();
+  // The input files a run of the two box texts would convert, in run order,
+  // found by the run's own walk without converting, creating or saying
+  // anything. Empty when the run would be refused before its first file.
+  [[nodiscard]] std::vector<std::string> PlannedInputs(const std::string& inBox, const std::string& outBox);
 
   // What the last run did with its files, for the window's summary.
   struct Tally {
@@ -72,30 +74,30 @@ class ConvDriver {
   };
   [[nodiscard]] const Tally& LastRun() const noexcept { return tally_; }
 
-  [[nodiscard]] std::uint16_t EntryMode() const noexcept { return entryMode_; }
-  void SetEntryMode(std::uint16_t mode) noexcept { entryMode_ = mode; }
-
  private:
-  int Ferrox_Click_EtcSub1();
-  int Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
-  int Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
-  int CheckPair(const std::string& input, const std::string& output);
-  int CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
-  int CheckReplaceable(const std::string& inPath, const std::string& outPath);
-  int ConvertPair(const std::string& input, std::string output);
+  RunResult Ferrox_Click_EtcSub1(const std::vector<std::string>& inputs, std::vector<std::string> outputs);
+  RunResult Ferrox_Click_EtcSub2(const std::string& input, const std::string& output);
+  RunResult Ferrox_Click_EtcSub3(const std::string& inFolder, const std::string& outFolder);
+  RunResult CheckPair(const std::string& input, const std::string& output);
+  RunResult CheckOutputsDistinct(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
+  RunResult CheckReplaceable(const std::string& inPath, const std::string& outPath);
+  RunResult ConvertPair(const std::string& input, std::string output);
+  // One file: converts the plan and shows the job's message, if any.
+  RunResult Ferrox_Click_File(const JobRequest& request);
   bool EnsureFolder(const std::string& folder);
   [[nodiscard]] bool DependsOnInFlight(const std::string& inPath, const std::string& outPath) const;
-  int FinishInFlight(std::size_t keep, const std::string& current);
-  int Report(int code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs);
+  RunResult FinishInFlight(std::size_t keep, const std::string& current);
+  RunResult Report(JobResult code, const std::string& inPath, std::uint16_t flags, bool leftAsItIs);
   [[nodiscard]] bool IsOutputRoot(const std::string& folder) const;
   [[nodiscard]] bool IsOwnBackup(const std::string& name) const;
 
   ConvWindow& window_;
   ConversionSettings& settings_;
   const GaijiTable* gaiji_;
-  std::uint16_t entryMode_ = entry_mode::kOneFile;
-  std::string singleIn_;   // the cleaned box texts of a one-pair run
-  std::string singleOut_;
+  bool oneFile_ = true;     // the run converts one file: its flags may not both be off
+  PinnedBoxes pinned_;      // for each file of this run
+  FileSurvey survey_;       // decides the flags
+  SilentProgress quiet_;    // its surveys are short; they pump nothing
   std::string outputRoot_;  // output folder of the current walk; never walked as input
   const SuffixTable* suffixes_ = nullptr;
   const StreamEnds* streams_ = nullptr;

@@ -1,8 +1,8 @@
 #pragma once
-// What the batch driver and the per-file job need from the main window: the
-// pair of path boxes, the two check boxes, messages, progress,
-// the event pump and the ConvBusy flag. The desktop window implements it with
-// Qt widgets; the command line with stderr and SIGINT.
+// What the batch driver and the per-file job tell the window: the pair being
+// converted, messages, progress, and the ConvBusy flag it carries (cleared to
+// cancel). The driver reads nothing else back. The desktop window implements
+// it with Qt widgets; the command line with stderr and SIGINT.
 
 #include <string>
 
@@ -10,21 +10,15 @@
 
 namespace ferrox {
 
+struct JobRequest;
 struct ChangeCounts;
 class ChangeSink;
 
 class ConvWindow : public ProgressSink {
  public:
-  // The two path boxes (UTF-8). Writing the input box lets the window react as
-  // it does to typing (it may survey the file and set the check boxes).
-  [[nodiscard]] virtual std::string InFileText() const = 0;
-  virtual void SetInFileText(const std::string& text) = 0;
-  [[nodiscard]] virtual std::string OutFileText() const = 0;
-  virtual void SetOutFileText(const std::string& text) = 0;
-
-  // chkTextCnv and chkMBCut.
-  [[nodiscard]] virtual bool TextCnvChecked() const = 0;
-  [[nodiscard]] virtual bool MBCutChecked() const = 0;
+  // The pair about to be converted and its job flags. The desktop window
+  // shows it in its boxes while the run lasts.
+  virtual void ShowPair(const JobRequest& request) { (void)request; }
 
   virtual void SetConvBusy(bool busy) = 0;
 

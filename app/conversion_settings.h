@@ -11,7 +11,7 @@ namespace ferrox {
 
 namespace file_mode {
 inline constexpr std::uint16_t kBackup = 1;         // keep an existing output as ".bak"
-inline constexpr std::uint16_t kBatch = 2;          // forced on during batch runs: check boxes follow each survey
+inline constexpr std::uint16_t kBatch = 2;          // one-file runs too: the check boxes follow the survey
 inline constexpr std::uint16_t kMacDates = 4;       // MacBinary output gets the header's dates
 inline constexpr std::uint16_t kFolderSelect = 16;  // a folder may be the input; subfolders are walked
 inline constexpr std::uint16_t kEntry32 = 32;       // read by the entry builders of the main window

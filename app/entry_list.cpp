@@ -1,4 +1,5 @@
 #include "app/entry_list.h"
+#include "app/path_helpers.h"
 #include "text/ascii_text.h"
 
 namespace ferrox {
@@ -55,6 +56,13 @@ std::string QuotedList(const std::vector<std::string>& names) {
     text += '"';
   }
   return text;
+}
+
+BoxEntry ParseBoxEntry(std::string_view text) {
+  const std::string_view trimmed = TrimBlanks(text);
+  if (trimmed.empty()) return {};
+  if (trimmed.front() == '"') return {EntryKind::List, CommaToDim(trimmed)};
+  return {HasWildcard(trimmed) ? EntryKind::Wildcard : EntryKind::Path, {NormalizeEntry(trimmed)}};
 }
 
 }  // namespace ferrox

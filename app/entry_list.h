@@ -18,6 +18,17 @@ namespace ferrox {
 [[nodiscard]] std::string_view TrimLeftBlanks(std::string_view text) noexcept;
 [[nodiscard]] std::string_view TrimRightBlanks(std::string_view text) noexcept;
 
+// What a box text names, parsed once: nothing, a quoted list of names, one
+// name with "*" or "?" in its last part, or one path (a file, a folder or
+// nothing yet). `names` holds the list's names, or the one name cleaned as
+// NormalizeEntry cleans it.
+enum class EntryKind { Empty, List, Wildcard, Path };
+struct BoxEntry {
+  EntryKind kind = EntryKind::Empty;
+  std::vector<std::string> names;
+};
+[[nodiscard]] BoxEntry ParseBoxEntry(std::string_view text);
+
 // Joins names into a box text that CommaToDim reads back: each one quoted,
 // separated by commas.
 [[nodiscard]] std::string QuotedList(const std::vector<std::string>& names);

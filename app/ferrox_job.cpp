@@ -4,13 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <future>
 #include <memory>
 #include <optional>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "analysis/file_survey.h"
@@ -19,14 +19,14 @@
 #include "analysis/survey_flags.h"
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
+#include "app/engine_settings.h"
 #include "app/path_helpers.h"
 #include "convert/change_account.h"
-#include "convert/ferrox_conv.h"
-#include "convert/output_file.h"
-#include "convert/result_code.h"
-#include "platform/file_times.h"
 #include "app/work_files.h"
-#include "platform/trash.h"
+#include "convert/ferrox_conv.h"
+#include "convert/result_code.h"
+#include "platform/file_placing.h"
+#include "platform/file_times.h"
 
 namespace ferrox {
 
@@ -67,176 +67,11 @@ class WorkFiles {
   std::vector<std::string> paths_;
 };
 
-// An open file descriptor, closed on destruction.
-class Fd {
- public:
-  explicit Fd(int fd = -1) noexcept : fd_(fd) {}
-  ~Fd() { Reset(-1); }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  void Reset(int fd) noexcept {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = fd;
-  }
-  [[nodiscard]] int get() const noexcept { return fd_; }
-  int Release() noexcept { return std::exchange(fd_, -1); }
-
- private:
-  int fd_;
-};
-
-bool SameInode(const struct stat& a, const struct stat& b) noexcept {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-bool SameTime(const timespec& a, const timespec& b) noexcept {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
-// Unchanged since `before` was taken: same file, length and times.
-bool Unchanged(const std::string& path, const struct stat& before) {
-  struct stat now {};
-  return ::stat(path.c_str(), &now) == 0 && SameInode(now, before) && now.st_size == before.st_size &&
-         SameTime(now.st_mtim, before.st_mtim) && SameTime(now.st_ctim, before.st_ctim);
-}
-
-// A file this user made and alone names: what the job may change.
-bool OwnPrivateFile(int fd) {
-  struct stat st {};
-  return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::geteuid() && st.st_nlink == 1;
-}
-
-// Copies all of `from` (from its start) into the new file `to`, which is
-// created private; returns the open new file, or -1.
-int CopyToNewFile(int from, const std::string& to) {
-  const int out = ::open(to.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (out < 0) return -1;
-  std::vector<char> buffer(1 << 16);
-  off_t at = 0;
-  for (;;) {
-    const ssize_t n = ::pread(from, buffer.data(), buffer.size(), at);
-    if (n < 0 && errno == EINTR) continue;
-    if (n == 0) return out;
-    if (n < 0 || !WriteAll(out, buffer.data(), static_cast<std::size_t>(n))) break;
-    at += n;
-  }
-  ::close(out);
-  return -1;
-}
-
-std::string NameOf(const std::string& path) { return path.substr(path.find_last_of('/') + 1); }
-
 // Folder of `path` with a trailing "/", "./" for a bare name.
 std::string FolderOf(const std::string& path) {
   const std::string parent = GetParentFolder(path);
   if (parent.empty()) return "./";
   return parent.back() == '/' ? parent : parent + "/";
-}
-
-// Renames `from` to `to` when `to` does not exist, never over a file that
-// appeared meanwhile (where the file system can tell).
-bool RenameNew(const std::string& from, const std::string& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-  if (errno != EINVAL && errno != ENOSYS) return false;
-  return ::rename(from.c_str(), to.c_str()) == 0;
-}
-
-// The old output goes to the trash while it still lies at its name: a second
-// name for it in a private holding folder is trashed (restorable to the
-// output's name), then one rename puts the new data in place. The output name
-// is never empty.
-bool TrashAndReplace(const std::string& staged, const std::string& outPath) {
-  const std::string holding = FolderOf(outPath) + "." + NextWorkStem() + ".old";
-  if (::mkdir(holding.c_str(), 0700) != 0) return false;
-  const std::string held = holding + "/" + NameOf(outPath);
-  TrashResult trashed;
-  if (::link(outPath.c_str(), held.c_str()) == 0) {
-    trashed = TrashDelete(held, outPath);
-    if (!trashed.ok) {
-      ::unlink(held.c_str());
-      ::rmdir(holding.c_str());
-      return false;
-    }
-    ::rmdir(holding.c_str());
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    TrashForget(trashed);  // the old output still lies at its name
-    return false;
-  }
-  // No second names on this file system: the old output is trashed first.
-  ::rmdir(holding.c_str());
-  trashed = TrashDelete(outPath);
-  if (!trashed.ok) return false;
-  if (RenameNew(staged, outPath)) return true;
-  (void)TrashRestore(trashed, outPath);
-  return false;
-}
-
-// Keeps the old output as `backup`, which must not exist, then puts the new
-// data in place.
-bool BackupAndReplace(const std::string& staged, const std::string& outPath, const std::string& backup) {
-  // A second name for the old output, then one rename: the output name never
-  // stands empty.
-  if (::link(outPath.c_str(), backup.c_str()) == 0) {
-    if (::rename(staged.c_str(), outPath.c_str()) == 0) return true;
-    ::unlink(backup.c_str());
-    return false;
-  }
-  if (!RenameNew(outPath, backup)) return false;
-  if (RenameNew(staged, outPath)) return true;
-  (void)RenameNew(backup, outPath);
-  return false;
-}
-
-// Puts the finished new data (`staged`, beside the output) at `outPath`,
-// disposing of an old output as FileMode says. Nothing the job did not make is
-// deleted: an old backup goes to the trash, and when the backup name is the
-// input itself, the old output goes to the trash instead.
-bool PlaceOutput(const std::string& staged, const std::string& outPath, std::uint16_t fileMode,
-                 const struct stat& input) {
-  struct stat old {};
-  if (::lstat(outPath.c_str(), &old) != 0) return errno == ENOENT && RenameNew(staged, outPath);
-  if (!S_ISREG(old.st_mode) && !S_ISLNK(old.st_mode)) return false;  // folders, pipes, devices stay
-  // A symbolic link is replaced as a link: what it leads to is not touched.
-  if (S_ISLNK(old.st_mode)) return ::rename(staged.c_str(), outPath.c_str()) == 0;
-
-  if ((fileMode & file_mode::kBackup) != 0) {
-    const std::string backup = GetNameWithoutExtension(outPath) + ".bak";
-    // An output that is itself named .bak cannot keep a backup of itself;
-    // converted in place, the original goes to the trash instead.
-    if (backup == outPath) return SameInode(old, input) && TrashAndReplace(staged, outPath);
-    struct stat bak {};
-    if (::lstat(backup.c_str(), &bak) != 0) {
-      return errno == ENOENT && BackupAndReplace(staged, outPath, backup);
-    }
-    if (SameInode(bak, input)) return TrashAndReplace(staged, outPath);
-    if (!S_ISREG(bak.st_mode) || bak.st_uid != ::geteuid()) return false;
-    // The earlier generation is not destroyed: it goes to the trash.
-    const TrashResult trashed = TrashDelete(backup);
-    if (!trashed.ok) return false;
-    if (BackupAndReplace(staged, outPath, backup)) return true;
-    (void)TrashRestore(trashed, backup);
-    return false;
-  }
-  if ((fileMode & file_mode::kTrash) != 0) return TrashAndReplace(staged, outPath);
-  return ::rename(staged.c_str(), outPath.c_str()) == 0;
-}
-
-// The length of a resource fork the output goes without.
-std::int64_t ForkLeftOut(bool unwrapped, const WrappedMacFile& wrapped, int kind, const MacBinaryInfo& info) {
-  return unwrapped ? wrapped.ResourceLength : kind == survey_result::kMacBinary ? info.ResourceLength : 0;
-}
-
-// What follows a finished output: the note of a resource fork left out, and
-// the deletion of the input that FileMode asks for.
-void AfterOutput(const std::string& inPath, const std::string& outPath, const struct stat& inStat, bool sameFile,
-                 std::uint16_t fileMode, ConvWindow& window, std::int64_t forkLeftOut) {
-  if (forkLeftOut > 0) window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(forkLeftOut) + " Byte)は出力されませんでした");
-  // Only an input that nobody changed since it was read may go: data added
-  // during the run would be lost with it.
-  if ((fileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
-      Unchanged(inPath, inStat)) {
-    ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
-  }
 }
 
 }  // namespace
@@ -265,6 +100,187 @@ FileTimes MacFileTimes(const DateTime& created, const DateTime& modified) {
   return times;
 }
 
+namespace {
+
+// What the plan stage learns about the input, for the stages after it.
+struct JobPlan {
+  struct stat inStat {};
+  bool sameFile = false;     // decided before anything moves
+  std::string source;        // what the conversion reads: the input, or its unwrapped data fork
+  std::string keptFork;      // the resource fork as AppleDouble, to become "._" + output name
+  std::int64_t dataStart = 0;
+  std::int64_t dataLength = 0;
+  std::uint16_t typeWord = 0;  // the survey flag word the conversion follows
+  bool rewriteHeader = false;  // a MacBinary header kept, to be rewritten for the new length
+  std::optional<FileTimes> macTimes;
+  std::int64_t droppedFork = 0;  // the input's resource fork, when the output cannot hold it
+  bool macOrigin = false;        // a wrapper or a sidecar names a creator
+  bool fromStream = false;       // the input goes on in the stream of StreamEnds
+  bool toStream = false;         // the output is the descriptor of StreamEnds
+};
+
+// What follows a finished output: the note of a resource fork left out, and
+// the deletion of the input that FileMode asks for.
+void AfterOutput(const std::string& inPath, const std::string& outPath, const struct stat& inStat, bool sameFile,
+                 std::uint16_t fileMode, ConvWindow& window, std::int64_t forkLeftOut) {
+  if (forkLeftOut > 0) window.Note("ﾘｿｰｽﾌｫｰｸ(" + std::to_string(forkLeftOut) + " Byte)は出力されませんでした");
+  // Only an input that nobody changed since it was read may go: data added
+  // during the run would be lost with it.
+  if ((fileMode & file_mode::kDeleteInput) != 0 && !sameFile && IsOtherFile(inPath, outPath) != 0 &&
+      Unchanged(inPath, inStat)) {
+    ::unlink(inPath.c_str());  // errors ignored: the conversion itself succeeded
+  }
+}
+
+// A BinHex or AppleSingle input is unwrapped into a private work file first,
+// every CRC and length checked before anything else is written; the survey
+// and the conversion then read that data fork like any file.
+JobResult UnwrapInput(const std::string& inPath, const JobContext& context, WorkFiles& cleanup, JobPlan& plan,
+                WrappedMacFile& wrapped) {
+  const bool keepFork = (context.settings.FileMode & file_mode::kResourceForks) != 0 && !plan.toStream;
+  std::string wrapError;
+  if (ProbeMacWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return JobResult::Done;
+  if (wrapError.empty()) {
+    plan.source = NewWorkFile(cleanup);
+    const bool withFork = keepFork && wrapped.ResourceLength > 0;
+    if (withFork) plan.keptFork = NewWorkFile(cleanup);
+    if (plan.source.empty() || (withFork && plan.keptFork.empty())) return JobResult::Failed;
+    (void)UnwrapMacFile(inPath, wrapped, plan.source, plan.keptFork, wrapError);
+  }
+  if (wrapError.empty()) return JobResult::Done;
+  context.window.Message("[" + inPath + "] " + wrapError);
+  return JobResult::Failed;
+}
+
+// The resource fork that the output drops, kept as an AppleDouble work file
+// with FileMode 1024: a MacBinary file's own, or the one its sidecar lends.
+bool KeepFork(const std::string& from, std::int64_t at, std::int64_t length,
+              const std::array<std::uint8_t, 32>& finderInfo, WorkFiles& cleanup, JobPlan& plan) {
+  plan.keptFork = NewWorkFile(cleanup);
+  return !plan.keptFork.empty() && WriteAppleDoubleFrom(from, at, length, finderInfo, plan.keptFork);
+}
+
+// The plan: the input unwrapped and surveyed afresh (a remembered survey
+// could belong to what lay at this name before an earlier pair of the run
+// replaced it), where its data lies, which dates and forks go with it.
+JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cleanup, JobPlan& plan) {
+  const ConversionSettings& settings = context.settings;
+  const std::string& inPath = request.input;
+  WrappedMacFile wrapped;
+  plan.source = inPath;
+  if (const JobResult rc = UnwrapInput(inPath, context, cleanup, plan, wrapped); rc != JobResult::Done) return rc;
+  const bool unwrapped = plan.source != inPath;
+  MacBinaryInfo info;
+  const SurveyKind kind = FileSurvey().SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
+  if (!Surveyed(kind)) return JobResult::Failed;
+
+  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0 && !plan.toStream;
+  const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
+  plan.dataLength = unwrapped ? wrapped.DataLength : plan.inStat.st_size;
+  plan.droppedFork = unwrapped ? wrapped.ResourceLength : 0;
+  if (unwrapped && wrapped.HasDates && macDates) plan.macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
+  plan.macOrigin = unwrapped && NamesCreator(wrapped.Creator);
+  if (kind == SurveyKind::MacBinary) {
+    plan.dataStart = kMacBinaryHeaderSize;
+    plan.dataLength = info.DataLength;
+    if (!unwrapped) plan.droppedFork = info.ResourceLength;
+    plan.macOrigin = NamesCreator(info.Creator);
+    if (macDates) plan.macTimes = MacFileTimes(info.Created, info.Modified);
+    plan.rewriteHeader = (request.flags & kJobMacBinaryCut) == 0;
+    const std::int64_t forkAt = kMacBinaryHeaderSize + (std::int64_t{info.DataLength} + 127) / 128 * 128;
+    const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, plan.inStat.st_size - forkAt);
+    if (keepFork && !plan.rewriteHeader && forkLength > 0 && !unwrapped &&
+        !KeepFork(plan.source, forkAt, forkLength, MakeFinderInfo(info.FileType, info.Creator), cleanup, plan)) {
+      return JobResult::Failed;
+    }
+  }
+  // An AppleDouble sidecar lends its dates (FileMode 4) and its resource fork (FileMode 1024).
+  if (AppleFileInfo side; !unwrapped && kind == SurveyKind::Ordinary && !context.sidecar.empty() &&
+                          ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
+    if (side.HasDates && macDates) plan.macTimes = MacFileTimes(side.Created, side.Modified);
+    plan.macOrigin = NamesCreator(side.Creator);
+    if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0 &&
+        !KeepFork(context.sidecar, side.ResourceFork->Offset, side.ResourceFork->Length, side.FinderInfo, cleanup,
+                  plan)) {
+      return JobResult::Failed;
+    }
+  }
+  if ((request.flags & kJobText) != 0 && plan.typeWord == 0) plan.typeWord = survey::kForcedText;
+  return JobResult::Done;
+}
+
+// The conversion into a private work file, opened as `work`; `stem` names it.
+JobResult ConvertJob(const JobRequest& request, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup,
+               Fd& work, std::string& stem, bool& streamed) {
+  const ConversionSettings& settings = context.settings;
+  const std::string workFolder = WorkFolder();
+  SweepDeadWorkFilesOnce(workFolder);
+  SweepDeadWorkFilesOnce(FolderOf(request.output));
+  stem = NextWorkStem();
+  const std::string workFile = workFolder + stem + ".tmp";
+  ChangeSink* const rows = context.window.ChangeRows();
+  if (rows != nullptr) rows->BeginFile(request.input);
+  ChangeAccount account(rows);
+  const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji, plan.macOrigin, &account};
+  const PassInput passInput{plan.source, plan.fromStream ? context.streams->inFollow : -1};
+  if (plan.toStream && !plan.rewriteHeader) {
+    // Straight into the descriptor: nothing is placed, dated or backed up there.
+    PassOutput out{{}, context.streams->outFd};
+    const JobResult rc = FerroxConv(out, passInput, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
+                                    false, options, context.window);
+    context.streams->outError = out.fdError;
+    if (rc != JobResult::Done) return rc;
+    if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
+    AfterOutput(request.input, request.output, plan.inStat, plan.sameFile, settings.FileMode, context.window,
+                plan.droppedFork);
+    streamed = true;
+    return JobResult::Done;
+  }
+  PassOutput workOut{workFile};
+  const JobResult rc = FerroxConv(workOut, passInput, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
+                                  plan.rewriteHeader, options, context.window);
+  if (rc != JobResult::Done) return rc;
+  if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
+  cleanup.Add(workFile);
+  context.window.ShowProgress(plan.dataLength, plan.dataLength);
+
+  // From here on the work file is handled through its descriptor only.
+  work.Reset(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+  if (work.get() < 0 || !OwnPrivateFile(work.get())) return JobResult::Failed;
+  if (plan.rewriteHeader) {
+    struct stat st {};
+    if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return JobResult::Failed;
+    if (MBInfPut(work.get(), st.st_size - kMacBinaryHeaderSize) != 0) return JobResult::Failed;
+  }
+  return JobResult::Done;
+}
+
+// The kept resource fork beside the output, under the name today's tools look for.
+bool PlaceFork(const std::string& keptFork, const std::string& outPath, mode_t mode, WorkFiles& cleanup) {
+  const std::string outFolder = FolderOf(outPath);
+  const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
+  const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
+  cleanup.Add(stagedFork);
+  Fd in(::open(keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (in.get() < 0) return false;
+  Fd out(::link(keptFork.c_str(), stagedFork.c_str()) == 0
+             ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
+             : CopyToNewFile(in.get(), stagedFork));
+  if (out.get() < 0 || ::fchmod(out.get(), mode & 0666) != 0 || ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
+    return false;
+  }
+  cleanup.Release(stagedFork);
+  return true;
+}
+
+Disposal DisposalOf(const std::string& outPath, std::uint16_t fileMode) {
+  if ((fileMode & file_mode::kBackup) != 0) return {OldOutput::BackedUp, GetNameWithoutExtension(outPath) + ".bak"};
+  if ((fileMode & file_mode::kTrash) != 0) return {OldOutput::Trashed, {}};
+  return {};
+}
+
+}  // namespace
+
 // What a job holds between its staged output and the output's move into place.
 struct PendingOutput::State {
   explicit State(ConvWindow& w) : window(w) {}
@@ -276,7 +292,6 @@ struct PendingOutput::State {
   std::string inPath;
   std::string outPath;
   std::string staged;
-  std::string outFolder;
   std::string keptFork;
   struct stat inStat {};
   std::optional<FileTimes> macTimes;
@@ -310,229 +325,119 @@ void PendingOutput::StartFlush() {
   }
 }
 
-int PendingOutput::Finish() {
-  if (state_ == nullptr) return result::kDone;
+// The place stage.
+JobResult PendingOutput::Finish() {
+  if (state_ == nullptr) return JobResult::Done;
   const std::unique_ptr<State> owned = std::move(state_);
   State& job = *owned;
-  ConvWindow& window = job.window;
-  const std::string& inPath = job.inPath;
-  const std::string& outPath = job.outPath;
-  const std::string& staged = job.staged;
-  const std::string& outFolder = job.outFolder;
-  const std::string& keptFork = job.keptFork;
-  const struct stat& inStat = job.inStat;
-  WorkFiles& cleanup = job.cleanup;
   const int placed = job.placed;
-
   // Flushed and dated before the rename; the input's permission bits come
   // after it, through the descriptor, so what a crash leaves is private and
   // nobody can swap the name for a link to something else in between.
   const int flushError = job.flushed.valid() ? job.flushed.get() : (::fsync(placed) == 0 ? 0 : errno);
-  if (flushError != 0) return result::kFailed;
+  if (flushError != 0) return JobResult::Failed;
   if (job.macTimes) {
     (void)SetFileTimes(placed, *job.macTimes);
   } else {
-    const timespec times[2] = {inStat.st_atim, inStat.st_mtim};
+    const timespec times[2] = {job.inStat.st_atim, job.inStat.st_mtim};
     (void)::futimens(placed, times);
   }
-  if (!PlaceOutput(staged, outPath, job.fileMode, inStat)) return result::kOutputFailed;
-  cleanup.Release(staged);
-  if (!keptFork.empty()) {
-    // Beside the output, under the name today's tools look for.
-    const std::string sidecar = outFolder + "._" + outPath.substr(outPath.find_last_of('/') + 1);
-    const std::string stagedFork = outFolder + "." + NextWorkStem() + ".tmp";
-    cleanup.Add(stagedFork);
-    Fd in(::open(keptFork.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (in.get() < 0) return result::kFailed;
-    Fd out(::link(keptFork.c_str(), stagedFork.c_str()) == 0
-               ? ::open(stagedFork.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)
-               : CopyToNewFile(in.get(), stagedFork));
-    if (out.get() < 0 || ::fchmod(out.get(), inStat.st_mode & 0666) != 0 ||
-        ::rename(stagedFork.c_str(), sidecar.c_str()) != 0) {
-      return result::kFailed;
-    }
-    cleanup.Release(stagedFork);
+  if (!PlaceOutput(job.staged, job.outPath, DisposalOf(job.outPath, job.fileMode), job.inStat, NextWorkStem)) {
+    return JobResult::OutputFailed;
+  }
+  job.cleanup.Release(job.staged);
+  if (!job.keptFork.empty() && !PlaceFork(job.keptFork, job.outPath, job.inStat.st_mode, job.cleanup)) {
+    return JobResult::Failed;
   }
   // The rename has put this very file in place (the descriptor says which).
   struct stat now {};
   struct stat held {};
-  if (::lstat(outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
-      ::fchmod(placed, inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
-    return result::kOutputFailed;
+  if (::lstat(job.outPath.c_str(), &now) != 0 || ::fstat(placed, &held) != 0 || !SameInode(now, held) ||
+      ::fchmod(placed, job.inStat.st_mode & 07777 & ~static_cast<mode_t>(S_ISUID | S_ISGID)) != 0) {
+    return JobResult::OutputFailed;
   }
-  AfterOutput(inPath, outPath, inStat, job.sameFile, job.fileMode, window, job.forkNote);
-  return result::kDone;
+  AfterOutput(job.inPath, job.outPath, job.inStat, job.sameFile, job.fileMode, job.window, job.forkNote);
+  return JobResult::Done;
 }
 
-int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
-           const JobContext& context) {
-  PendingOutput pending;
-  const int rc = FerroxStaged(outPath, inPath, flags, context, pending);
-  return rc != result::kDone ? rc : pending.Finish();
-}
+namespace {
 
-int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
-                 const JobContext& context, PendingOutput& pending) {
-  pending = PendingOutput();
-  if (inPath.empty()) return result::kInputEmpty;
-  if (outPath.empty()) return result::kOutputEmpty;
-  struct stat inStat {};
-  if (::stat(inPath.c_str(), &inStat) != 0) {
-    struct stat link {};
-    return ::lstat(inPath.c_str(), &link) == 0 ? result::kFailed : result::kInputNotFound;
-  }
-  // Decided before anything moves: once the old output is swapped out, the
-  // two names can no longer show that they were one file.
-  const bool sameFile = IsOtherFile(inPath, outPath) == 0;
-  if (sameFile && flags == 0) return result::kDone;
-
-  ConvWindow& window = context.window;
-  const ConversionSettings& settings = context.settings;
-
-  // A BinHex or AppleSingle input is unwrapped into a private work file first,
-  // every CRC and length checked before anything else is written; the survey
-  // and the conversion then read that data fork like any file.
-  WorkFiles cleanup;
-  const StreamEnds* streams = context.streams;
-  const bool fromStream = streams != nullptr && streams->inFollow >= 0 && inPath == streams->inPath;
-  const bool toStream = streams != nullptr && streams->outFd >= 0 && outPath == streams->outPath;
-  const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0 && !toStream;
-  std::string source = inPath;
-  std::string keptFork;  // the resource fork as AppleDouble, to become "._" + output name
-  WrappedMacFile wrapped;
-  std::string wrapError;
-  if (ProbeMacWrapper(inPath, wrapped, wrapError) != MacWrapper::None) {
-    if (wrapError.empty()) {
-      source = NewWorkFile(cleanup);
-      if (keepFork && wrapped.ResourceLength > 0) keptFork = NewWorkFile(cleanup);
-      if (source.empty() || (keepFork && wrapped.ResourceLength > 0 && keptFork.empty())) return result::kFailed;
-      (void)UnwrapMacFile(inPath, wrapped, source, keptFork, wrapError);
-    }
-    if (!wrapError.empty()) {
-      window.Message("[" + inPath + "] " + wrapError);
-      return result::kFailed;
-    }
-  }
-
-  // Surveyed afresh: a remembered survey could belong to what lay at this
-  // name before an earlier pair of the run replaced it.
-  FileSurvey survey;
-  const SurveySettings surveySettings{settings.ChkSize, settings.BinRate, settings.ConvMode};
-  MacBinaryInfo info;
-  std::uint16_t typeWord = 0;
-  const int kind = survey.SurveyFile(source, surveySettings, window, info, typeWord);
-  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return result::kFailed;
-
-  std::int64_t dataStart = 0;
-  std::int64_t dataLength = source == inPath ? inStat.st_size : wrapped.DataLength;
-  std::optional<FileTimes> macTimes;
-  // Mac origin: a wrapper or a sidecar that names a creator.
-  bool macOrigin = source != inPath && NamesCreator(wrapped.Creator);
-  bool rewriteHeader = false;
-  const bool macDates = (settings.FileMode & file_mode::kMacDates) != 0;
-  if (source != inPath && wrapped.HasDates && macDates) macTimes = MacFileTimes(wrapped.Created, wrapped.Modified);
-  if (kind == survey_result::kMacBinary) {
-    dataStart = kMacBinaryHeaderSize;
-    dataLength = info.DataLength;
-    macOrigin = NamesCreator(info.Creator);
-    if (macDates) macTimes = MacFileTimes(info.Created, info.Modified);
-    rewriteHeader = (flags & kJobMacBinaryCut) == 0;
-    // A resource fork the cut output drops is kept beside it with FileMode 1024.
-    const std::int64_t forkAt = kMacBinaryHeaderSize + (std::int64_t{info.DataLength} + 127) / 128 * 128;
-    const std::int64_t forkLength = std::min<std::int64_t>(info.ResourceLength, inStat.st_size - forkAt);
-    if (keepFork && !rewriteHeader && forkLength > 0 && source == inPath) {
-      keptFork = NewWorkFile(cleanup);
-      if (keptFork.empty() || !WriteAppleDoubleFrom(source, forkAt, forkLength,
-                                                    MakeFinderInfo(info.FileType, info.Creator), keptFork)) {
-        return result::kFailed;
-      }
-    }
-  }
-  // An AppleDouble sidecar lends its dates (FileMode 4) and its resource fork (FileMode 1024).
-  if (AppleFileInfo side; source == inPath && kind == survey_result::kOrdinary && !context.sidecar.empty() &&
-                          ReadAppleFile(context.sidecar, side) == AppleFileStatus::Ok) {
-    if (side.HasDates && macDates) macTimes = MacFileTimes(side.Created, side.Modified);
-    macOrigin = NamesCreator(side.Creator);
-    if (keepFork && side.ResourceFork && side.ResourceFork->Length > 0) {
-      keptFork = NewWorkFile(cleanup);
-      if (keptFork.empty() || !WriteAppleDoubleFrom(context.sidecar, side.ResourceFork->Offset,
-                                                    side.ResourceFork->Length, side.FinderInfo, keptFork)) {
-        return result::kFailed;
-      }
-    }
-  }
-  if ((flags & kJobText) != 0 && typeWord == 0) typeWord = survey::kForcedText;
-
-  const ProgressPanelOn panel(window);
-  if (!window.ConvBusy()) return result::kCancelled;
-
-  const std::string workFolder = WorkFolder();
-  const std::string outFolder = FolderOf(outPath);
-  SweepDeadWorkFilesOnce(workFolder);
-  SweepDeadWorkFilesOnce(outFolder);
-  const std::string stem = NextWorkStem();
-  const std::string workFile = workFolder + stem + ".tmp";
-  ChangeSink* const rows = window.ChangeRows();
-  if (rows != nullptr) rows->BeginFile(inPath);
-  ChangeAccount account(rows);
-  const ConvOptions options{settings.ConvMode, settings.LineSize, context.gaiji, macOrigin, &account};
-  const PassInput passInput{source, fromStream ? streams->inFollow : -1};
-  if (toStream && !rewriteHeader) {
-    PassOutput out{{}, streams->outFd};
-    const int rc = FerroxConv(out, passInput, dataStart, dataLength, flags, typeWord, false, options, window);
-    streams->outError = out.fdError;
-    if (rc != 0) return rc;
-    if (account.Counts().Any()) window.Changes(inPath, account.Counts());
-    AfterOutput(inPath, outPath, inStat, sameFile, settings.FileMode, window,
-                ForkLeftOut(source != inPath, wrapped, kind, info));
-    return result::kDone;
-  }
-  PassOutput workOut{workFile};
-  const int rc =
-      FerroxConv(workOut, passInput, dataStart, dataLength, flags, typeWord, rewriteHeader, options, window);
-  if (rc != 0) return rc;
-  if (account.Counts().Any()) window.Changes(inPath, account.Counts());
-  cleanup.Add(workFile);
-  window.ShowProgress(dataLength, dataLength);
-
-  // From here on the work file is handled through its descriptor only.
-  Fd work(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-  if (work.get() < 0 || !OwnPrivateFile(work.get())) return result::kFailed;
-  if (rewriteHeader) {
-    struct stat st {};
-    if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return result::kFailed;
-    if (MBInfPut(work.get(), st.st_size - kMacBinaryHeaderSize) != 0) return result::kFailed;
-  }
-
+// The new data, in the work file `work` named by `stem`, put beside the
+// output; `state` gets what the place stage needs.
+JobResult StageJob(const JobRequest& request, const JobContext& context, const JobPlan& plan, WorkFiles& cleanup, Fd& work,
+                   const std::string& stem, PendingOutput::State& state) {
   // The new data must lie in the output's folder before the old output is
   // touched: a rename never crosses file systems (nor bind mounts of one). A
   // second name does where it can, a private copy where it cannot.
-  const std::string staged = outFolder + "." + stem + ".tmp";
+  const std::string workFile = WorkFolder() + stem + ".tmp";
+  const std::string staged = FolderOf(request.output) + "." + stem + ".tmp";
   cleanup.Add(staged);
   Fd copy;
   if (::link(workFile.c_str(), staged.c_str()) != 0) {
     copy.Reset(CopyToNewFile(work.get(), staged));
-    if (copy.get() < 0) return result::kOutputFailed;
+    if (copy.get() < 0) return JobResult::OutputFailed;
   }
   ::unlink(workFile.c_str());
   cleanup.Release(workFile);
-  auto state = std::make_unique<PendingOutput::State>(window);
-  state->placed = copy.get() >= 0 ? copy.get() : work.get();
-  state->work.Reset(work.Release());
-  state->copy.Reset(copy.Release());
-  state->inPath = inPath;
-  state->outPath = outPath;
-  state->staged = staged;
-  state->outFolder = outFolder;
-  state->keptFork = keptFork;
-  state->inStat = inStat;
-  state->macTimes = macTimes;
-  state->fileMode = settings.FileMode;
-  state->sameFile = sameFile;
-  if (keptFork.empty() && !rewriteHeader) state->forkNote = ForkLeftOut(source != inPath, wrapped, kind, info);
-  state->cleanup.Take(cleanup);
+  state.placed = copy.get() >= 0 ? copy.get() : work.get();
+  state.work.Reset(work.Release());
+  state.copy.Reset(copy.Release());
+  state.inPath = request.input;
+  state.outPath = request.output;
+  state.staged = staged;
+  state.keptFork = plan.keptFork;
+  state.inStat = plan.inStat;
+  state.macTimes = plan.macTimes;
+  state.fileMode = context.settings.FileMode;
+  state.sameFile = plan.sameFile;
+  if (plan.droppedFork > 0 && plan.keptFork.empty() && !plan.rewriteHeader) state.forkNote = plan.droppedFork;
+  state.cleanup.Take(cleanup);
+  return JobResult::Done;
+}
+
+}  // namespace
+
+JobResult FerroxStaged(const JobRequest& request, const JobContext& context, PendingOutput& pending) {
+  pending = PendingOutput();
+  const std::string& inPath = request.input;
+  const std::string& outPath = request.output;
+  if (inPath.empty()) return JobResult::InputEmpty;
+  if (outPath.empty()) return JobResult::OutputEmpty;
+  JobPlan plan;
+  if (::stat(inPath.c_str(), &plan.inStat) != 0) {
+    struct stat link {};
+    return ::lstat(inPath.c_str(), &link) == 0 ? JobResult::Failed : JobResult::InputNotFound;
+  }
+  // Once the old output is swapped out, the two names can no longer show that they were one file.
+  plan.sameFile = IsOtherFile(inPath, outPath) == 0;
+  if (plan.sameFile && request.flags == 0) return JobResult::Done;
+  const StreamEnds* streams = context.streams;
+  plan.fromStream = streams != nullptr && streams->inFollow >= 0 && inPath == streams->inPath;
+  plan.toStream = streams != nullptr && streams->outFd >= 0 && outPath == streams->outPath;
+
+  WorkFiles cleanup;
+  if (const JobResult rc = PlanJob(request, context, cleanup, plan); rc != JobResult::Done) return rc;
+  const ProgressPanelOn panel(context.window);
+  if (!context.window.ConvBusy()) return JobResult::Cancelled;
+  Fd work;
+  std::string stem;
+  bool streamed = false;
+  if (const JobResult rc = ConvertJob(request, context, plan, cleanup, work, stem, streamed); rc != JobResult::Done) {
+    return rc;
+  }
+  if (streamed) return JobResult::Done;
+  auto state = std::make_unique<PendingOutput::State>(context.window);
+  if (const JobResult rc = StageJob(request, context, plan, cleanup, work, stem, *state); rc != JobResult::Done) {
+    return rc;
+  }
   pending.state_ = std::move(state);
-  return result::kDone;
+  return JobResult::Done;
+}
+
+JobResult Ferrox(const JobRequest& request, const JobContext& context) {
+  PendingOutput pending;
+  const JobResult rc = FerroxStaged(request, context, pending);
+  return rc != JobResult::Done ? rc : pending.Finish();
 }
 
 }  // namespace ferrox

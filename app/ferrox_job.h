@@ -22,6 +22,7 @@
 #include <string>
 
 #include "app/work_files.h"
+#include "convert/result_code.h"
 
 namespace ferrox {
 
@@ -53,9 +54,16 @@ struct JobContext {
   const StreamEnds* streams = nullptr;
 };
 
-// Job flags (from the two check boxes).
+// Job flags (what the two check boxes say for the file).
 inline constexpr std::uint16_t kJobMacBinaryCut = 1;
 inline constexpr std::uint16_t kJobText = 2;
+
+// One file to convert: the driver's plan for it.
+struct JobRequest {
+  std::string input;
+  std::string output;
+  std::uint16_t flags = 0;  // kJobText, kJobMacBinaryCut
+};
 
 // A job's new output, complete and private beside the output, that has yet to
 // be flushed to disk and put in place. A batch keeps several of these so that
@@ -77,27 +85,26 @@ class PendingOutput {
   // Starts the flush to disk on a helper thread (where one can be had).
   void StartFlush();
   // Waits for the flush (or flushes), then dates the output and puts it in
-  // place; the codes of Ferrox.
-  [[nodiscard]] int Finish();
+  // place (the place stage of the job); the results of Ferrox.
+  [[nodiscard]] JobResult Finish();
 
   struct State;
 
  private:
-  friend int FerroxStaged(const std::string&, const std::string&, std::uint16_t&, const JobContext&,
-                          PendingOutput&);
+  friend JobResult FerroxStaged(const JobRequest&, const JobContext&, PendingOutput&);
   std::unique_ptr<State> state_;
 };
 
-// Ferrox up to the flush of the new output: on 0 with `pending` set, the rest
-// is pending.Finish(); on 0 with it empty there was nothing to write.
-[[nodiscard]] int FerroxStaged(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
-                               const JobContext& context, PendingOutput& pending);
+// Ferrox up to the flush of the new output (the plan and convert stages, and
+// the new data beside the output): on Done with `pending` set, the rest is
+// pending.Finish(); on Done with it empty there was nothing to write.
+[[nodiscard]] JobResult FerroxStaged(const JobRequest& request, const JobContext& context, PendingOutput& pending);
 
-// Returns 0 (done, or nothing to do), -1 input not found, -2 input path empty,
-// -3 output path empty, or the conversion pass's -4, -5, -6, -7; -5 also for
-// any other failure on the way, except -8 when the new output could not be
-// put beside or at the output (the old output then stands as it was).
-[[nodiscard]] int Ferrox(const std::string& outPath, const std::string& inPath, std::uint16_t& flags,
-                         const JobContext& context);
+// Returns Done (done, or nothing to do), InputNotFound, InputEmpty,
+// OutputEmpty, or the conversion pass's Settings, Failed, Cancelled,
+// DiskFull; Failed also for any other failure on the way, except
+// OutputFailed when the new output could not be put beside or at the output
+// (the old output then stands as it was).
+[[nodiscard]] JobResult Ferrox(const JobRequest& request, const JobContext& context);
 
 }  // namespace ferrox

@@ -7,6 +7,7 @@
 
 #include "app/work_files.h"
 #include "text/ascii_text.h"
+#include "text/glob_match.h"
 
 namespace ferrox {
 
@@ -24,29 +25,12 @@ std::size_t SequenceLength(unsigned char lead) noexcept {
 
 bool WildcardMatch(std::string_view pattern, std::string_view name) {
   if (pattern == "*.*") return true;
-  std::size_t p = 0;
-  std::size_t n = 0;
-  std::size_t starP = std::string_view::npos;
-  std::size_t starN = 0;
-  while (n < name.size()) {
-    if (p < pattern.size() && pattern[p] == '*') {
-      starP = p++;
-      starN = n;
-    } else if (p < pattern.size() && pattern[p] == '?') {
-      ++p;
-      n = std::min(name.size(), n + SequenceLength(static_cast<unsigned char>(name[n])));
-    } else if (p < pattern.size() && ascii::Lower(pattern[p]) == ascii::Lower(name[n])) {
-      ++p;
-      ++n;
-    } else if (starP != std::string_view::npos) {
-      p = starP + 1;
-      n = ++starN;
-    } else {
-      return false;
-    }
-  }
-  while (p < pattern.size() && pattern[p] == '*') ++p;
-  return p == pattern.size();
+  return GlobMatch(
+      pattern.size(), name.size(), [pattern](std::size_t p) { return pattern[p] == '*'; },
+      [pattern, name](std::size_t p, std::size_t n) -> std::size_t {
+        if (pattern[p] == '?') return std::min(name.size() - n, SequenceLength(static_cast<unsigned char>(name[n])));
+        return ascii::Lower(pattern[p]) == ascii::Lower(name[n]) ? 1 : 0;
+      });
 }
 
 FolderListing ListFolder(const std::string& folder, std::string_view pattern) {

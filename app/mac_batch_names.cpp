@@ -52,6 +52,12 @@ std::string FindSidecar(const std::string& inPath, const std::string& runRoot) {
   }
 }
 
+std::string SidecarBeside(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  if (slash == std::string::npos || !IsFile(path)) return {};
+  return FindSidecar(path, path.substr(0, slash + 1));
+}
+
 std::string MacOutputName(const SuffixTable& table, const ConversionSettings& settings,
                           const std::string& inPath, const std::string& sidecar) {
   const FileNameRules rules = NameRulesOf(settings);

@@ -21,6 +21,11 @@ struct ConversionSettings;
 // "__MACOSX" folder of any folder from `runRoot` down; "" when there is none.
 [[nodiscard]] std::string FindSidecar(const std::string& inPath, const std::string& runRoot);
 
+// The sidecar a run over the folder of the file `path` would find for it
+// (beside it, or in that folder's "__MACOSX"), for its survey report; "" for
+// anything but a file.
+[[nodiscard]] std::string SidecarBeside(const std::string& path);
+
 // The output name FileNameRec makes for a wrapped Mac file (MacBinary, BinHex,
 // AppleSingle) or a file with a sidecar; "" for any other file.
 [[nodiscard]] std::string MacOutputName(const SuffixTable& table, const ConversionSettings& settings,

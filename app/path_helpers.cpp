@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/entry_list.h"
+#include "platform/file_placing.h"
 
 namespace ferrox {
 
@@ -96,7 +97,7 @@ int IsOtherFile(const std::string& a, const std::string& b) {
   struct stat sa {};
   struct stat sb {};
   if (StatOf(a, sa) && StatOf(b, sb)) {
-    if (sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino) return 0;
+    if (SameInode(sa, sb)) return 0;
     return sa.st_ino < sb.st_ino ? -1 : 1;
   }
   const std::string la = LexicalForm(a);

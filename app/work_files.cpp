@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/file_placing.h"
 #include "platform/trash.h"
 
 namespace ferrox {
@@ -65,10 +66,6 @@ std::string RandomToken() {
     token += hex;
   }
   return token;
-}
-
-bool SameInode(const struct stat& a, const struct stat& b) noexcept {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 std::string g_lockPath;  // this run's lock, removed when the program ends normally

@@ -122,13 +122,13 @@ bool FerroxConvert(const fs::path& in, const fs::path& out, std::uint16_t convMo
   settings.ConvMode = convMode;
   ferrox::MacBinaryInfo info;
   std::uint16_t flags = 0;
-  if (survey.FileTypeChk(in.string(), settings, progress, info, flags) != 0) return false;
+  if (survey.FileTypeChk(in.string(), settings, progress, info, flags) != ferrox::SurveyKind::Ordinary) return false;
   if (flags == 0) flags = ferrox::survey::kForcedText;
   ferrox::ConvOptions options;
   options.convMode = convMode;
   const auto length = static_cast<std::int64_t>(fs::file_size(in));
   return ferrox::FerroxConv(out.string(), in.string(), 0, length, ferrox::kOpText, flags, false,
-                            options, progress) == 0;
+                            options, progress) == ferrox::JobResult::Done;
 }
 
 }  // namespace

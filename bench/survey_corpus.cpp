@@ -65,7 +65,7 @@ int main(int argc, char** argv) {
       settings.ConvMode = mode;
       ferrox::MacBinaryInfo info;
       std::uint16_t flags = 0;
-      if (s.FileTypeChk(file.string(), settings, progress, info, flags) < 0) continue;
+      if (!ferrox::Surveyed(s.FileTypeChk(file.string(), settings, progress, info, flags))) continue;
       Counts& c = table[{group, code}];
       ++c.files;
       const std::uint16_t codes = flags & (survey::kUtf8 | survey::kSjis | survey::kJis | survey::kEuc);

@@ -5,10 +5,6 @@
 #include <csignal>
 #include <cstdio>
 
-#include "analysis/file_survey.h"
-#include "app/conversion_settings.h"
-#include "app/engine_settings.h"
-#include "app/path_helpers.h"
 #include "convert/change_account.h"
 
 namespace ferrox::cli {
@@ -37,13 +33,7 @@ std::string ShownText(std::string_view text) {
   return shown;
 }
 
-CliWindow::CliWindow(const ConversionSettings& settings, FileSurvey& survey,
-                     std::optional<bool> pinText, std::optional<bool> pinCut)
-    : settings_(settings),
-      survey_(survey),
-      pinText_(pinText),
-      pinCut_(pinCut),
-      terminal_(::isatty(STDERR_FILENO) == 1) {}
+CliWindow::CliWindow() : terminal_(::isatty(STDERR_FILENO) == 1) {}
 
 void CliWindow::CatchInterrupt() {
   struct sigaction action {};
@@ -57,34 +47,6 @@ void CliWindow::CatchInterrupt() {
 bool CliWindow::Interrupted() { return g_interrupted != 0; }
 
 bool CliWindow::ConvBusy() const { return busy_ && g_interrupted == 0; }
-
-void CliWindow::SetInFileText(const std::string& text) {
-  inText_ = text;
-  if (busy_) ++pairsStarted_;  // the driver writes each pair into the boxes while busy
-  ProposeCheckBoxesFor(text);
-}
-
-// As the window does when its input box changes: the check boxes follow the
-// survey of a single file, always, as FileMode bit 2 describes.
-void CliWindow::ProposeCheckBoxesFor(const std::string& text) {
-  if (!pinText_ || !pinCut_) {
-    // A name the run walks to is a name even with "*" or "?" in it.
-    if (!text.empty() && text.front() != '"' && IsFile(text)) {
-      const SurveySettings survey = SurveyOf(settings_);
-      MacBinaryInfo info;
-      std::uint16_t flags = 0;
-      const int kind = survey_.SurveyFile(text, survey, *this, info, flags);
-      if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) {
-        boxes_ = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
-      } else {
-        // Unreadable: leave it to the job, which reports it.
-        boxes_ = CheckBoxes{true, true};
-      }
-    }
-  }
-  if (pinText_) boxes_.textCnv = *pinText_;
-  if (pinCut_) boxes_.mbCut = *pinCut_;
-}
 
 void CliWindow::ShowProgress(std::int64_t done, std::int64_t total) {
   if (!terminal_) return;

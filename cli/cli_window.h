@@ -1,23 +1,14 @@
 #pragma once
-// The window of the command line: the two path boxes are strings, the check
-// boxes follow each input's survey unless pinned, messages are lines on
-// stderr, progress is shown only when stderr is a terminal, and SIGINT clears
-// ConvBusy.
+// The window of the command line: messages are lines on stderr, progress is
+// shown only when stderr is a terminal, and SIGINT clears ConvBusy.
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "app/check_box_proposal.h"
 #include "app/conv_window.h"
-
-namespace ferrox {
-class FileSurvey;
-struct ConversionSettings;
-}  // namespace ferrox
 
 namespace ferrox::cli {
 
@@ -27,16 +18,9 @@ namespace ferrox::cli {
 
 class CliWindow final : public ConvWindow {
  public:
-  CliWindow(const ConversionSettings& settings, FileSurvey& survey, std::optional<bool> pinText,
-            std::optional<bool> pinCut);
+  CliWindow();
 
-  [[nodiscard]] std::string InFileText() const override { return inText_; }
-  void SetInFileText(const std::string& text) override;
-  [[nodiscard]] std::string OutFileText() const override { return outText_; }
-  void SetOutFileText(const std::string& text) override { outText_ = text; }
-  [[nodiscard]] bool TextCnvChecked() const override { return boxes_.textCnv; }
-  [[nodiscard]] bool MBCutChecked() const override { return boxes_.mbCut; }
-
+  void ShowPair(const JobRequest&) override { ++pairsStarted_; }
   void SetConvBusy(bool busy) override { busy_ = busy; }
   [[nodiscard]] bool ConvBusy() const override;
   void PumpEvents() override {}
@@ -73,15 +57,6 @@ class CliWindow final : public ConvWindow {
   [[nodiscard]] static bool Interrupted();
 
  private:
-  void ProposeCheckBoxesFor(const std::string& text);
-
-  const ConversionSettings& settings_;
-  FileSurvey& survey_;
-  std::optional<bool> pinText_;
-  std::optional<bool> pinCut_;
-  std::string inText_;
-  std::string outText_;
-  CheckBoxes boxes_;
   bool busy_ = false;
   bool terminal_ = false;
   bool lineShown_ = false;

@@ -16,6 +16,7 @@
 #include "app/engine_settings.h"
 #include "app/entry_expand.h"
 #include "app/entry_list.h"
+#include "app/mac_batch_names.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
 #include "cli/cli_text.h"
@@ -75,10 +76,10 @@ bool OutputIsBinary(const std::string& path, const ConversionSettings& settings,
   std::uint16_t flags = 0;
   const SurveySettings whole{settings.ChkSize, settings.BinRate,
                              static_cast<std::uint16_t>(settings.ConvMode | conv_mode::kFull)};
-  const int kind = survey.FileTypeChk(path, whole, sink, info, flags);
-  if (kind == survey_result::kMacBinary) return !cut || (flags == 0 && info.DataLength > 0);
+  const SurveyKind kind = survey.FileTypeChk(path, whole, sink, info, flags);
+  if (kind == SurveyKind::MacBinary) return !cut || (flags == 0 && info.DataLength > 0);
   struct stat st {};
-  return kind == survey_result::kOrdinary && flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0;
+  return kind == SurveyKind::Ordinary && flags == 0 && ::stat(path.c_str(), &st) == 0 && st.st_size > 0;
 }
 
 // A box text with every name made absolute against the current folder, kept
@@ -153,22 +154,114 @@ void SayNothingToConvert(const std::string& input, const ConversionSettings& set
   Say(Tr("ferrox: nothing to convert: ", "ferrox: 変換するファイルがありません: ") + why);
 }
 
+// `ferrox survey --flags`: the kind and the flag word of one path. False when unreadable.
+bool PrintFlags(FileSurvey& survey, const std::string& path, const ConversionSettings& settings) {
+  SilentProgress sink;
+  MacBinaryInfo info;
+  std::uint16_t flags = 0;
+  const SurveyKind kind = survey.FileTypeChk(path, SurveyOf(settings), sink, info, flags);
+  std::printf("%d 0x%04X\n", static_cast<int>(kind), static_cast<unsigned>(flags));
+  return kind != SurveyKind::Unreadable;
+}
+
+// `ferrox survey --json`: one object per file; a folder, wildcard or list
+// stands for the files it names. False when one is unreadable.
+bool PrintJson(FileSurvey& survey, const std::string& operand, const std::string& path,
+               const ConversionSettings& settings) {
+  SilentProgress sink;
+  std::vector<std::string> files = ExpandEntry(path, settings.FileMode);
+  if (files.empty() || files == std::vector<std::string>{path}) files = {path};
+  bool readable = true;
+  for (const std::string& file : files) {
+    MacBinaryInfo info;
+    std::uint16_t flags = 0;
+    const SurveyKind kind = survey.FileTypeChk(file, SurveyOf(settings), sink, info, flags);
+    const std::string shown = file == path ? operand : file;
+    WrappedMacFile wrapped;
+    std::string wrapError;
+    const bool isWrapped = kind == SurveyKind::Ordinary &&
+                           ProbeMacWrapper(file, wrapped, wrapError) != MacWrapper::None && wrapError.empty();
+    std::printf("%s\n", SurveyJson({shown, file, kind, flags, kind == SurveyKind::MacBinary ? &info : nullptr,
+                                     isWrapped ? &wrapped : nullptr, settings.ChkSize, settings.BinRate})
+                            .c_str());
+    readable = readable && kind != SurveyKind::Unreadable;
+  }
+  return readable;
+}
+
+// The survey report of one entry. False when it names nothing.
+bool PrintReport(FileSurvey& survey, const std::string& operand, const std::string& path, const SettingsStore& store) {
+  SilentProgress sink;
+  const ConversionSettings& settings = store.Settings;
+  const std::string report = InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), ReportOf(settings),
+                                         LookupIn(store.Suffixes), sink, SidecarBeside(path));
+  if (report.empty()) {
+    Say("入力ﾌｧｲﾙ [" + operand + "] が見つかりません");
+    return false;
+  }
+  std::string text = LfLines(report);
+  if (operand == "-") {  // the heading names standard input as typed
+    const std::string heading = "--- [" + path.substr(path.find_last_of('/') + 1) + "]の";
+    if (text.starts_with(heading)) text.replace(0, heading.size(), "--- [-]の");
+  }
+  std::fputs(text.c_str(), stdout);
+  return true;
+}
+
 }  // namespace
 
-int ExitStatus(int driverResult) noexcept {
+int ExitStatus(RunResult driverResult) noexcept {
   switch (driverResult) {
-    case result::kDone: return 0;
-    case result::kInputSide: return 1;
-    case result::kOutputSide: return 2;
-    case result::kSettingsSide: return 3;
-    case result::kCancelled: return kExitCancelled;
-    default: return 1;
+    case RunResult::Done: return 0;
+    case RunResult::InputSide: return 1;
+    case RunResult::OutputSide: return 2;
+    case RunResult::SettingsSide: return 3;
+    case RunResult::Cancelled: return kExitCancelled;
   }
+  return 1;
 }
+
+namespace {
+
+// The file `--changes` names ("-": standard output); none without the option.
+// False, with the message said, when it cannot be had.
+bool OpenChangeList(const std::string& name, bool toStdout, std::FILE*& file) {
+  file = nullptr;
+  if (name.empty()) return true;
+  file = name == "-" ? (toStdout ? nullptr : stdout) : std::fopen(name.c_str(), "w");
+  if (file != nullptr) return true;
+  Say("ferrox: " + name + ": " +
+      (toStdout ? Tr("the output already goes to standard output", "出力が標準出力に出ます")
+                : std::string(std::strerror(errno))));
+  return false;
+}
+
+// Flushes and closes the change list; false, with the message said, when that fails.
+bool CloseChangeList(const std::string& name, std::FILE* file) {
+  if (file == nullptr) return true;
+  const bool failed = std::fflush(file) != 0 || std::ferror(file) != 0 || (file != stdout && std::fclose(file) != 0);
+  if (failed) Say("ferrox: " + name + ": " + std::strerror(errno));
+  return !failed;
+}
+
+// Whether the output of `inText` would be binary on the terminal that
+// standard output is; says so when it would.
+bool BinaryToTerminal(const std::string& inText, const ConversionSettings& settings, const PinnedBoxes& pinned) {
+  if (::isatty(STDOUT_FILENO) != 1) return false;
+  FileSurvey survey;
+  SilentProgress sink;
+  const bool cut = (JobFlagsFor(survey, inText, SurveyOf(settings), pinned, sink) & kJobMacBinaryCut) != 0;
+  if (!OutputIsBinary(inText, settings, cut)) return false;
+  Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
+                                   "バイナリーの出力は端末には書きません (--force で書きます)"));
+  return true;
+}
+
+}  // namespace
 
 int RunConvert(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const std::string& inOperand = arguments.operands[0];
   const std::string& outOperand = arguments.operands[1];
   const bool fromStdin = inOperand == "-";
@@ -183,10 +276,10 @@ int RunConvert(const Arguments& arguments) {
   StdinFile stdinFile;
   StreamEnds streams;
   if (fromStdin) {
-    if (const int rc = stdinFile.Spool(store.Settings.ChkSize, true); rc != 0) {
-      if (rc == result::kCancelled) return kExitCancelled;
-      Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
-      return ExitStatus(result::kInputSide);
+    if (const JobResult rc = stdinFile.Spool(store.Settings.ChkSize, true); rc != JobResult::Done) {
+      if (rc == JobResult::Cancelled) return kExitCancelled;
+      Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
+      return ExitStatus(RunResult::InputSide);
     }
     inText = stdinFile.Path();
     if (stdinFile.Followed()) {
@@ -198,7 +291,7 @@ int RunConvert(const Arguments& arguments) {
   StdoutFile stdoutFile;
   if (toStdout && !stdoutFile.Create()) {
     Say(WorkAreaFullMessage());
-    return ExitStatus(result::kOutputSide);
+    return ExitStatus(RunResult::OutputSide);
   }
   if (toStdout) {
     streams.outPath = stdoutFile.Path();
@@ -206,31 +299,19 @@ int RunConvert(const Arguments& arguments) {
     std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
   }
 
-  FileSurvey survey;
-  CliWindow window(store.Settings, survey, arguments.text, arguments.cut);
+  CliWindow window;
   if (fromStdin) window.ShowPathAs(inText, "-");
   if (toStdout) window.ShowPathAs(stdoutFile.Path(), "-");
-  window.SetOutFileText(toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand));
-  window.SetInFileText(inText);
+  // --text/--cut pin the check boxes of every file; the rest follows each survey.
+  const PinnedBoxes pinned{arguments.text, arguments.cut};
+  const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand), pinned, pinned};
   // Decided from the input, before anything is written.
-  if (toStdout && !arguments.force && ::isatty(STDOUT_FILENO) == 1 &&
-      OutputIsBinary(inText, store.Settings, window.MBCutChecked())) {
-    Say(std::string("ferrox: ") + Tr("binary output is not written to a terminal (--force writes it)",
-                                     "バイナリーの出力は端末には書きません (--force で書きます)"));
-    return ExitStatus(result::kOutputSide);
+  if (toStdout && !arguments.force && BinaryToTerminal(inText, store.Settings, pinned)) {
+    return ExitStatus(RunResult::OutputSide);
   }
 
   std::FILE* listFile = nullptr;
-  if (!arguments.changes.empty()) {
-    listFile = arguments.changes == "-" ? (toStdout ? nullptr : stdout)
-                                        : std::fopen(arguments.changes.c_str(), "w");
-    if (listFile == nullptr) {
-      Say("ferrox: " + arguments.changes + ": " +
-          (toStdout ? Tr("the output already goes to standard output", "出力が標準出力に出ます")
-                    : std::string(std::strerror(errno))));
-      return ExitStatus(result::kOutputSide);
-    }
-  }
+  if (!OpenChangeList(arguments.changes, toStdout, listFile)) return ExitStatus(RunResult::OutputSide);
   std::optional<ChangeList> changeList;
   if (listFile != nullptr) {
     changeList.emplace(listFile, window);
@@ -240,34 +321,25 @@ int RunConvert(const Arguments& arguments) {
   ConvDriver driver(window, store.Settings, &store.Gaiji);
   driver.SetSuffixTable(&store.Suffixes);
   driver.SetStreams(&streams);
-  const int rc = driver.Ferrox_Click_Etc(false);
+  const RunResult rc = driver.Ferrox_Click_Etc(request);
   window.ClearProgressLine();
-  if (listFile != nullptr) {
-    const bool listFailed = std::fflush(listFile) != 0 || std::ferror(listFile) != 0 ||
-                            (listFile != stdout && std::fclose(listFile) != 0);
-    if (listFailed) {
-      Say("ferrox: " + arguments.changes + ": " + std::strerror(errno));
-      if (rc == result::kDone) return ExitStatus(result::kOutputSide);
-    }
-  }
+  if (!CloseChangeList(arguments.changes, listFile) && rc == RunResult::Done) return ExitStatus(RunResult::OutputSide);
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
-  if (rc == result::kDone && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
-  const int error = rc == result::kDone && toStdout ? stdoutFile.Send() : streams.outError;
+  if (rc == RunResult::Done && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
+  const int error = rc == RunResult::Done && toStdout ? stdoutFile.Send() : streams.outError;
   if (error != 0) {
     Say(std::string("ferrox: ") + Tr("standard output: ", "標準出力: ") + std::strerror(error));
-    return ExitStatus(result::kOutputSide);
+    return ExitStatus(RunResult::OutputSide);
   }
   return ExitStatus(rc);
 }
 
 int RunSurvey(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const ConversionSettings& settings = store.Settings;
-  const SurveySettings surveySettings = SurveyOf(settings);
   FileSurvey survey;
-  SilentProgress sink;
   int status = 0;
   StdinFile stdinFile;
   for (const std::string& operand : arguments.operands) {
@@ -276,70 +348,26 @@ int RunSurvey(const Arguments& arguments) {
       CliWindow::CatchInterrupt();
       if (stdinFile.Path().empty()) {
         // The report and the JSON tell the length: only the flags can do with the head.
-        if (const int rc = stdinFile.Spool(settings.ChkSize, arguments.flagsOnly); rc != 0) {
-          if (rc == result::kCancelled) return kExitCancelled;
-          Say(rc == result::kDiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
+        if (const JobResult rc = stdinFile.Spool(settings.ChkSize, arguments.flagsOnly); rc != JobResult::Done) {
+          if (rc == JobResult::Cancelled) return kExitCancelled;
+          Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "入力ﾌｧｲﾙ [-] が見つかりません");
           status = 1;
           continue;
         }
       }
       path = stdinFile.Path();
     }
-    if (arguments.flagsOnly) {
-      MacBinaryInfo info;
-      std::uint16_t flags = 0;
-      const int kind = survey.FileTypeChk(path, surveySettings, sink, info, flags);
-      std::printf("%d 0x%04X\n", kind, static_cast<unsigned>(flags));
-      if (kind == survey_result::kUnreadable) status = 1;
-      continue;
-    }
-    if (arguments.json) {
-      // One object per file: a folder, wildcard or list stands for the files it names.
-      std::vector<std::string> files = ExpandEntry(path, settings.FileMode);
-      if (files.empty() || files == std::vector<std::string>{path}) files = {path};
-      for (const std::string& file : files) {
-        MacBinaryInfo info;
-        std::uint16_t flags = 0;
-        const int kind = survey.FileTypeChk(file, surveySettings, sink, info, flags);
-        const std::string shown = file == path ? operand : file;
-        WrappedMacFile wrapped;
-        std::string wrapError;
-        const bool isWrapped = kind == survey_result::kOrdinary &&
-                               ProbeMacWrapper(file, wrapped, wrapError) != MacWrapper::None && wrapError.empty();
-        std::printf("%s\n", SurveyJson({shown, file, kind, flags,
-                                         kind == survey_result::kMacBinary ? &info : nullptr,
-                                         isWrapped ? &wrapped : nullptr, settings.ChkSize, settings.BinRate})
-                                .c_str());
-        if (kind == survey_result::kUnreadable) status = 1;
-      }
-      continue;
-    }
-    const ReportSettings reportSettings = ReportOf(settings);
-    const SuffixTable& table = store.Suffixes;
-    const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
-      const int row = SuffixTableSearch(table, type, creator);
-      return row >= 0 ? &table[static_cast<std::size_t>(row)] : nullptr;
-    };
-    const std::string report =
-        InfoTextSet(survey, path, ExpandEntry(path, settings.FileMode), reportSettings, lookup, sink);
-    if (report.empty()) {
-      Say("入力ﾌｧｲﾙ [" + operand + "] が見つかりません");
-      status = 1;
-      continue;
-    }
-    std::string text = LfLines(report);
-    if (operand == "-") {  // the heading names standard input as typed
-      const std::string heading = "--- [" + path.substr(path.find_last_of('/') + 1) + "]の";
-      if (text.starts_with(heading)) text.replace(0, heading.size(), "--- [-]の");
-    }
-    std::fputs(text.c_str(), stdout);
+    const bool fine = arguments.flagsOnly ? PrintFlags(survey, path, settings)
+                      : arguments.json    ? PrintJson(survey, operand, path, settings)
+                                          : PrintReport(survey, operand, path, store);
+    if (!fine) status = 1;
   }
   return status;
 }
 
 int RunSettings(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const ConversionSettings& s = store.Settings;
   std::printf("ConvMode=%u\nFileMode=%u\nLineSize=%d\nChkSize=%d\nBinRate=%d\nFNCChar=%s\nGaijiTable=%s\n",
               static_cast<unsigned>(s.ConvMode), static_cast<unsigned>(s.FileMode), s.LineSize, s.ChkSize, s.BinRate,
@@ -349,7 +377,7 @@ int RunSettings(const Arguments& arguments) {
 
 int RunName(const Arguments& arguments) {
   SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(result::kSettingsSide);
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
   const auto& o = arguments.operands;
   std::printf("%s\n", ShownText(FileNameRec(store.Suffixes, NameRulesOf(store.Settings), o[0], o[1], o[2])).c_str());
   return 0;

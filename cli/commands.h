@@ -1,6 +1,7 @@
 #pragma once
 // The commands of `ferrox`. Each returns the program's exit status.
 
+#include "app/conv_driver.h"
 #include "cli/cli_args.h"
 
 namespace ferrox::cli {
@@ -15,6 +16,6 @@ inline constexpr int kExitCancelled = 130;
 
 // The exit status for a driver result: 0, 1 input side, 2 output side,
 // 3 settings, 130 cancelled.
-[[nodiscard]] int ExitStatus(int driverResult) noexcept;
+[[nodiscard]] int ExitStatus(RunResult driverResult) noexcept;
 
 }  // namespace ferrox::cli

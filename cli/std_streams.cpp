@@ -27,7 +27,7 @@ namespace {
 constexpr std::size_t kBlock = 1 << 16;
 constexpr std::int64_t kMostHead = 16 << 20;
 
-int SpoolFailure() { return errno == ENOSPC || errno == EDQUOT ? result::kDiskFull : result::kFailed; }
+JobResult SpoolFailure() { return errno == ENOSPC || errno == EDQUOT ? JobResult::DiskFull : JobResult::Failed; }
 
 // Reads standard input into `into` until it holds `limit` bytes or the input
 // ends; false on a read error or a cancel (errno EINTR).
@@ -87,26 +87,26 @@ StdinFile::~StdinFile() {
   if (!folder_.empty()) ::rmdir(folder_.c_str());
 }
 
-int StdinFile::Spool(std::int32_t chkSize, bool mayFollow) {
+JobResult StdinFile::Spool(std::int32_t chkSize, bool mayFollow) {
   std::string head;
   if (mayFollow && chkSize >= 1 && chkSize <= kMostHead) {
     bool ended = false;
     const auto limit = static_cast<std::size_t>(std::max<std::int64_t>(chkSize, BinHexDecoder::kBinHexPreamble));
-    if (!ReadHead(head, limit, ended)) return errno == EINTR ? result::kCancelled : result::kFailed;
+    if (!ReadHead(head, limit, ended)) return errno == EINTR ? JobResult::Cancelled : JobResult::Failed;
     if (ended || MayFollow(head)) {
       // In memory: no more than the head, and nothing in the work folder.
       fd_ = ::memfd_create("ferrox-stdin", MFD_CLOEXEC);
-      if (fd_ < 0 || !WriteAll(fd_, head.data(), head.size()) || !GiveUmaskMode(fd_)) return result::kFailed;
+      if (fd_ < 0 || !WriteAll(fd_, head.data(), head.size()) || !GiveUmaskMode(fd_)) return JobResult::Failed;
       followed_ = !ended;
       path_ = "/proc/self/fd/" + std::to_string(fd_);
-      return 0;
+      return JobResult::Done;
     }
   }
   return SpoolRest(head);
 }
 
 // Copies `head` and the rest of standard input into a work file.
-int StdinFile::SpoolRest(const std::string& head) {
+JobResult StdinFile::SpoolRest(const std::string& head) {
   const std::string folder = WorkFolder();
   fd_ = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (fd_ < 0) {
@@ -120,17 +120,17 @@ int StdinFile::SpoolRest(const std::string& head) {
   if (!WriteAll(fd_, head.data(), head.size())) return SpoolFailure();
   std::vector<char> buffer(kBlock);
   for (;;) {
-    if (CliWindow::Interrupted()) return result::kCancelled;
+    if (CliWindow::Interrupted()) return JobResult::Cancelled;
     const ssize_t n = ::read(STDIN_FILENO, buffer.data(), buffer.size());
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return result::kFailed;
+    if (n < 0) return JobResult::Failed;
     if (n == 0) break;
     if (!WriteAll(fd_, buffer.data(), static_cast<std::size_t>(n))) return SpoolFailure();
   }
   // Nobody else can reach the file: it has no name, or lies in a private folder.
-  if (!GiveUmaskMode(fd_)) return result::kFailed;
+  if (!GiveUmaskMode(fd_)) return JobResult::Failed;
   path_ = named_.empty() ? "/proc/self/fd/" + std::to_string(fd_) : named_;
-  return 0;
+  return JobResult::Done;
 }
 
 StdoutFile::~StdoutFile() {

@@ -22,6 +22,8 @@
 #include <cstdint>
 #include <string>
 
+#include "convert/result_code.h"
+
 namespace ferrox::cli {
 
 class StdinFile {
@@ -32,15 +34,15 @@ class StdinFile {
   ~StdinFile();
 
   // Reads standard input's head, and all of it unless `mayFollow` and the
-  // head allows. Returns 0, or result::kDiskFull, kCancelled (SIGINT), kFailed.
-  [[nodiscard]] int Spool(std::int32_t chkSize, bool mayFollow);
+  // head allows. Returns Done, DiskFull, Cancelled (SIGINT) or Failed.
+  [[nodiscard]] JobResult Spool(std::int32_t chkSize, bool mayFollow);
   // The path the job reads.
   [[nodiscard]] const std::string& Path() const { return path_; }
   // Whether standard input goes on after Path's data.
   [[nodiscard]] bool Followed() const { return followed_; }
 
  private:
-  int SpoolRest(const std::string& head);
+  JobResult SpoolRest(const std::string& head);
 
   int fd_ = -1;
   bool followed_ = false;

@@ -58,17 +58,6 @@ std::string MacIso(const DateTime& d) {
   return text;
 }
 
-const char* ResultName(int result) {
-  switch (result) {
-    case survey_result::kOrdinary: return "file";
-    case survey_result::kMacBinary: return "macbinary";
-    case survey_result::kFolder: return "folder";
-    case survey_result::kWildcard: return "wildcard";
-    case survey_result::kQuoted: return "list";
-    default: return "unreadable";
-  }
-}
-
 std::string List(std::initializer_list<std::pair<bool, const char*>> items) {
   std::string out = "[";
   for (const auto& [on, name] : items) {
@@ -81,23 +70,13 @@ std::string List(std::initializer_list<std::pair<bool, const char*>> items) {
 
 }  // namespace
 
-std::string SurveyJson(const SurveyJsonInput& in) {
-  using namespace survey;
-  std::string out = "{\"path\":" + Quote(in.path) + ",\"result\":\"" + ResultName(in.result) +
-                    "\",\"result_code\":" + std::to_string(in.result);
-  struct stat st {};
-  const bool surveyed = in.result == survey_result::kOrdinary || in.result == survey_result::kMacBinary;
-  if (!surveyed || ::stat(in.filePath.c_str(), &st) != 0) return out + "}";
+namespace {
 
-  const std::uint16_t f = in.flags;
-  char hex[8];
-  std::snprintf(hex, sizeof hex, "0x%04X", static_cast<unsigned>(f));
-  const std::int64_t data = in.macBinary != nullptr ? in.macBinary->DataLength
-                            : in.wrapped != nullptr ? in.wrapped->DataLength
-                                                    : st.st_size;
-  const std::int64_t length = in.chkSize >= 1 && data > in.chkSize ? in.chkSize : data;
-  out += std::string(",\"text\":") + (f != 0 ? "true" : "false") + ",\"flags\":" + std::to_string(f) +
-         ",\"flags_hex\":\"" + hex + "\"";
+// The code, line end and gaiji fields of a text file's flag word `f`, of
+// which `length` bytes were surveyed.
+std::string TextFields(const SurveyJsonInput& in, std::uint16_t f, std::int64_t length) {
+  using namespace survey;
+  std::string out;
   if ((f & kUtf8) != 0) {
     // The code bits are free in UTF-8 text; two of them say BOM and NFD.
     out += std::string(",\"codes\":[\"UTF-8\"],\"first_code\":\"UTF-8\",\"bom\":") +
@@ -124,15 +103,12 @@ std::string SurveyJson(const SurveyJsonInput& in) {
                             FileHoldsMacCodes(in.filePath, in.macBinary != nullptr ? 128 : 0, length);
     out += std::string(",\"apple_codes\":") + (appleCodes ? "true" : "false");
   }
-  out += ",\"binary_bytes_seen\":" + std::string((f & kBinTolerated) != 0 ? "true" : "false") +
-         ",\"binary_allowance\":" + std::to_string(BinaryAllowance(length, in.binRate)) +
-         ",\"bin_rate\":" + std::to_string(in.binRate) + ",\"size\":" + std::to_string(st.st_size) +
-         ",\"surveyed_bytes\":" + std::to_string(length) + ",\"whole_file_surveyed\":" +
-         (length == data ? "true" : "false") + ",\"modified\":" + LocalIso(st.st_mtim.tv_sec);
-  struct statx sx {};
-  if (::statx(AT_FDCWD, in.filePath.c_str(), 0, STATX_BTIME, &sx) == 0 && (sx.stx_mask & STATX_BTIME) != 0) {
-    out += ",\"created\":" + LocalIso(static_cast<std::time_t>(sx.stx_btime.tv_sec));
-  }
+  return out;
+}
+
+// The Mac block of a MacBinary or wrapped file.
+std::string MacFields(const SurveyJsonInput& in) {
+  std::string out;
   if (in.macBinary != nullptr) {
     const MacBinaryInfo& m = *in.macBinary;
     out += ",\"macbinary\":{\"name\":" + Quote(m.FileName) + ",\"type\":" + Quote(m.FileType) +
@@ -149,6 +125,39 @@ std::string SurveyJson(const SurveyJsonInput& in) {
     if (w.HasDates) out += ",\"created\":" + MacIso(w.Created) + ",\"modified\":" + MacIso(w.Modified);
     out += "}";
   }
+  return out;
+}
+
+}  // namespace
+
+std::string SurveyJson(const SurveyJsonInput& in) {
+  using namespace survey;
+  std::string out = "{\"path\":" + Quote(in.path) + ",\"result\":\"" + SurveyKindText(in.result) +
+                    "\",\"result_code\":" + std::to_string(static_cast<int>(in.result));
+  struct stat st {};
+  const bool surveyed = Surveyed(in.result);
+  if (!surveyed || ::stat(in.filePath.c_str(), &st) != 0) return out + "}";
+
+  const std::uint16_t f = in.flags;
+  char hex[8];
+  std::snprintf(hex, sizeof hex, "0x%04X", static_cast<unsigned>(f));
+  const std::int64_t data = in.macBinary != nullptr ? in.macBinary->DataLength
+                            : in.wrapped != nullptr ? in.wrapped->DataLength
+                                                    : st.st_size;
+  const std::int64_t length = in.chkSize >= 1 && data > in.chkSize ? in.chkSize : data;
+  out += std::string(",\"text\":") + (f != 0 ? "true" : "false") + ",\"flags\":" + std::to_string(f) +
+         ",\"flags_hex\":\"" + hex + "\"";
+  out += TextFields(in, f, length);
+  out += ",\"binary_bytes_seen\":" + std::string((f & kBinTolerated) != 0 ? "true" : "false") +
+         ",\"binary_allowance\":" + std::to_string(BinaryAllowance(length, in.binRate)) +
+         ",\"bin_rate\":" + std::to_string(in.binRate) + ",\"size\":" + std::to_string(st.st_size) +
+         ",\"surveyed_bytes\":" + std::to_string(length) + ",\"whole_file_surveyed\":" +
+         (length == data ? "true" : "false") + ",\"modified\":" + LocalIso(st.st_mtim.tv_sec);
+  struct statx sx {};
+  if (::statx(AT_FDCWD, in.filePath.c_str(), 0, STATX_BTIME, &sx) == 0 && (sx.stx_mask & STATX_BTIME) != 0) {
+    out += ",\"created\":" + LocalIso(static_cast<std::time_t>(sx.stx_btime.tv_sec));
+  }
+  out += MacFields(in);
   return out + "}";
 }
 

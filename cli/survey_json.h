@@ -15,7 +15,7 @@ namespace ferrox::cli {
 struct SurveyJsonInput {
   std::string path;            // as shown to the user
   std::string filePath;        // the file surveyed (may differ for standard input)
-  int result = 0;              // FileTypeChk's code
+  SurveyKind result = SurveyKind::Ordinary;
   std::uint16_t flags = 0;
   const MacBinaryInfo* macBinary = nullptr;  // when result says MacBinary
   const WrappedMacFile* wrapped = nullptr;   // a BinHex or AppleSingle file's header

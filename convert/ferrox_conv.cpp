@@ -41,8 +41,8 @@ std::size_t SizedFor(std::int64_t bytes, std::size_t most) noexcept {
   return static_cast<std::size_t>(std::min<std::int64_t>(rounded, static_cast<std::int64_t>(most)));
 }
 
-int FailureCode() noexcept {
-  return (errno == ENOSPC || errno == EDQUOT) ? result::kDiskFull : result::kFailed;
+JobResult FailureCode() noexcept {
+  return (errno == ENOSPC || errno == EDQUOT) ? JobResult::DiskFull : JobResult::Failed;
 }
 
 // Converted bytes one block can give at most: a lone line end doubles, and a
@@ -85,11 +85,11 @@ class Pass {
     if (text_ && lineSize_ > 0) converted_.resize(convertedMax_ + 2);
   }
 
-  int Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+  JobResult Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
           bool keepHeader, std::uint16_t typeFlags);
 
  private:
-  int Failure(PassOutput& out) const noexcept;
+  JobResult Failure(PassOutput& out) const noexcept;
   bool CopyHeader(std::int64_t length);
   bool TextBlock(const std::uint8_t* in, std::size_t length, bool last);
 
@@ -144,23 +144,23 @@ bool Pass::TextBlock(const std::uint8_t* in, std::size_t length, bool last) {
 
 // A failed write to a descriptor is the output's failure; a signal that
 // stopped a wait on a stream, or a write, is a cancel.
-int Pass::Failure(PassOutput& out) const noexcept {
+JobResult Pass::Failure(PassOutput& out) const noexcept {
   const int written = out_.WriteError();
-  if (written == EINTR || (written == 0 && errno == EINTR)) return result::kCancelled;
+  if (written == EINTR || (written == 0 && errno == EINTR)) return JobResult::Cancelled;
   if (written != 0 && out.fd >= 0) {
     out.fdError = written;
-    return result::kOutputFailed;
+    return JobResult::OutputFailed;
   }
   if (written != 0) errno = written;
   return FailureCode();
 }
 
-int Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
               bool keepHeader, std::uint16_t typeFlags) {
   if (text_) codeState_ = typeFlags & survey::kMarkMask;
   const bool streamed = in.follow >= 0;
   if (streamed) dataLength = std::numeric_limits<std::int64_t>::max() - dataStart;
-  if (!reader_.Open(in.path, dataStart + dataLength)) return result::kFailed;
+  if (!reader_.Open(in.path, dataStart + dataLength)) return JobResult::Failed;
   bool sendFailed = false;
   if (streamed) {
     reader_.Follow(in.follow, [this, &sendFailed] {
@@ -182,7 +182,7 @@ int Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std:
     progress_.PumpEvents();
     if (!progress_.ConvBusy()) {
       out_.Discard();
-      return result::kCancelled;
+      return JobResult::Cancelled;
     }
     const auto blockOf = [this](std::int64_t left) {
       return static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(blockSize_)));
@@ -220,7 +220,7 @@ int Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std:
     if (!out_.Append(&eof, 1)) return Failure(out);
   }
   if (!out_.Finish()) return Failure(out);
-  return result::kDone;
+  return JobResult::Done;
 }
 
 }  // namespace
@@ -232,7 +232,7 @@ bool MacJapaneseFor(const ConvOptions& options) noexcept {
 
 namespace detail {
 
-int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
+JobResult FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
                      std::int64_t dataStart, std::int64_t dataLength, std::uint16_t opFlags,
                      std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
                      ProgressSink& progress, std::int32_t blockSize) {
@@ -241,13 +241,13 @@ int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
                           progress, blockSize);
 }
 
-int FerroxConvBlocks(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+JobResult FerroxConvBlocks(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
                      std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
                      ProgressSink& progress, std::int32_t blockSize) {
   if (in.follow >= 0) dataLength = 0;  // the stream's end tells
   if (dataStart < 0 || dataLength < 0 || blockSize < 3 ||
       dataLength > std::numeric_limits<std::int64_t>::max() - dataStart) {
-    return result::kFailed;
+    return JobResult::Failed;
   }
   try {
     // A stream of unknown length gets the largest buffers.
@@ -255,20 +255,20 @@ int FerroxConvBlocks(PassOutput& out, const PassInput& in, std::int64_t dataStar
               in.follow >= 0 ? std::int64_t{1} << 40 : dataStart + dataLength);
     return pass.Run(out, in, dataStart, dataLength, keepHeader, typeFlags);
   } catch (const std::bad_alloc&) {
-    return result::kFailed;  // the pass's destructor has removed its output
+    return JobResult::Failed;  // the pass's destructor has removed its output
   }
 }
 
 }  // namespace detail
 
-int FerroxConv(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+JobResult FerroxConv(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
                std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
                ProgressSink& progress) {
   return detail::FerroxConvBlocks(out, in, dataStart, dataLength, opFlags, typeFlags, keepHeader, options, progress,
                                   kConvBlockSize);
 }
 
-int FerroxConv(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
+JobResult FerroxConv(const std::string& outPath, const std::string& inPath, std::int64_t dataStart,
                std::int64_t dataLength, std::uint16_t opFlags, std::uint16_t typeFlags,
                bool keepHeader, const ConvOptions& options, ProgressSink& progress) {
   return detail::FerroxConvBlocks(outPath, inPath, dataStart, dataLength, opFlags, typeFlags,

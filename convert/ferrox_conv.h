@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "convert/result_code.h"
 #include "text/progress_sink.h"
 
 namespace ferrox {
@@ -37,10 +38,10 @@ inline constexpr std::int32_t kConvBlockSize = 8192;  // bytes read per block
 // of a shorter input reads as zero bytes. The account, if any, gets every
 // change at its offset from dataStart.
 //
-// Returns 0, -5 (failed), -6 (cancelled) or -7 (disk full). The output must not
+// Returns Done, Failed, Cancelled or DiskFull. The output must not
 // exist: the pass creates it and refuses (-5) to write into an existing file.
 // On any non-zero result the file it created is gone.
-[[nodiscard]] int FerroxConv(const std::string& outPath, const std::string& inPath,
+[[nodiscard]] JobResult FerroxConv(const std::string& outPath, const std::string& inPath,
                              std::int64_t dataStart, std::int64_t dataLength,
                              std::uint16_t opFlags, std::uint16_t typeFlags, bool keepHeader,
                              const ConvOptions& options, ProgressSink& progress);
@@ -64,19 +65,19 @@ struct PassOutput {
 };
 
 // FerroxConv between those ends; a followed input takes no dataLength.
-[[nodiscard]] int FerroxConv(PassOutput& out, const PassInput& in, std::int64_t dataStart,
+[[nodiscard]] JobResult FerroxConv(PassOutput& out, const PassInput& in, std::int64_t dataStart,
                              std::int64_t dataLength, std::uint16_t opFlags, std::uint16_t typeFlags,
                              bool keepHeader, const ConvOptions& options, ProgressSink& progress);
 
 namespace detail {
 // FerroxConv with another block size (at least 3), so that tests can move block
 // boundaries through their input.
-[[nodiscard]] int FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
+[[nodiscard]] JobResult FerroxConvBlocks(const std::string& outPath, const std::string& inPath,
                                    std::int64_t dataStart, std::int64_t dataLength,
                                    std::uint16_t opFlags, std::uint16_t typeFlags,
                                    bool keepHeader, const ConvOptions& options,
                                    ProgressSink& progress, std::int32_t blockSize);
-[[nodiscard]] int FerroxConvBlocks(PassOutput& out, const PassInput& in, std::int64_t dataStart,
+[[nodiscard]] JobResult FerroxConvBlocks(PassOutput& out, const PassInput& in, std::int64_t dataStart,
                                    std::int64_t dataLength, std::uint16_t opFlags,
                                    std::uint16_t typeFlags, bool keepHeader, const ConvOptions& options,
                                    ProgressSink& progress, std::int32_t blockSize);

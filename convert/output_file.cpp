@@ -13,20 +13,6 @@
 
 namespace ferrox {
 
-bool WriteAll(int fd, const void* data, std::size_t size) {
-  const auto* p = static_cast<const std::uint8_t*>(data);
-  while (size > 0) {
-    const ssize_t n = ::write(fd, p, size);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    p += n;
-    size -= static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
 OutputFile::OutputFile(std::size_t flushAt, std::size_t largestBlock)
     : flushAt_(flushAt), capacity_(flushAt + largestBlock), buf_(new std::uint8_t[capacity_]) {}
 

@@ -7,11 +7,9 @@
 #include <memory>
 #include <string>
 
-namespace ferrox {
+#include "platform/file_placing.h"  // WriteAll
 
-// Writes all `size` bytes to `fd`, going on after interrupted or short writes.
-// False with errno set on failure.
-[[nodiscard]] bool WriteAll(int fd, const void* data, std::size_t size);
+namespace ferrox {
 
 // A new output file, written through a large buffer. Whatever happens, the file
 // is removed again unless Finish succeeds.

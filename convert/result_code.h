@@ -1,23 +1,24 @@
 #pragma once
-// Failures travel as small negative result codes; only the procedure that owns
-// the user interaction turns one into a message.
+// Failures of the job and its conversion pass travel as a JobResult; only the
+// procedure that owns the user interaction turns one into a message.
 
-namespace ferrox::result {
+namespace ferrox {
 
-// The job and the conversion pass.
-inline constexpr int kDone = 0;
-inline constexpr int kInputNotFound = -1;
-inline constexpr int kInputEmpty = -2;
-inline constexpr int kOutputEmpty = -3;
-inline constexpr int kSettings = -4;
-inline constexpr int kFailed = -5;
-inline constexpr int kCancelled = -6;
-inline constexpr int kDiskFull = -7;
-inline constexpr int kOutputFailed = -8;  // the job: the new output could not be put in place
+enum class JobResult {
+  Done = 0,            // done, or nothing to do
+  InputNotFound = -1,
+  InputEmpty = -2,     // no input path
+  OutputEmpty = -3,    // no output path
+  Settings = -4,       // the settings make no conversion
+  Failed = -5,         // the input could not be read or converted
+  Cancelled = -6,
+  DiskFull = -7,       // the work area ran out of space
+  OutputFailed = -8,   // the new output could not be put in place; the old one stands
+};
 
-// The drivers.
-inline constexpr int kInputSide = -1;
-inline constexpr int kOutputSide = -2;
-inline constexpr int kSettingsSide = -3;
+// The message the user sees for a failure that names no file ("" for Done,
+// Cancelled, and the failures whose message names a file or a folder:
+// InputNotFound, DiskFull).
+[[nodiscard]] const char* JobResultText(JobResult result) noexcept;
 
-}  // namespace ferrox::result
+}  // namespace ferrox

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "suffix/utf8_chars.h"
+#include "text/glob_match.h"
 
 namespace ferrox {
 
@@ -41,25 +42,11 @@ int Sign(int value) { return (value > 0) - (value < 0); }
 bool SuffixPatternMatch(std::string_view text, std::string_view pattern) {
   const std::u32string s = utf8::Decode(text);
   const std::vector<PatternChar> p = Tokenize(utf8::Decode(pattern));
-  // Greedy match with one backtrack point: the last "*" seen.
-  std::size_t si = 0, pi = 0;
-  std::size_t starP = std::u32string::npos, starS = 0;
-  while (si < s.size()) {
-    if (pi < p.size() && p[pi].kind == PatternChar::kAny) {
-      starP = pi++;
-      starS = si;
-    } else if (pi < p.size() && (p[pi].kind == PatternChar::kOne || p[pi].c == s[si])) {
-      ++pi;
-      ++si;
-    } else if (starP != std::u32string::npos) {
-      pi = starP + 1;
-      si = ++starS;
-    } else {
-      return false;
-    }
-  }
-  while (pi < p.size() && p[pi].kind == PatternChar::kAny) ++pi;
-  return pi == p.size();
+  return GlobMatch(
+      p.size(), s.size(), [&p](std::size_t i) { return p[i].kind == PatternChar::kAny; },
+      [&p, &s](std::size_t i, std::size_t at) -> std::size_t {
+        return p[i].kind == PatternChar::kOne || p[i].c == s[at] ? 1 : 0;
+      });
 }
 
 int SuffixPatternCompare(std::string_view aText, std::string_view bText) {

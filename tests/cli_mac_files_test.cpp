@@ -24,6 +24,16 @@ int Shell(const std::string& folder, const std::string& command) {
   return std::system(("cd '" + folder + "' && " + command).c_str());
 }
 
+// AppleSingle with one entry: id, offset 38, length.
+std::string AppleSingleOf(std::uint32_t id, std::uint32_t length, const std::string& body) {
+  std::string s("\0\x05\x16\0\0\x02\0\0", 8);
+  s += std::string(16, '\0') + std::string("\0\x01", 2);
+  for (const std::uint32_t v : {id, 38u, length}) {
+    for (int k = 24; k >= 0; k -= 8) s += static_cast<char>((v >> k) & 0xFF);
+  }
+  return s + body;
+}
+
 TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
   Write("in/doc.txt", kEuc);
   Write("in/r", kResource);
@@ -56,6 +66,51 @@ TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
   }
 }
 
+// Without --cut or --text, a binary data fork is taken out of every wrapper alike.
+TEST_F(CliMacFiles, BinaryDataForkNeedsNoPinnedFlags) {
+  const std::string data("\0\1\2\3\x90" "binary\xff", 12);
+  const std::string padded = data + std::string(128 - data.size(), '\0');
+  const struct { const char* name; std::string bytes; } rows[] = {
+      {"MacBinary", MacBinaryHeaderBytes({"Pict", "PICT", "ttxt", static_cast<std::uint32_t>(data.size()), 0}) + padded},
+      {"BinHex", EncodeBinHex({"Pict", "PICT", "ttxt", data, ""})},
+      {"AppleSingle", AppleSingleOf(1, static_cast<std::uint32_t>(data.size()), data)},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Write("in/wrapped", row.bytes);
+    const CliResult r = Run({"convert", "in/wrapped", "out/pict"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(Read("out/pict"), data);
+  }
+}
+
+// The survey of a data file shows the Mac block its AppleDouble sidecar lends
+// it, found where a run over its folder finds it.
+TEST_F(CliMacFiles, SurveyShowsTheSidecarsMacBlock) {
+  Write("in/r", kResource);
+  Write("in/doc.txt", kEuc);
+  Write("in/memo.txt", kEuc);
+  Write("in/plain.txt", kEuc);
+  ASSERT_EQ(Shell(Path("in"), "mkdir __MACOSX && " + script + "double ._doc.txt --type TEXT --creator ttxt --rsrc r && " +
+                                  script + "double __MACOSX/._memo.txt --type PICT --creator ttxt --macos"), 0);
+  const struct { const char* file; const char* sidecar; const char* type; const char* fork; } rows[] = {
+      {"doc.txt", "._doc.txt", "TEXT", "304"},
+      {"memo.txt", "__MACOSX/._memo.txt", "PICT", "0"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.file);
+    const CliResult r = Run({"survey", "in/" + std::string(row.file)});
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const std::string& line :
+         {"このファイルにはAppleDoubleﾌｧｲﾙ [" + std::string(row.sidecar) + "] が付いています。",
+          "リソースフォーク  :" + std::string(row.fork) + " Byte", "ファイルタイプ    :[" + std::string(row.type) + "]",
+          "オリジナルのファイル名は[" + std::string(row.file) + "]です。"}) {
+      EXPECT_NE(r.out.find(line + "\n"), std::string::npos) << line << "\n" << r.out;
+    }
+  }
+  EXPECT_EQ(Run({"survey", "in/plain.txt"}).out.find("Macintosh"), std::string::npos);
+}
+
 TEST_F(CliMacFiles, DamagedInputWritesNothing) {
   const std::string good = EncodeBinHex({"Memo", "TEXT", "ttxt", kEuc, kResource});
   BinHexFile badData{"Memo", "TEXT", "ttxt", kEuc, kResource};
@@ -63,17 +118,8 @@ TEST_F(CliMacFiles, DamagedInputWritesNothing) {
   BinHexFile badResource = badData;
   badResource.crcXor[1] = 0;
   badResource.crcXor[2] = 1;
-  // AppleSingle with one entry: id, offset 38, length.
-  auto single = [](std::uint32_t id, std::uint32_t length, const std::string& body) {
-    std::string s("\0\x05\x16\0\0\x02\0\0", 8);
-    s += std::string(16, '\0') + std::string("\0\x01", 2);
-    for (const std::uint32_t v : {id, 38u, length}) {
-      for (int k = 24; k >= 0; k -= 8) s += static_cast<char>((v >> k) & 0xFF);
-    }
-    return s + body;
-  };
-  const std::string past = single(1, 4096, kEuc);
-  const std::string longName = single(3, 1000, std::string(1000, 'n'));
+  const std::string past = AppleSingleOf(1, 4096, kEuc);
+  const std::string longName = AppleSingleOf(3, 1000, std::string(1000, 'n'));
   const struct { const char* name; std::string bytes; const char* message; } rows[] = {
       {"data CRC", EncodeBinHex(badData), "BinHexのﾃﾞｰﾀﾌｫｰｸのCRCが一致しません"},
       {"resource CRC", EncodeBinHex(badResource), "BinHexのﾘｿｰｽﾌｫｰｸのCRCが一致しません"},

@@ -1,6 +1,7 @@
-// The batch driver through a recording window: walk order, and the settings
-// it forces for a batch and gives back afterwards. Messages, cancelling and
-// one-file runs go through the real windows in the CLI and GUI tests.
+// The batch driver through a recording window: walk order, the plan handed
+// to each file (flags by the one rule), and a window that is only told.
+// Messages, cancelling and one-file runs go through the real windows in the
+// CLI and GUI tests.
 
 #include <gtest/gtest.h>
 
@@ -17,68 +18,52 @@ namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
-using Modes = std::vector<std::pair<std::uint16_t, std::uint16_t>>;  // FileMode, ExecMode seen by each file
 
 class RecordingWindow final : public ConvWindow {
  public:
-  explicit RecordingWindow(const ConversionSettings& settings) : settings_(&settings) {}
-  std::string InFileText() const override { return in; }
-  void SetInFileText(const std::string& value) override {
-    in = value;
-    if (!busy) return;
-    pairs.push_back(value);
-    modes.emplace_back(settings_->FileMode, settings_->ExecMode);
-  }
-  std::string OutFileText() const override { return out; }
-  void SetOutFileText(const std::string& value) override { out = value; }
+  void ShowPair(const JobRequest& request) override { pairs.push_back(request); }
   void SetConvBusy(bool b) override { busy = b; }
   bool ConvBusy() const override { return busy; }
   void Message(const std::string& m) override { messages.push_back(m); }
   void AllEnabled(bool on) override { enabled.push_back(on); }
-  // Neither check box is ticked; nothing to show or ask.
-  bool TextCnvChecked() const override { return false; }
-  bool MBCutChecked() const override { return false; }
   void PumpEvents() override {}
   void ShowProgress(std::int64_t, std::int64_t) override {}
   void ProgressPanel(bool) override {}
 
-  std::string in, out;
   bool busy = false;
-  Names pairs, messages;
-  Modes modes;
+  std::vector<JobRequest> pairs;
+  Names messages;
   std::vector<bool> enabled;
-
- private:
-  const ConversionSettings* settings_;
 };
 
-TEST(ConvDriver, FolderWalkTakesFilesFirstThenSubfoldersWithBatchModesAndRestores) {
+TEST(ConvDriver, FolderWalkTakesFilesFirstThenSubfoldersEachWithItsOwnFlags) {
   testing::ScratchDir dir;
   const std::string root = dir.Path().string();
   for (const char* f : {"in/b.txt", "in/a.txt", "in/z/c.txt", "in/m/d.txt", "in/m/n/e.txt"}) {
     fs::create_directories((dir.Path() / f).parent_path());
     dir.Write(f, "abc\r\n");
   }
+  dir.Write("in/m/d.txt", std::string("\0\1\2binary", 9));
   ConversionSettings settings;
   settings.FileMode = 116;
-  RecordingWindow window(settings);
-  window.in = " " + root + "/in/ ";
-  window.out = root + "/out";
+  RecordingWindow window;
   ConvDriver driver(window, settings, nullptr);
-  EXPECT_EQ(driver.Ferrox_Click_Etc(true), result::kDone);
+  // A pinned cut holds for every file; text conversion follows each survey.
+  EXPECT_EQ(driver.Ferrox_Click_Etc({" " + root + "/in/ ", root + "/out", {}, {std::nullopt, false}}), RunResult::Done);
   Names pairs;
-  for (const auto& p : window.pairs) pairs.push_back(p.substr(root.size() + 1));
-  EXPECT_EQ(pairs, (Names{"in/a.txt", "in/b.txt", "in/m/d.txt", "in/m/n/e.txt", "in/z/c.txt"}));
-  const std::pair<std::uint16_t, std::uint16_t> batch{116 | file_mode::kBatch,
-                                                      exec_mode::kAuto | exec_mode::kEndAfterAuto};
-  EXPECT_EQ(window.modes, Modes(5, batch));
+  std::vector<std::uint16_t> flags;
+  for (const auto& p : window.pairs) {
+    pairs.push_back(p.input.substr(root.size() + 1) + " " + p.output.substr(root.size() + 1));
+    flags.push_back(p.flags);
+  }
+  EXPECT_EQ(pairs, (Names{"in/a.txt out/a.txt", "in/b.txt out/b.txt", "in/m/d.txt out/m/d.txt",
+                          "in/m/n/e.txt out/m/n/e.txt", "in/z/c.txt out/z/c.txt"}));
+  EXPECT_EQ(flags, (std::vector<std::uint16_t>{kJobText, kJobText, 0, kJobText, kJobText}));
   EXPECT_TRUE(window.messages.empty());
   EXPECT_TRUE(fs::exists(root + "/out/m/n/e.txt"));
-  // The user's settings, texts and controls come back.
+  // The settings are the user's throughout; the controls come back.
   EXPECT_EQ(settings.FileMode, 116);
   EXPECT_EQ(settings.ExecMode, 0);
-  EXPECT_EQ(window.in, " " + root + "/in/ ");
-  EXPECT_EQ(window.out, root + "/out");
   EXPECT_EQ(window.enabled, (std::vector<bool>{false, true}));
   EXPECT_FALSE(window.busy);
 }
@@ -99,11 +84,9 @@ TEST(ConvDriver, WalkOutputsInFlightAreReadByLaterPairsAndPlacedBeforeAStop) {
   dir.Write("in/y.txt", "y\r\n");
   ConversionSettings settings;
   settings.FileMode = 116;
-  RecordingWindow window(settings);
-  window.in = root + "/in";
-  window.out = root + "/out";
+  RecordingWindow window;
   ConvDriver driver(window, settings, nullptr);
-  EXPECT_EQ(driver.Ferrox_Click_Etc(true), result::kOutputSide);
+  EXPECT_EQ(driver.Ferrox_Click_Etc({root + "/in", root + "/out", {}, {}}), RunResult::OutputSide);
   EXPECT_EQ(window.messages, Names{"出力ﾌｧｲﾙ [" + root + "/out/y.txt] が不正です"});
   EXPECT_EQ(testing::ReadAll(root + "/out/b.txt"), "new\r\n");
   for (int n = 0; n < 20; ++n) {

@@ -34,7 +34,7 @@ TEST(FerroxConvLarge, SparseFiveGiBFileCopiesAndConverts) {
     f.seekg(offset).read(s.data(), 4);
     return s;
   };
-  ASSERT_EQ(FerroxConv(copy, in, 0, kSize, 0, 0, false, options, progress), 0);
+  ASSERT_EQ(FerroxConv(copy, in, 0, kSize, 0, 0, false, options, progress), JobResult::Done);
   ASSERT_EQ(static_cast<std::int64_t>(fs::file_size(copy)), kSize);
   EXPECT_EQ(readAt(0), "head");
   EXPECT_EQ(readAt(kSize - 4), "tail");
@@ -45,7 +45,7 @@ TEST(FerroxConvLarge, SparseFiveGiBFileCopiesAndConverts) {
   for (const std::uint16_t convMode : {std::uint16_t{13}, std::uint16_t{9}}) {
     options.convMode = convMode;
     const fs::path out = dir.Path() / ("out" + std::to_string(convMode));
-    ASSERT_EQ(FerroxConv(out, in, 0, kSize, kOpText, 0x0113, false, options, progress), 0);
+    ASSERT_EQ(FerroxConv(out, in, 0, kSize, kOpText, 0x0113, false, options, progress), JobResult::Done);
     EXPECT_EQ(testing::ReadAll(out), "headtail\x1A") << convMode;
   }
 }

@@ -107,7 +107,7 @@ Bytes FoldWhole(const Bytes& text, std::size_t lineSize) {
   return out;
 }
 
-struct Outcome { int result = 0; Bytes output; };
+struct Outcome { JobResult result = JobResult::Done; Bytes output; };
 
 // With `head` set, the input is a file of its first `head` bytes followed by
 // a pipe that brings the rest, and the output goes into an open descriptor.
@@ -121,7 +121,7 @@ Outcome Convert(const Bytes& input, std::uint16_t convMode, std::uint16_t typeFl
   options.lineSize = lineSize;
   SilentProgress progress;
   if (!head) {
-    const int result = detail::FerroxConvBlocks(out, in, 0, static_cast<std::int64_t>(input.size()), kOpText,
+    const JobResult result = detail::FerroxConvBlocks(out, in, 0, static_cast<std::int64_t>(input.size()), kOpText,
                                                 typeFlags, false, options, progress, blockSize);
     return {result, fs::exists(out) ? ReadAll(out) : "<no output>"};
   }
@@ -134,7 +134,7 @@ Outcome Convert(const Bytes& input, std::uint16_t convMode, std::uint16_t typeFl
   });
   const int outFd = ::open(out.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
   PassOutput sink{{}, outFd};
-  const int result = detail::FerroxConvBlocks(sink, PassInput{in, pipeFds[0]}, 0, 0, kOpText, typeFlags, false,
+  const JobResult result = detail::FerroxConvBlocks(sink, PassInput{in, pipeFds[0]}, 0, 0, kOpText, typeFlags, false,
                                               options, progress, blockSize);
   writer.join();
   ::close(pipeFds[0]);
@@ -192,7 +192,7 @@ TEST(FerroxConv, OutputDoesNotDependOnBlockBoundaries) {
     for (std::int32_t blockSize : {3, 4, 5, 7, 64, 1000, kConvBlockSize}) {
       SCOPED_TRACE(::testing::Message() << c.name << " in blocks of " << blockSize);
       const Outcome run = Convert(input, c.convMode, c.typeFlags, c.lineSize, blockSize);
-      ASSERT_EQ(run.result, 0);
+      ASSERT_EQ(run.result, JobResult::Done);
       ASSERT_EQ(run.output, expected);
       // Read from a stream whose end is not known before it comes, ending
       // on, before and after a block boundary.
@@ -203,7 +203,7 @@ TEST(FerroxConv, OutputDoesNotDependOnBlockBoundaries) {
         const Bytes fileForm = Convert(cutInput, c.convMode, c.typeFlags, c.lineSize, blockSize).output;
         for (const std::size_t head : {std::size_t{0}, length / 2}) {
           const Outcome streamed = Convert(cutInput, c.convMode, c.typeFlags, c.lineSize, blockSize, head);
-          ASSERT_EQ(streamed.result, 0);
+          ASSERT_EQ(streamed.result, JobResult::Done);
           ASSERT_EQ(streamed.output, fileForm) << "head " << head << ", length " << length;
         }
       }
@@ -216,14 +216,14 @@ TEST(FerroxConv, EndOfFileByte) {
       {"", 13, "\x1A"}, {"", 12, ""}, {"ab\x1A", 13, "ab\x1A"}, {"ab\x1A", 12, "ab"}, {"a\x1A" "b", 13, "ab\x1A"}};
   for (const auto& c : cases) {
     const Outcome run = Convert(c.in, c.convMode, kSjisFile);
-    EXPECT_EQ(run.result, 0);
+    EXPECT_EQ(run.result, JobResult::Done);
     EXPECT_EQ(run.output, c.expected) << c.in << " mode " << c.convMode;
   }
 }
 
 class FerroxConvFile : public ::testing::Test {
  protected:
-  int Pass(const fs::path& out, std::int64_t start, std::int64_t length, std::uint16_t opFlags,
+  JobResult Pass(const fs::path& out, std::int64_t start, std::int64_t length, std::uint16_t opFlags,
           bool keepHeader = false) {
     return FerroxConv(out, in_, start, length, opFlags, kSjisFile, keepHeader, options_, progress_);
   }
@@ -252,7 +252,7 @@ TEST_F(FerroxConvFile, MakesRoomForLongGaijiReplacements) {
   for (const std::int16_t lineSize : {std::int16_t{0}, std::int16_t{1}, std::int16_t{7}}) {
     options_.lineSize = lineSize;
     const fs::path out = dir_.Path() / ("out" + std::to_string(lineSize));
-    ASSERT_EQ(Pass(out, 0, static_cast<std::int64_t>(input.size()), kOpText), 0);
+    ASSERT_EQ(Pass(out, 0, static_cast<std::int64_t>(input.size()), kOpText), JobResult::Done);
     EXPECT_EQ(ReadAll(out), lineSize > 0 ? FoldWhole(expected, static_cast<std::size_t>(lineSize)) : expected)
         << lineSize;
   }
@@ -267,22 +267,22 @@ TEST_F(FerroxConvFile, CopiesTheDataRangeAndKeepsTheHeaderWhenAsked) {
   };
   for (const auto& c : cases) {
     const fs::path out = dir_.Path() / ("out" + std::to_string(c.opFlags));
-    ASSERT_EQ(Pass(out, 128, 3, c.opFlags, c.keepHeader), 0);
+    ASSERT_EQ(Pass(out, 128, 3, c.opFlags, c.keepHeader), JobResult::Done);
     EXPECT_EQ(ReadAll(out), c.expected) << c.opFlags;
   }
   // A MacBinary header may promise more data than the file holds: zeros follow.
-  ASSERT_EQ(Pass(out_, 150, 6, 0), 0);
+  ASSERT_EQ(Pass(out_, 150, 6, 0), JobResult::Done);
   EXPECT_EQ(ReadAll(out_), Bytes("ork\0\0\0", 6));
 }
 
 TEST_F(FerroxConvFile, FailsWithoutTouchingOtherFiles) {
-  EXPECT_EQ(Pass(out_, 0, 3, kOpText), result::kFailed);  // no input
+  EXPECT_EQ(Pass(out_, 0, 3, kOpText), JobResult::Failed);  // no input
   EXPECT_FALSE(fs::exists(out_));
   dir_.Write("in", "abc");
   dir_.Write("out", "somebody's file");
-  EXPECT_EQ(Pass(out_, 0, 3, kOpText), result::kFailed);
+  EXPECT_EQ(Pass(out_, 0, 3, kOpText), JobResult::Failed);
   EXPECT_EQ(ReadAll(out_), "somebody's file");
-  EXPECT_EQ(Pass(dir_.Path() / "no" / "out", 0, 3, kOpText), result::kFailed);
+  EXPECT_EQ(Pass(dir_.Path() / "no" / "out", 0, 3, kOpText), JobResult::Failed);
 }
 
 // Cancels when the window has seen `blocksBeforeCancel` blocks.
@@ -304,7 +304,7 @@ TEST_F(FerroxConvFile, ShowsProgressBeforeEachBlockAndStopsWhenCancelled) {
   dir_.Write("in", text);
   const auto length = static_cast<std::int64_t>(text.size());
   CancellingProgress runThrough(1 << 30);
-  ASSERT_EQ(FerroxConv(out_, in_, 0, length, kOpText, kSjisFile, false, options_, runThrough), 0);
+  ASSERT_EQ(FerroxConv(out_, in_, 0, length, kOpText, kSjisFile, false, options_, runThrough), JobResult::Done);
   const auto& shown = runThrough.shown;
   ASSERT_GT(shown.size(), 3u);
   EXPECT_EQ(shown.front().first, 0);
@@ -318,7 +318,7 @@ TEST_F(FerroxConvFile, ShowsProgressBeforeEachBlockAndStopsWhenCancelled) {
   fs::remove(out_);
   for (std::uint16_t opFlags : {kOpText, std::uint16_t{0}}) {
     CancellingProgress cancel(3);
-    EXPECT_EQ(FerroxConv(out_, in_, 0, length, opFlags, kSjisFile, false, options_, cancel), result::kCancelled);
+    EXPECT_EQ(FerroxConv(out_, in_, 0, length, opFlags, kSjisFile, false, options_, cancel), JobResult::Cancelled);
     EXPECT_EQ(cancel.shown.size(), 3u);
     EXPECT_FALSE(fs::exists(out_));
   }
@@ -334,7 +334,7 @@ TEST_F(FerroxConvFile, FullDiskGivesMinusSevenAndNoOutput) {
     GTEST_SKIP() << "cannot mount a small file system here";
   }
   for (std::uint16_t opFlags : {kOpText, std::uint16_t{0}}) {
-    EXPECT_EQ(Pass(small / "out", 0, static_cast<std::int64_t>(text.size()), opFlags), result::kDiskFull);
+    EXPECT_EQ(Pass(small / "out", 0, static_cast<std::int64_t>(text.size()), opFlags), JobResult::DiskFull);
     EXPECT_FALSE(fs::exists(small / "out"));
   }
   ::umount(small.c_str());

@@ -158,7 +158,7 @@ class CountingSink final : public ProgressSink {
 
 class FileTypeChkTest : public ::testing::Test {
  protected:
-  int Check(const std::string& path, const SurveySettings& settings = {}) {
+  SurveyKind Check(const std::string& path, const SurveySettings& settings = {}) {
     return survey_.FileTypeChk(path, settings, sink_, info_, flags_);
   }
   ScratchDir dir_;
@@ -174,9 +174,9 @@ TEST_F(FileTypeChkTest, ChkSizeCutsTheRangeAndTheEofTestLooksAtTheCut) {
   bytes[99] = '\x1a';
   bytes[200] = '\0';  // beyond the cut
   const auto file = dir_.Write("cut.txt", bytes);
-  EXPECT_EQ(Check(file, {100, 0, kPermissiveFull}), survey_result::kOrdinary);
+  EXPECT_EQ(Check(file, {100, 0, kPermissiveFull}), SurveyKind::Ordinary);
   EXPECT_EQ(flags_, 0x01C0);
-  EXPECT_EQ(Check(file, {0, 0, kPermissiveFull}), survey_result::kOrdinary);
+  EXPECT_EQ(Check(file, {0, 0, kPermissiveFull}), SurveyKind::Ordinary);
   EXPECT_EQ(flags_, 0);  // no limit: the NUL is seen
 }
 
@@ -186,7 +186,7 @@ TEST_F(FileTypeChkTest, RemembersTheLastSurveyOnlyWhileTheFileIsProvablyTheSame)
   ASSERT_EQ(CopyFileTimes(file, stamp), 0);
   const SurveySettings settings{10000, 3, kPermissiveFull};
   const auto expect = [&](const SurveySettings& with, std::uint16_t flags, int pumps) {
-    ASSERT_EQ(Check(file, with), 0);
+    ASSERT_EQ(Check(file, with), SurveyKind::Ordinary);
     EXPECT_EQ(flags_, flags);
     EXPECT_EQ(sink_.pumps, pumps);
   };

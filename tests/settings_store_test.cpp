@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "app/check_box_proposal.h"
 #include "app/settings_store.h"
 #include "helpers/scratch_dir.h"
 #include "platform/config_dir.h"

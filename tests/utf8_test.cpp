@@ -109,7 +109,7 @@ std::string ConvertUtf8(const std::string& input, std::int32_t blockSize = kConv
   SilentProgress progress;
   EXPECT_EQ(detail::FerroxConvBlocks(out, in, 0, static_cast<std::int64_t>(input.size()), kOpText,
                                      survey::kUtf8 | survey::kMarkSjis, false, options, progress, blockSize),
-            0);
+            JobResult::Done);
   std::ifstream f(out, std::ios::binary);
   return {std::istreambuf_iterator<char>(f), {}};
 }

@@ -8,6 +8,8 @@
 #include "app/conv_driver.h"
 #include "app/engine_settings.h"
 #include "app/entry_list.h"
+#include "app/input_proposal.h"
+#include "app/mac_batch_names.h"
 #include "app/path_helpers.h"
 #include "app/settings_store.h"
 #include "suffix/file_name_rec.h"
@@ -16,7 +18,6 @@
 #include "ui/fixed_font.h"
 #include "ui/gaiji_dialog.h"
 #include "ui/help_window.h"
-#include "ui/input_proposal.h"
 #include "ui/message_box.h"
 #include "ui/option_widgets.h"
 #include "ui/path_box.h"
@@ -103,6 +104,31 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   driver_ = std::make_unique<ConvDriver>(*this, store_.Settings, &store_.Gaiji);
   driver_->SetSuffixTable(&store_.Suffixes);
 
+  auto* paths = MakePathRows();
+  auto* checks = MakeCheckRow();
+  auto* info = MakeInfoPanel();
+  MakeSummary();
+  auto* buttons = MakeButtonRow();
+  auto* layout = new QVBoxLayout(this);
+  layout->addLayout(paths);
+  layout->addLayout(checks);
+  layout->addWidget(lblInfolbl_);
+  layout->addLayout(info, 1);
+  layout->addWidget(summary_);
+  layout->addLayout(buttons);
+  QWidget* const tabOrder[] = {txtInFile_, comInFile_, txtOutFile_,    comOutFile_, chkMBCut_, chkTextCnv_,
+                               cmdInfo_,   comFerrox_, cmdOpenOutput_, comVirsion_, cmdHelp_,  cmdExit_};
+  for (std::size_t i = 1; i < std::size(tabOrder); ++i) {
+    setTabOrder(tabOrder[i - 1], tabOrder[i]);
+  }
+  resize(560, 380);
+
+  ConnectControls();
+  paths_ = LoadPathMemory(store_.SettingsFile());
+  LoadHistories();
+}
+
+QGridLayout* MainWindow::MakePathRows() {
   auto* inLabel = new QLabel(QStringLiteral("入力ﾌｧｲﾙ(&I)："), this);
   txtInFile_ = new PathBox(PathBox::DropMode::List, this);
   txtInFile_->setObjectName(QStringLiteral("txtInFile"));
@@ -114,6 +140,18 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   outLabel->setBuddy(txtOutFile_);
   comOutFile_ = MakeButton(this, "comOutFile", QStringLiteral("参照(&W)..."));
 
+  auto* paths = new QGridLayout;
+  paths->addWidget(inLabel, 0, 0);
+  paths->addWidget(txtInFile_, 0, 1);
+  paths->addWidget(comInFile_, 0, 2);
+  paths->addWidget(outLabel, 1, 0);
+  paths->addWidget(txtOutFile_, 1, 1);
+  paths->addWidget(comOutFile_, 1, 2);
+  paths->setColumnStretch(1, 1);
+  return paths;
+}
+
+QHBoxLayout* MainWindow::MakeCheckRow() {
   chkMBCut_ = new QCheckBox(QStringLiteral("MacBinaryを外す(&M)"), this);
   chkMBCut_->setObjectName(QStringLiteral("chkMBCut"));
   chkMBCut_->setChecked(true);
@@ -122,6 +160,16 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   chkTextCnv_->setChecked(true);
   cmdInfo_ = MakeButton(this, "cmdInfo", QStringLiteral("調査結果(&R)..."));
 
+  auto* checks = new QHBoxLayout;
+  checks->addWidget(chkMBCut_);
+  checks->addWidget(chkTextCnv_);
+  checks->addStretch(1);
+  checks->addWidget(cmdInfo_);
+  return checks;
+}
+
+// The information panel, with the progress panel over it during a run.
+QGridLayout* MainWindow::MakeInfoPanel() {
   lblInfolbl_ = new QLabel(kInfoCaption, this);
   lblInfolbl_->setObjectName(QStringLiteral("lblInfolbl"));
   lblInfo_ = new QLabel(this);
@@ -142,6 +190,14 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   lblCnvSub2_ = meta->inner;
   picCnvMeta_->hide();
 
+  auto* info = new QGridLayout;
+  info->addWidget(infoArea, 0, 0);
+  info->addWidget(picCnvMeta_, 0, 0, Qt::AlignTop);
+  return info;
+}
+
+// The summary of the last run, with the button that opens its output folder.
+void MainWindow::MakeSummary() {
   summary_ = new QFrame(this);
   summary_->setObjectName(QStringLiteral("fraSummary"));
   summary_->setFrameStyle(QFrame::StyledPanel | QFrame::Plain);
@@ -154,48 +210,25 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   summaryRow->addWidget(cmdOpenOutput_);
   summary_->hide();
 
+}
+
+QHBoxLayout* MainWindow::MakeButtonRow() {
   comFerrox_ = MakeButton(this, "comFerrox", QStringLiteral("変換(&C)"));
   comFerrox_->setDefault(true);
   comVirsion_ = MakeButton(this, "comVirsion", QStringLiteral("設定(&S)..."));
   cmdHelp_ = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
   cmdExit_ = MakeButton(this, "cmdExit", QStringLiteral("終了(&X)"));
 
-  auto* paths = new QGridLayout;
-  paths->addWidget(inLabel, 0, 0);
-  paths->addWidget(txtInFile_, 0, 1);
-  paths->addWidget(comInFile_, 0, 2);
-  paths->addWidget(outLabel, 1, 0);
-  paths->addWidget(txtOutFile_, 1, 1);
-  paths->addWidget(comOutFile_, 1, 2);
-  paths->setColumnStretch(1, 1);
-  auto* checks = new QHBoxLayout;
-  checks->addWidget(chkMBCut_);
-  checks->addWidget(chkTextCnv_);
-  checks->addStretch(1);
-  checks->addWidget(cmdInfo_);
-  auto* info = new QGridLayout;
-  info->addWidget(infoArea, 0, 0);
-  info->addWidget(picCnvMeta_, 0, 0, Qt::AlignTop);
   auto* buttons = new QHBoxLayout;
   buttons->addWidget(comFerrox_);
   buttons->addStretch(1);
   buttons->addWidget(comVirsion_);
   buttons->addWidget(cmdHelp_);
   buttons->addWidget(cmdExit_);
-  auto* layout = new QVBoxLayout(this);
-  layout->addLayout(paths);
-  layout->addLayout(checks);
-  layout->addWidget(lblInfolbl_);
-  layout->addLayout(info, 1);
-  layout->addWidget(summary_);
-  layout->addLayout(buttons);
-  QWidget* const tabOrder[] = {txtInFile_, comInFile_, txtOutFile_,    comOutFile_, chkMBCut_, chkTextCnv_,
-                               cmdInfo_,   comFerrox_, cmdOpenOutput_, comVirsion_, cmdHelp_,  cmdExit_};
-  for (std::size_t i = 1; i < std::size(tabOrder); ++i) {
-    setTabOrder(tabOrder[i - 1], tabOrder[i]);
-  }
-  resize(560, 380);
+  return buttons;
+}
 
+void MainWindow::ConnectControls() {
   inputTimer_ = new QTimer(this);
   inputTimer_->setSingleShot(true);
   inputTimer_->setInterval(350);
@@ -220,8 +253,6 @@ MainWindow::MainWindow(SettingsStore& store, QStringList arguments, QWidget* par
   connect(comVirsion_, &QPushButton::clicked, this, &MainWindow::comVirsion_Click);
   connect(cmdHelp_, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kMain); });
   connect(cmdExit_, &QPushButton::clicked, this, &QWidget::close);
-  paths_ = LoadPathMemory(store_.SettingsFile());
-  LoadHistories();
 }
 
 MainWindow::~MainWindow() = default;
@@ -232,11 +263,14 @@ std::string MainWindow::InFileText() const { return txtInFile_->text().toStdStri
 
 void MainWindow::SetInFileText(const std::string& text) {
   txtInFile_->SetTextAtEnd(QString::fromStdString(text));
-  if (convBusy_) {
-    SurveyForBatch();
-  } else {
-    txtInFile_Change();
-  }
+  txtInFile_Change();
+}
+
+void MainWindow::ShowPair(const JobRequest& request) {
+  txtInFile_->SetTextAtEnd(QString::fromStdString(request.input));
+  txtOutFile_->SetTextAtEnd(QString::fromStdString(request.output));
+  chkTextCnv_->setChecked((request.flags & kJobText) != 0);
+  chkMBCut_->setChecked((request.flags & kJobMacBinaryCut) != 0);
 }
 
 std::string MainWindow::OutFileText() const { return txtOutFile_->text().toStdString(); }
@@ -245,9 +279,10 @@ void MainWindow::SetOutFileText(const std::string& text) {
   txtOutFile_->SetTextAtEnd(QString::fromStdString(text));
 }
 
-bool MainWindow::TextCnvChecked() const { return chkTextCnv_->isChecked(); }
-bool MainWindow::MBCutChecked() const { return chkMBCut_->isChecked(); }
-void MainWindow::SetConvBusy(bool busy) { convBusy_ = busy; }
+void MainWindow::SetConvBusy(bool busy) {
+  convBusy_ = busy;
+  runStarted_ = runStarted_ || busy;
+}
 bool MainWindow::ConvBusy() const { return convBusy_; }
 void MainWindow::Message(const std::string& text) { Exclaim(this, QString::fromStdString(text)); }
 
@@ -314,17 +349,12 @@ void MainWindow::txtInFile_Change() {
 void MainWindow::ShowInfo() {
   const std::string entry = InFileText();
   const ConversionSettings& s = store_.Settings;
-  const SuffixTable& table = store_.Suffixes;
-  const SuffixLookup lookup = [&table](std::string_view type, std::string_view creator) -> const SuffixEntry* {
-    const int row = SuffixTableSearch(table, type, creator);
-    return row < 0 ? nullptr : &table[static_cast<std::size_t>(row)];
-  };
   const std::string name = NormalizeEntry(entry);
   // Several files: the very files a run of the two boxes would convert.
   std::vector<std::string> planned;
-  if (!IsFile(name) && !TrimBlanks(entry).empty()) planned = driver_->PlannedInputs();
+  if (!IsFile(name) && !TrimBlanks(entry).empty()) planned = driver_->PlannedInputs(entry, OutFileText());
   std::string report =
-      InfoTextSet(survey_, name, planned, {s.ChkSize, s.BinRate, s.ConvMode, s.FileMode}, lookup, quiet_);
+      InfoTextSet(survey_, name, planned, ReportOf(s), LookupIn(store_.Suffixes), quiet_, SidecarBeside(name));
   if (!report.empty() && IsFile(name)) {
     QString tie = TieWarning(name, survey_, s);
     if (!tie.isEmpty()) report += "\r\n" + tie.replace(QLatin1Char('\n'), QStringLiteral("\r\n")).toStdString() + "\r\n";
@@ -341,17 +371,13 @@ void MainWindow::ShowInfo() {
   lblInfo_->setText(shown.trimmed());
 }
 
-void MainWindow::SurveyForBatch() {
-  // FileMode bit 2 (forced during batches): the check boxes follow each file.
-  const ConversionSettings& s = store_.Settings;
-  if ((s.FileMode & file_mode::kBatch) == 0) return;
-  MacBinaryInfo info;
-  std::uint16_t flags = 0;
-  const int kind = survey_.FileTypeChk(InFileText(), SurveyOf(s), quiet_, info, flags);
-  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) return;
-  const CheckBoxes boxes = ProposeCheckBoxes(flags, kind == survey_result::kMacBinary);
-  chkTextCnv_->setChecked(boxes.textCnv);
-  chkMBCut_->setChecked(boxes.mbCut);
+RunRequest MainWindow::MakeRunRequest() const {
+  RunRequest request{InFileText(), OutFileText(), {}, {}};
+  // FileMode bit 2: the check boxes follow each file's survey even in a one-file run.
+  if ((store_.Settings.FileMode & file_mode::kBatch) == 0) {
+    request.oneFile = {chkTextCnv_->isChecked(), chkMBCut_->isChecked()};
+  }
+  return request;
 }
 
 // ---- buttons ----------------------------------------------------------
@@ -359,22 +385,28 @@ void MainWindow::SurveyForBatch() {
 void MainWindow::comFerrox_Click() {
   inputTimer_->stop();
   HideSummary();
+  const RunRequest request = MakeRunRequest();
   runChanges_ = {};
   filesChanged_ = 0;
-  const int result = driver_->Ferrox_Click_Etc(true);
-  if (result == 0) RunFinished();
+  runStarted_ = false;
+  const RunResult result = driver_->Ferrox_Click_Etc(request);
+  if (runStarted_) {
+    // The boxes showed each pair during the run; the user's texts come back.
+    SetInFileText(request.input);
+    SetOutFileText(request.output);
+  }
+  if (result == RunResult::Done) RunFinished();
   switch (result) {
-    case -3:
+    case RunResult::SettingsSide:
       if (chkTextCnv_->isEnabled()) chkTextCnv_->setFocus();
       break;
-    case -2: txtOutFile_->setFocus(); break;
-    case -1: txtInFile_->setFocus(); break;
-    case 0:
+    case RunResult::OutputSide: txtOutFile_->setFocus(); break;
+    case RunResult::InputSide: txtInFile_->setFocus(); break;
+    case RunResult::Done:
       QApplication::beep();
       cmdExit_->setFocus();
       break;
-    case -6: close(); break;  // the user chose to stop: the program ends
-    default: break;
+    case RunResult::Cancelled: close(); break;  // the user chose to stop: the program ends
   }
 }
 
@@ -386,8 +418,8 @@ void MainWindow::cmdInfo_Click() {
     const ConversionSettings& s = store_.Settings;
     MacBinaryInfo info;
     std::uint16_t word = 0;
-    const int kind = survey_.FileTypeChk(name, SurveyOf(s), quiet_, info, word);
-    if (kind == survey_result::kOrdinary || kind == survey_result::kMacBinary) flags = word;
+    const SurveyKind kind = survey_.FileTypeChk(name, SurveyOf(s), quiet_, info, word);
+    if (Surveyed(kind)) flags = word;
   }
   ReportWindow report(lastReport_, txtInFile_->text(), flags, this);
   if (flags) {
@@ -567,8 +599,7 @@ void MainWindow::Form_Activate() {
   if (!activationPending_) return;
   if (convBusy_) {
     // A run began before the first activation came round (it pumps events):
-    // the run's forced automatic bit is not the user's, and the command line
-    // must not start a second run inside it.
+    // the command line must not start a second run inside it.
     activationPending_ = false;
     return;
   }
@@ -587,16 +618,16 @@ void MainWindow::Form_Activate() {
   txtOutFile_->SetTextAtEnd(txtOutFile_->text());
   if (automatic) {
     QCoreApplication::processEvents();
-    const int result = driver_->Ferrox_Click_Etc(false);
+    const RunResult result = driver_->Ferrox_Click_Etc(MakeRunRequest());
     // A run refused before it started leaves the flag set; the window is idle now.
     convBusy_ = false;
     activationPending_ = false;
-    if (result == 0) {
+    if (result == RunResult::Done) {
       QApplication::beep();
       RunFinished();
     }
     ShowInfo();  // the panel shows the last file of the run, not the first
-    if ((exec & exec_mode::kEndAfterAuto) != 0 || result == -6) {
+    if ((exec & exec_mode::kEndAfterAuto) != 0 || result == RunResult::Cancelled) {
       close();
       return;
     }

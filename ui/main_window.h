@@ -1,6 +1,7 @@
 #pragma once
-// fomMain: the main window. It is the batch driver's window (path boxes, check
-// boxes, messages, progress, event pump, ConvBusy) and the door to every other
+// fomMain: the main window. It hands the batch driver the two box texts and
+// the check boxes, shows what the driver tells it (the pair being converted,
+// messages, progress), carries ConvBusy, and is the door to every other
 // window.
 
 #include <memory>
@@ -18,12 +19,15 @@
 
 class QCheckBox;
 class QFrame;
+class QGridLayout;
+class QHBoxLayout;
 class QLabel;
 class QPushButton;
 class QTimer;
 
 namespace ferrox {
 class ConvDriver;
+struct RunRequest;
 class SettingsStore;
 }  // namespace ferrox
 
@@ -39,13 +43,12 @@ class MainWindow : public QWidget, public ConvWindow {
   MainWindow(SettingsStore& store, QStringList arguments, QWidget* parent = nullptr);
   ~MainWindow() override;
 
+  // The input box, as typed: writing it proposes the output and the check boxes.
+  [[nodiscard]] std::string InFileText() const;
+  void SetInFileText(const std::string& text);
+
   // ConvWindow
-  [[nodiscard]] std::string InFileText() const override;
-  void SetInFileText(const std::string& text) override;
-  [[nodiscard]] std::string OutFileText() const override;
-  void SetOutFileText(const std::string& text) override;
-  [[nodiscard]] bool TextCnvChecked() const override;
-  [[nodiscard]] bool MBCutChecked() const override;
+  void ShowPair(const JobRequest& request) override;
   void SetConvBusy(bool busy) override;
   void Message(const std::string& text) override;
   void AllEnabled(bool enabled) override;
@@ -77,6 +80,14 @@ class MainWindow : public QWidget, public ConvWindow {
   void showEvent(QShowEvent* event) override;
 
  private:
+  // The window's parts, made once by the constructor.
+  QGridLayout* MakePathRows();
+  QHBoxLayout* MakeCheckRow();
+  QGridLayout* MakeInfoPanel();
+  void MakeSummary();
+  QHBoxLayout* MakeButtonRow();
+  void ConnectControls();
+
   void Form_Activate();
   void comInFile_Click();
   void comOutFile_Click();
@@ -85,7 +96,10 @@ class MainWindow : public QWidget, public ConvWindow {
   void OpenSuffix(QWidget* owner);
   void OpenSetup2(QWidget* owner);
   void OpenAbout(QWidget* owner);
-  void SurveyForBatch();
+  [[nodiscard]] std::string OutFileText() const;
+  void SetOutFileText(const std::string& text);
+  // The run the convert button asks for: the box texts and, for one file, the check boxes.
+  [[nodiscard]] RunRequest MakeRunRequest() const;
   // The information panel and the report of the input box as it stands.
   void ShowInfo();
   // After a run that ended well: what it did, the output folder, the histories.
@@ -100,6 +114,7 @@ class MainWindow : public QWidget, public ConvWindow {
   FileSurvey survey_;
   SilentProgress quiet_;  // the proposals' surveys are short; they pump nothing
   bool convBusy_ = false;
+  bool runStarted_ = false;  // the driver began the run (past its first checks)
   bool activationPending_ = true;
   QElapsedTimer pumpClock_;
   int shownPercent_ = -1;

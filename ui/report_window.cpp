@@ -58,6 +58,21 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   flagLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
   flagLine->setVisible(flags.has_value());
 
+  MakePreview();
+  QHBoxLayout* buttons = MakeButtonRow();
+  setTabOrder(text_, preview_);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(text_, 2);
+  layout->addWidget(flagLine);
+  layout->addWidget(tieWarning_);
+  layout->addWidget(previewLabel_);
+  layout->addWidget(preview_, 1);
+  layout->addLayout(buttons);
+  resize(600, 420);
+}
+
+// The converted head and the code warning, hidden until SetPreview.
+void ReportWindow::MakePreview() {
   previewLabel_ = new QLabel(QStringLiteral("変換後の先頭(&P)："), this);
   preview_ = new QPlainTextEdit(this);
   preview_->setObjectName(QStringLiteral("txtPreview"));
@@ -71,6 +86,9 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   tieWarning_->setStyleSheet(QStringLiteral("color: #b00000;"));
   for (QWidget* part : std::initializer_list<QWidget*>{previewLabel_, preview_, tieWarning_}) part->hide();
 
+}
+
+QHBoxLayout* ReportWindow::MakeButtonRow() {
   auto* copy = new QPushButton(QStringLiteral("コピー(&C)"), this);
   copy->setObjectName(QStringLiteral("cmdCopy"));
   auto* save = new QPushButton(QStringLiteral("保存(&S)..."), this);
@@ -80,7 +98,6 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   auto* close = new QPushButton(QStringLiteral("閉じる"), this);
   close->setObjectName(QStringLiteral("cmdExit"));
   close->setDefault(true);
-  setTabOrder(text_, preview_);
   connect(copy, &QPushButton::clicked, this, &ReportWindow::CopyReport);
   connect(save, &QPushButton::clicked, this, &ReportWindow::cmdSave_Click);
   connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kReport); });
@@ -92,14 +109,7 @@ ReportWindow::ReportWindow(const QString& report, const QString& inputPath, std:
   buttons->addStretch(1);
   buttons->addWidget(help);
   buttons->addWidget(close);
-  auto* layout = new QVBoxLayout(this);
-  layout->addWidget(text_, 2);
-  layout->addWidget(flagLine);
-  layout->addWidget(tieWarning_);
-  layout->addWidget(previewLabel_);
-  layout->addWidget(preview_, 1);
-  layout->addLayout(buttons);
-  resize(600, 420);
+  return buttons;
 }
 
 void ReportWindow::SetPreview(const QString& head, const QString& warning) {

@@ -8,6 +8,7 @@
 // Qt
 #include <QDialog>
 
+class QHBoxLayout;
 class QLabel;
 class QPlainTextEdit;
 
@@ -30,6 +31,8 @@ class ReportWindow : public QDialog {
   bool SaveReport(const QString& path);
 
  private:
+  void MakePreview();
+  QHBoxLayout* MakeButtonRow();
   void cmdSave_Click();
 
   QString report_;

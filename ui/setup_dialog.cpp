@@ -25,9 +25,35 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
     : QDialog(parent), settings_(settings) {
   setObjectName(QStringLiteral("fomSetup"));
   setWindowTitle(QStringLiteral("動作設定"));
-  const std::uint16_t cm = settings.ConvMode;
-  const std::uint16_t fm = settings.FileMode;
+  QGroupBox* text = MakeTextGroup();
+  QGroupBox* existing = MakeExistingGroup();
+  QGroupBox* files = MakeFilesGroup();
 
+  auto* setup2 = MakeButton(this, "cmdSetup2", QStringLiteral("詳細設定(&D)..."));
+  auto* about = MakeButton(this, "cmdVersion", QStringLiteral("バージョン情報(&V)..."));
+  const DialogButtons buttons = MakeDialogButtons(this, help_topic::kSetup);
+
+  connect(setup2, &QPushButton::clicked, this, [this] { if (openSetup2) openSetup2(this); });
+  connect(about, &QPushButton::clicked, this, [this] { if (openAbout) openAbout(this); });
+  connect(buttons.ok, &QPushButton::clicked, this, [this] {
+    cmdExit_Click();
+    accept();
+  });
+
+  QHBoxLayout* buttonRow = ButtonRow(buttons);
+  buttonRow->insertWidget(0, setup2);
+  buttonRow->insertWidget(1, about);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(text);
+  layout->addWidget(existing);
+  layout->addWidget(files);
+  layout->addLayout(buttonRow);
+  layout->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+
+QGroupBox* SetupDialog::MakeTextGroup() {
+  const std::uint16_t cm = settings_.ConvMode;
   auto* text = new QGroupBox(QStringLiteral("テキストの変換"), this);
   chkJisEuc_ = MakeCheck(text, "chkJisEuc", QStringLiteral("JIS/EUCを認識する(シフトJISに変換)(&J)"),
                          cm & conv_mode::kFull);
@@ -36,7 +62,7 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   chkEof_ = MakeCheck(text, "chkEof", QStringLiteral("テキストファイルの場合は終端に EOF を付加する(&E)"),
                       cm & conv_mode::kAppendEof);
   txtLineSize_ = MakeSpin(text, "txtLineSize", 0, std::numeric_limits<std::int16_t>::max(),
-                          std::max<int>(0, settings.LineSize), QStringLiteral(" Byte"));
+                          std::max<int>(0, settings_.LineSize), QStringLiteral(" Byte"));
   auto* gaiji = MakeButton(text, "cmdGaiji", QStringLiteral("外字の変換設定(&G)..."));
   auto* lineRow = new QHBoxLayout;
   auto* lineLabel = new QLabel(QStringLiteral("1行の最大長(&L)："), text);
@@ -52,6 +78,12 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   textLayout->addLayout(lineRow);
   textLayout->addWidget(gaiji, 0, Qt::AlignLeft);
 
+  connect(gaiji, &QPushButton::clicked, this, [this] { if (openGaiji) openGaiji(this); });
+  return text;
+}
+
+QGroupBox* SetupDialog::MakeExistingGroup() {
+  const std::uint16_t fm = settings_.FileMode;
   const bool backup = fm & file_mode::kBackup;
   const bool trash = !backup && (fm & file_mode::kTrash);
   auto* existing = new QGroupBox(QStringLiteral("出力ファイルが既にある場合"), this);
@@ -64,6 +96,11 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   existingLayout->addWidget(optDelete_);
   existingLayout->addStretch(1);
 
+  return existing;
+}
+
+QGroupBox* SetupDialog::MakeFilesGroup() {
+  const std::uint16_t fm = settings_.FileMode;
   auto* files = new QGroupBox(QStringLiteral("ファイルの扱い"), this);
   chkFolder_ = MakeCheck(files, "chkFolder", QStringLiteral("フォルダ選択を有効にする(&F)"),
                          fm & file_mode::kFolderSelect);
@@ -88,33 +125,13 @@ SetupDialog::SetupDialog(ConversionSettings& settings, QWidget* parent)
   filesLayout->addWidget(chkMacNames_);
   filesLayout->addWidget(suffix, 0, Qt::AlignLeft);
 
-  auto* setup2 = MakeButton(this, "cmdSetup2", QStringLiteral("詳細設定(&D)..."));
-  auto* about = MakeButton(this, "cmdVersion", QStringLiteral("バージョン情報(&V)..."));
-  const DialogButtons buttons = MakeDialogButtons(this, help_topic::kSetup);
-
-  connect(gaiji, &QPushButton::clicked, this, [this] { if (openGaiji) openGaiji(this); });
   connect(suffix, &QPushButton::clicked, this, [this] {
     if (!openSuffix) return;
     openSuffix(this);
     // The suffix editor's OK sets the same bit as this check box.
     chkUnknownName_->setChecked(settings_.FileMode & file_mode::kUnknownName);
   });
-  connect(setup2, &QPushButton::clicked, this, [this] { if (openSetup2) openSetup2(this); });
-  connect(about, &QPushButton::clicked, this, [this] { if (openAbout) openAbout(this); });
-  connect(buttons.ok, &QPushButton::clicked, this, [this] {
-    cmdExit_Click();
-    accept();
-  });
-
-  QHBoxLayout* buttonRow = ButtonRow(buttons);
-  buttonRow->insertWidget(0, setup2);
-  buttonRow->insertWidget(1, about);
-  auto* layout = new QVBoxLayout(this);
-  layout->addWidget(text);
-  layout->addWidget(existing);
-  layout->addWidget(files);
-  layout->addLayout(buttonRow);
-  layout->setSizeConstraint(QLayout::SetFixedSize);
+  return files;
 }
 
 void SetupDialog::cmdExit_Click() {

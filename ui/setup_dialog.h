@@ -12,6 +12,7 @@
 #include <QDialog>
 
 class QCheckBox;
+class QGroupBox;
 class QRadioButton;
 class QSpinBox;
 
@@ -33,6 +34,10 @@ class SetupDialog : public QDialog {
   void cmdExit_Click();
 
  private:
+  QGroupBox* MakeTextGroup();
+  QGroupBox* MakeExistingGroup();
+  QGroupBox* MakeFilesGroup();
+
   ConversionSettings& settings_;
   QCheckBox* chkEof_;
   QCheckBox* chkJisEuc_;

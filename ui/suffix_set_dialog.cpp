@@ -31,6 +31,20 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   setWindowTitle(QStringLiteral("拡張子の設定"));
   setSizeGripEnabled(true);
 
+  QVBoxLayout* listSide = MakeListSide();
+  QVBoxLayout* side = MakeButtonColumn();
+  auto* layout = new QHBoxLayout(this);
+  layout->addLayout(listSide, 1);
+  layout->addLayout(side);
+
+  setMinimumSize(480, 320);
+  resize(settings.SfxSetWidth > 0 ? settings.SfxSetWidth : 640,
+         settings.SfxSetHeight > 0 ? settings.SfxSetHeight : 440);
+  SuffixListSet(copy_.Empty() ? -1 : 0);
+}
+
+// The list with its heading and count, and the rule for unknown types.
+QVBoxLayout* SuffixSetDialog::MakeListSide() {
   auto* header = new QLabel(QStringLiteral(" 拡張子   タイプ   ｸﾘｴｰﾀ    説明"), this);
   header->setFont(JapaneseFixedFont());
   header->setContentsMargins(4, 0, 0, 0);  // the list's frame and item margin
@@ -42,6 +56,33 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   lstSuffix_->setUniformItemSizes(true);
   lstSuffix_->installEventFilter(this);
 
+  auto* unknown = new QGroupBox(QStringLiteral("タイプが登録されていないファイル"), this);
+  optPlainName_ = new QRadioButton(QStringLiteral("名前をそのまま使う(&P)"), unknown);
+  optPlainName_->setObjectName(QStringLiteral("optAutoSfx0"));
+  optAutoSfx_ = new QRadioButton(QStringLiteral("名前(クリエータ).タイプ にする(&T)"), unknown);
+  optAutoSfx_->setObjectName(QStringLiteral("optAutoSfx1"));
+  const bool autoSfx = (settings_.FileMode & file_mode::kUnknownName) != 0;
+  optAutoSfx_->setChecked(autoSfx);
+  optPlainName_->setChecked(!autoSfx);
+  auto* unknownLayout = new QHBoxLayout(unknown);
+  unknownLayout->addWidget(optPlainName_);
+  unknownLayout->addWidget(optAutoSfx_);
+  unknownLayout->addStretch(1);
+
+  connect(lstSuffix_, &QListWidget::currentRowChanged, this, &SuffixSetDialog::ButtonSet);
+  connect(lstSuffix_, &QListWidget::itemDoubleClicked, this, &SuffixSetDialog::cmdUpdate_Click);
+
+  auto* top = new QHBoxLayout;
+  top->addWidget(header, 1);
+  top->addWidget(lblNum_);
+  auto* listSide = new QVBoxLayout;
+  listSide->addLayout(top);
+  listSide->addWidget(lstSuffix_, 1);
+  listSide->addWidget(unknown);
+  return listSide;
+}
+
+QVBoxLayout* SuffixSetDialog::MakeButtonColumn() {
   auto* append = MakeButton(this, "cmdAppend", QStringLiteral("追加(&A)..."));
   cmdUpdate_ = MakeButton(this, "cmdUpdate", QStringLiteral("変更(&C)..."));
   cmdDelete_ = MakeButton(this, "cmdDelete", QStringLiteral("削除(&D)"));
@@ -55,19 +96,6 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   auto* cancel = MakeButton(this, "cmdCancel", QStringLiteral("キャンセル"));
   auto* help = MakeButton(this, "cmdHelp", QStringLiteral("ﾍﾙﾌﾟ(&H)"));
 
-  auto* unknown = new QGroupBox(QStringLiteral("タイプが登録されていないファイル"), this);
-  optPlainName_ = new QRadioButton(QStringLiteral("名前をそのまま使う(&P)"), unknown);
-  optPlainName_->setObjectName(QStringLiteral("optAutoSfx0"));
-  optAutoSfx_ = new QRadioButton(QStringLiteral("名前(クリエータ).タイプ にする(&T)"), unknown);
-  optAutoSfx_->setObjectName(QStringLiteral("optAutoSfx1"));
-  const bool autoSfx = (settings.FileMode & file_mode::kUnknownName) != 0;
-  optAutoSfx_->setChecked(autoSfx);
-  optPlainName_->setChecked(!autoSfx);
-  auto* unknownLayout = new QHBoxLayout(unknown);
-  unknownLayout->addWidget(optPlainName_);
-  unknownLayout->addWidget(optAutoSfx_);
-  unknownLayout->addStretch(1);
-
   connect(append, &QPushButton::clicked, this, &SuffixSetDialog::cmdAppend_Click);
   connect(cmdUpdate_, &QPushButton::clicked, this, &SuffixSetDialog::cmdUpdate_Click);
   connect(cmdDelete_, &QPushButton::clicked, this, &SuffixSetDialog::cmdDelete_Click);
@@ -78,9 +106,6 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   connect(ok, &QPushButton::clicked, this, &SuffixSetDialog::cmdExit_Click);
   connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
   connect(help, &QPushButton::clicked, this, [this] { ShowHelp(this, help_topic::kSuffix); });
-  connect(lstSuffix_, &QListWidget::currentRowChanged, this, &SuffixSetDialog::ButtonSet);
-  connect(lstSuffix_, &QListWidget::itemDoubleClicked, this, &SuffixSetDialog::cmdUpdate_Click);
-
   auto* side = new QVBoxLayout;
   for (QPushButton* button : {append, cmdUpdate_, cmdDelete_}) side->addWidget(button);
   side->addSpacing(12);
@@ -93,21 +118,7 @@ SuffixSetDialog::SuffixSetDialog(ConversionSettings& settings, SuffixTable& tabl
   side->addWidget(ok);
   side->addWidget(cancel);
   side->addWidget(help);
-  auto* top = new QHBoxLayout;
-  top->addWidget(header, 1);
-  top->addWidget(lblNum_);
-  auto* listSide = new QVBoxLayout;
-  listSide->addLayout(top);
-  listSide->addWidget(lstSuffix_, 1);
-  listSide->addWidget(unknown);
-  auto* layout = new QHBoxLayout(this);
-  layout->addLayout(listSide, 1);
-  layout->addLayout(side);
-
-  setMinimumSize(480, 320);
-  resize(settings.SfxSetWidth > 0 ? settings.SfxSetWidth : 640,
-         settings.SfxSetHeight > 0 ? settings.SfxSetHeight : 440);
-  SuffixListSet(copy_.Empty() ? -1 : 0);
+  return side;
 }
 
 int SuffixSetDialog::Selected() const { return lstSuffix_->currentRow(); }

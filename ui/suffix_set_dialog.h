@@ -15,6 +15,7 @@
 
 class QLabel;
 class QListWidget;
+class QVBoxLayout;
 class QPushButton;
 class QRadioButton;
 
@@ -48,6 +49,8 @@ class SuffixSetDialog : public QDialog {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
+  QVBoxLayout* MakeListSide();
+  QVBoxLayout* MakeButtonColumn();
   void SuffixListSet(int selected);
   void SuffixListRefresh(int row);
   void ButtonSet();

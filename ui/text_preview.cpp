@@ -29,14 +29,14 @@ QString ConvertedHead(const PreviewRequest& request, FileSurvey& survey, const C
   MacBinaryInfo info;
   std::uint16_t flags = 0;
   SilentProgress quiet;
-  const int kind =
+  const SurveyKind kind =
       survey.FileTypeChk(request.path, {settings.ChkSize, settings.BinRate, settings.ConvMode}, quiet, info, flags);
-  if (kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) {
+  if (!Surveyed(kind)) {
     return QStringLiteral("（ファイルを読めませんでした）");
   }
   std::int64_t start = 0;
   std::int64_t length = 0;
-  if (kind == survey_result::kMacBinary) {
+  if (kind == SurveyKind::MacBinary) {
     start = kMacBinaryHeaderSize;
     length = info.DataLength;
   } else {
@@ -50,11 +50,11 @@ QString ConvertedHead(const PreviewRequest& request, FileSurvey& survey, const C
   const std::string out = scratch.filePath(QStringLiteral("head.txt")).toStdString();
   // The EOF byte is left out: it belongs to the end of the file, not its head.
   // A MacBinary file naming a creator is read as Mac Japanese, as the job does.
-  const bool macOrigin = kind == survey_result::kMacBinary &&
+  const bool macOrigin = kind == SurveyKind::MacBinary &&
                          info.Creator.find_first_not_of(std::string_view(" \0", 2)) != std::string::npos;
   const ConvOptions options{static_cast<std::uint16_t>(settings.ConvMode & ~conv_mode::kAppendEof),
                             settings.LineSize, gaiji, macOrigin};
-  if (FerroxConv(out, request.path, start, std::min(length, kHeadBytes), kOpText, flags, false, options, quiet) != 0) {
+  if (FerroxConv(out, request.path, start, std::min(length, kHeadBytes), kOpText, flags, false, options, quiet) != JobResult::Done) {
     return QStringLiteral("（変換できませんでした）");
   }
   std::ifstream head(out, std::ios::binary);
@@ -70,15 +70,15 @@ QString TieWarning(const std::string& path, FileSurvey& survey, const Conversion
   MacBinaryInfo info;
   std::uint16_t flags = 0;
   SilentProgress quiet;
-  const int kind = survey.FileTypeChk(path, {settings.ChkSize, settings.BinRate, settings.ConvMode}, quiet, info, flags);
-  if ((kind != survey_result::kOrdinary && kind != survey_result::kMacBinary) || flags == 0) return {};
+  const SurveyKind kind = survey.FileTypeChk(path, {settings.ChkSize, settings.BinRate, settings.ConvMode}, quiet, info, flags);
+  if ((!Surveyed(kind)) || flags == 0) return {};
   if ((flags & survey::kUtf8) != 0) return {};  // UTF-8 has no code bits, and needs none
   bool undecided = false;
   if ((flags & (survey::kSjis | survey::kJis | survey::kEuc)) == 0) {
     // No code although the surveyed part holds eight-bit bytes: every
     // stretch read both ways and the survey could not choose.
     std::ifstream in(path, std::ios::binary);
-    in.seekg(kind == survey_result::kMacBinary ? kMacBinaryHeaderSize : 0);
+    in.seekg(kind == SurveyKind::MacBinary ? kMacBinaryHeaderSize : 0);
     std::string head(static_cast<std::size_t>(settings.ChkSize > 0 ? std::min<std::int64_t>(settings.ChkSize, kHeadBytes)
                                                                    : kHeadBytes),
                      '\0');

@@ -7,6 +7,7 @@
 #include "app/entry_list.h"
 #include "app/settings_store.h"
 #include "gui_test_support.h"
+#include "helpers/binhex_encoder.h"
 #include "helpers/macbinary_builder.h"
 #include "helpers/scratch_dir.h"
 #include "ui/file_dialog.h"
@@ -105,6 +106,18 @@ class ClosingWindow : public MainWindow {
   }
 };
 
+// Records what the boxes show for each pair the driver announces.
+class PairWatcher : public MainWindow {
+ public:
+  using MainWindow::MainWindow;
+  QStringList seen;
+  void ShowPair(const JobRequest& request) override {
+    MainWindow::ShowPair(request);
+    seen << Box(*this, "txtInFile")->text() + " > " + Box(*this, "txtOutFile")->text() +
+                (Check(*this, "chkTextCnv")->isChecked() ? " text" : "");
+  }
+};
+
 // A text file of `lines` lines of 64 bytes, big enough that its conversion spans many event pumps.
 void WriteBig(const std::string& path, std::int64_t lines) {
   std::ofstream f(path, std::ios::binary);
@@ -154,6 +167,11 @@ class MainWindowTest : public QObject {
     w.SetInFileText(mac);  // a MacBinary file: its Mac name in its folder, and the cut
     QCOMPARE(OutText(w), QString::fromStdString(box.File("Read Me.txt")));
     QVERIFY(Check(w, "chkTextCnv")->isChecked() && Check(w, "chkMBCut")->isChecked());
+    const std::string hqx = box.File("mail.hqx");  // BinHex alike, binary data fork: the cut only
+    Write(hqx, testing::EncodeBinHex({"Photo", "JPEG", "8BIM", std::string("\xff\xd8\0\1", 4), ""}));
+    w.SetInFileText(hqx);
+    QCOMPARE(OutText(w), QString::fromStdString(box.File("Photo.jpg")));
+    QVERIFY(!Check(w, "chkTextCnv")->isChecked() && Check(w, "chkMBCut")->isChecked());
     const std::string list = QuotedList({euc, box.data});
     const std::pair<std::string, std::string> cases[] = {
         {box.data, box.data}, {box.data + "/*.txt", box.data}, {list, list}};
@@ -196,6 +214,27 @@ class MainWindowTest : public QObject {
       QVERIFY(w.findChild<QPushButton*>("comFerrox")->isEnabled());
       QVERIFY(!w.findChild<QWidget*>("picCnvMeta")->isVisible());
     }
+  }
+
+  // In a folder run each file's check boxes follow its survey, whatever the
+  // user ticked; the boxes show each pair, then the user's texts come back.
+  void folderRunShowsEachPairThenTheUsersTexts() {
+    Sandbox box;
+    fs::create_directories(box.File("in"));
+    Write(box.File("in/a.txt"), kEucText);
+    Write(box.File("in/b.bin"), std::string("\0\1\2\3", 4));
+    test::ScriptedMessages boxes;
+    PairWatcher w(box.store, {});
+    w.show();
+    box.store.Settings.FileMode |= file_mode::kFolderSelect;
+    SetPaths(w, box.File("in"), box.File("out"));
+    Check(w, "chkTextCnv")->setChecked(false);
+    w.comFerrox_Click();
+    const QString in = QString::fromStdString(box.File("in/")), out = QString::fromStdString(box.File("out/"));
+    QCOMPARE(w.seen, QStringList({in + "a.txt > " + out + "a.txt text", in + "b.bin > " + out + "b.bin"}));
+    QCOMPARE(ReadAll(box.File("out/a.txt")), kSjisText);
+    QCOMPARE(Box(w, "txtInFile")->text(), QString::fromStdString(box.File("in")));
+    QCOMPARE(OutText(w), QString::fromStdString(box.File("out")));
   }
 
   void closeButtonCancelsARunAndLeavesNoPartialOutput() {

@@ -53,20 +53,12 @@ void Shoot(QWidget& window, const QString& name) {
   window.hide();
 }
 
-}  // namespace
+struct Samples {
+  std::string folder, text, mac;
+};
 
-int main(int argc, char* argv[]) {
-  QApplication app(argc, argv);
-  QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
-  QApplication::setWindowIcon(AppIcon());
-  if (!LoadQtJapanese()) QTextStream(stderr) << "Qt's Japanese translations are not installed\n";
-  if (argc < 3) {
-    QTextStream(stderr) << "usage: ferrox-gui-screenshots OUTPUT_FOLDER SAMPLE_FOLDER\n";
-    return 2;
-  }
-  gFolder = QString::fromLocal8Bit(argv[1]);
-  QDir().mkpath(gFolder);
-  const std::string samples = argv[2];
+// An EUC-JP text file and a MacBinary file in `folder`.
+Samples WriteSamples(const std::string& samples) {
   std::filesystem::create_directories(samples);
   const std::string text = samples + "/euc_memo.txt";
   std::ofstream(text, std::ios::binary) << "\xc6\xfc\xcb\xdc\xb8\xec\xa4\xce\xa5\xc6\xa5\xad\xa5\xb9\xa5\xc8\n"
@@ -83,19 +75,10 @@ int main(int argc, char* argv[]) {
   for (std::size_t i = 0; i < 8; ++i) header[91 + i] = static_cast<char>(dates[i / 4] >> (24 - 8 * (i % 4)));
   std::ofstream(mac, std::ios::binary) << header << "abc\rd\r" << std::string(122, '\0');
 
-  SettingsStore store;
-  (void)store.Load();
-  MainWindow main(store, {QString::fromStdString(mac)});
-  main.move(40, 40);
-  Shoot(main, QStringLiteral("01_main_window"));
-  main.SetInFileText(text);
-  main.show();
-  main.ProgressPanel(true);
-  main.ShowProgress(42, 100);
-  Shoot(main, QStringLiteral("02_main_window_progress"));
-  main.ProgressPanel(false);
-  main.show();
+  return {samples, text, mac};
+}
 
+void ShootDialogs(MainWindow& main, SettingsStore& store, const std::string& mac) {
   SetupDialog setup(store.Settings, &main);
   Shoot(setup, QStringLiteral("03_options_fomSetup"));
   Setup2Dialog setup2(store.Settings, &main);
@@ -116,6 +99,12 @@ int main(int argc, char* argv[]) {
   help.ShowTopic(HelpFilePath(), help_topic::kMain);
   Shoot(help, QStringLiteral("10_help"));
 
+}
+
+void ShootRunAndPreview(MainWindow& main, SettingsStore& store, const Samples& files) {
+  const std::string& samples = files.folder;
+  const std::string& text = files.text;
+  const std::string& mac = files.mac;
   // A run over a folder: the summary under the panel, with its button.
   const std::string run = samples + "/run";
   std::filesystem::create_directories(run + "/sub");
@@ -138,6 +127,9 @@ int main(int argc, char* argv[]) {
                      TieWarning(kana, survey, store.Settings));
   Shoot(preview, QStringLiteral("12_report_preview"));
 
+}
+
+void ShootFileDialog(MainWindow& main, const std::string& samples) {
   // Qt's own file dialog, in Japanese, as the choosers show it without a desktop portal.
   QFileDialog chooser(&main, QStringLiteral("入力ﾌｧｲﾙの選択"), QString::fromStdString(samples));
   chooser.setOption(QFileDialog::DontUseNativeDialog);
@@ -145,5 +137,39 @@ int main(int argc, char* argv[]) {
   chooser.setNameFilter(QtNameFilter(kFilterAll));
   FitFileDialog(chooser);
   Shoot(chooser, QStringLiteral("13_file_dialog_ja"));
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  QApplication app(argc, argv);
+  QApplication::setApplicationDisplayName(QStringLiteral("Ferrox"));
+  QApplication::setWindowIcon(AppIcon());
+  if (!LoadQtJapanese()) QTextStream(stderr) << "Qt's Japanese translations are not installed\n";
+  if (argc < 3) {
+    QTextStream(stderr) << "usage: ferrox-gui-screenshots OUTPUT_FOLDER SAMPLE_FOLDER\n";
+    return 2;
+  }
+  gFolder = QString::fromLocal8Bit(argv[1]);
+  QDir().mkpath(gFolder);
+  const Samples files = WriteSamples(argv[2]);
+  const std::string& text = files.text;
+  const std::string& mac = files.mac;
+  SettingsStore store;
+  (void)store.Load();
+  MainWindow main(store, {QString::fromStdString(mac)});
+  main.move(40, 40);
+  Shoot(main, QStringLiteral("01_main_window"));
+  main.SetInFileText(text);
+  main.show();
+  main.ProgressPanel(true);
+  main.ShowProgress(42, 100);
+  Shoot(main, QStringLiteral("02_main_window_progress"));
+  main.ProgressPanel(false);
+  main.show();
+
+  ShootDialogs(main, store, mac);
+  ShootRunAndPreview(main, store, files);
+  ShootFileDialog(main, files.folder);
   return 0;
 }
