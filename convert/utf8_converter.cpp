@@ -133,6 +133,121 @@ inline void Utf8Converter::TakeBmp(char32_t cp, std::uint8_t* out, BufIndex& o,
   segmentLength_ = 1;
 }
 
+// Finishes the character that the previous block cut and returns where the
+// block's own text starts.
+BufIndex Utf8Converter::TakePartial(std::uint8_t* out, BufIndex& o, const std::uint8_t* in,
+                                    BufIndex readable) noexcept {
+  std::uint8_t bytes[4];
+  std::size_t n = std::copy_n(partial_.begin(), partialLength_, bytes) - bytes;
+  for (BufIndex k = 0; n < 4 && k < readable; ++k) bytes[n++] = in[k];
+  const utf8::Sequence s = utf8::ReadSequence(bytes, n);
+  const auto used = std::max<BufIndex>(0, s.length - static_cast<BufIndex>(partialLength_));
+  const std::int64_t at = FileOffset(0) - static_cast<std::int64_t>(partialLength_);
+  if (s.read == utf8::Read::kChar) {
+    Take(s.cp, out, o, -static_cast<BufIndex>(partialLength_));
+  } else {
+    atStart_ = false;
+    Flush(out, o);
+    PutReplacement(out, o, at,
+                   {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(
+                                                              std::max<BufIndex>(1, s.length))});
+  }
+  partialLength_ = 0;
+  return s.read == utf8::Read::kShort ? readable : used;
+}
+
+// An ASCII byte at i, with the printable run it starts; returns the next
+// position.
+[[gnu::always_inline]] inline BufIndex Utf8Converter::TakeAscii(std::uint8_t* out, BufIndex& o,
+                                                                const std::uint8_t* in, BufIndex i,
+                                                                BufIndex end) noexcept {
+  const std::uint8_t b = in[i];
+  atStart_ = false;
+  Flush(out, o);
+  if ((b >= 0x20 && b <= 0x7E) || b == 0x0D || b == 0x0A) {
+    const AsciiRunEnd run = AsciiRun(in, i, end, out + o, CurrentSimdLevel());
+    o = static_cast<BufIndex>(run.q - out);
+    i = run.stop - 1;
+    // A letter before a non-ASCII byte waits: a combining mark may join
+    // it (A and a combining ring are Å).
+    if (in[i] >= 0x21 && in[i] <= 0x7E && in[i + 1] >= 0x80) {
+      segmentAt_[0] = i;
+      segment_[0] = in[i];
+      segmentLength_ = 1;
+      segmentPlain_ = true;
+      --o;
+    }
+  } else if (b == 0x09 || b == 0x0C) {
+    out[o++] = b;
+  } else {
+    // Every other control byte, 0x1A included, is dropped.
+    NoteDrop(account_, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
+  }
+  return i + 1;
+}
+
+// Kana and kanji: three bytes, none of the leads whose second byte is
+// narrower. A run of characters that NFC leaves alone goes in one loop,
+// each written when the next shows that nothing joins it. Returns the next
+// position.
+[[gnu::always_inline]] inline BufIndex Utf8Converter::TakeThreeByteRun(std::uint8_t* out,
+                                                                       BufIndex& o,
+                                                                       const std::uint8_t* in,
+                                                                       BufIndex i,
+                                                                       BufIndex end) noexcept {
+  TakeBmp(Decode3(in + i), out, o, i);
+  i += 3;
+  if (segmentLength_ == 1 && segmentPlain_) {
+    char32_t waiting = segment_[0];
+    BufIndex waitingAt = segmentAt_[0];
+    while (i <= end && Is3ByteLead(in[i]) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
+      const char32_t cp = Decode3(in + i);
+      if ((attention_[cp / 64] >> (cp % 64) & 1) != 0) break;
+      Put(waiting, out, o, waitingAt);
+      waiting = cp;
+      waitingAt = i;
+      i += 3;
+    }
+    segment_[0] = waiting;
+    segmentAt_[0] = waitingAt;
+  }
+  return i;
+}
+
+// Any other sequence at i: a character, a bad sequence (replaced) or the
+// start of one that the block's end cuts (kept for the next block). Returns
+// the next position.
+[[gnu::always_inline]] inline BufIndex Utf8Converter::TakeSequence(std::uint8_t* out, BufIndex& o,
+                                                                   const std::uint8_t* in,
+                                                                   BufIndex i,
+                                                                   BufIndex lastIndex) noexcept {
+  const utf8::Sequence s = utf8::ReadSequence(in + i, static_cast<std::size_t>(lastIndex - i + 1));
+  if (s.read == utf8::Read::kChar) {
+    Take(s.cp, out, o, i);
+  } else if (s.read == utf8::Read::kBad) {
+    atStart_ = false;
+    Flush(out, o);
+    PutReplacement(out, o, FileOffset(i),
+                   {reinterpret_cast<const char*>(in + i), static_cast<std::size_t>(s.length)});
+  } else {
+    // Cut by the block's end: the next block brings the rest.
+    partialLength_ = s.length;
+    std::copy_n(in + i, s.length, partial_.begin());
+  }
+  return i + s.length;
+}
+
+// At the file's end: a cut character is replaced and whatever waits written.
+void Utf8Converter::FinishFile(std::uint8_t* out, BufIndex& o, BufIndex i) noexcept {
+  if (partialLength_ > 0) {
+    Flush(out, o);
+    PutReplacement(out, o, FileOffset(i) - static_cast<std::int64_t>(partialLength_),
+                   {reinterpret_cast<const char*>(partial_.data()), partialLength_});
+    partialLength_ = 0;
+  }
+  Flush(out, o);
+}
+
 BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                                 bool last, BufIndex& carry) noexcept {
   const BufIndex lastIndex = length - 1;
@@ -140,106 +255,18 @@ BufIndex Utf8Converter::Convert(std::uint8_t* out, const std::uint8_t* in, BufIn
   // On the file's last block the two bytes after `end` are padding, not text.
   const BufIndex readable = last ? end + 1 : length;
   BufIndex o = 0;
-  BufIndex i = 0;
-
-  if (partialLength_ > 0) {
-    // Finish the character that the previous block cut.
-    std::uint8_t bytes[4];
-    std::size_t n = std::copy_n(partial_.begin(), partialLength_, bytes) - bytes;
-    for (BufIndex k = 0; n < 4 && k < readable; ++k) bytes[n++] = in[k];
-    const utf8::Sequence s = utf8::ReadSequence(bytes, n);
-    const auto used = std::max<BufIndex>(0, s.length - static_cast<BufIndex>(partialLength_));
-    const std::int64_t at = FileOffset(0) - static_cast<std::int64_t>(partialLength_);
-    if (s.read == utf8::Read::kChar) {
-      Take(s.cp, out, o, -static_cast<BufIndex>(partialLength_));
-    } else {
-      atStart_ = false;
-      Flush(out, o);
-      PutReplacement(out, o, at,
-                     {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(
-                                                                std::max<BufIndex>(1, s.length))});
-    }
-    i = s.read == utf8::Read::kShort ? readable : used;
-    partialLength_ = 0;
-  }
-
+  BufIndex i = partialLength_ > 0 ? TakePartial(out, o, in, readable) : 0;
   while (i <= end) {
     const std::uint8_t b = in[i];
     if (b < 0x80) {
-      atStart_ = false;
-      Flush(out, o);
-      if ((b >= 0x20 && b <= 0x7E) || b == 0x0D || b == 0x0A) {
-        const AsciiRunEnd run = AsciiRun(in, i, end, out + o, CurrentSimdLevel());
-        o = static_cast<BufIndex>(run.q - out);
-        i = run.stop - 1;
-        // A letter before a non-ASCII byte waits: a combining mark may join
-        // it (A and a combining ring are Å).
-        if (in[i] >= 0x21 && in[i] <= 0x7E && in[i + 1] >= 0x80) {
-          segmentAt_[0] = i;
-          segment_[0] = in[i];
-          segmentLength_ = 1;
-          segmentPlain_ = true;
-          --o;
-        }
-      } else if (b == 0x09 || b == 0x0C) {
-        out[o++] = b;
-      } else {
-        // Every other control byte, 0x1A included, is dropped.
-        NoteDrop(account_, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
-      }
-      ++i;
-      continue;
-    }
-    // Kana and kanji: three bytes, none of the leads whose second byte is
-    // narrower. A run of characters that NFC leaves alone goes in one loop,
-    // each written when the next shows that nothing joins it.
-    if (Is3ByteLead(b) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
-      TakeBmp(Decode3(in + i), out, o, i);
-      i += 3;
-      if (segmentLength_ == 1 && segmentPlain_) {
-        char32_t waiting = segment_[0];
-        BufIndex waitingAt = segmentAt_[0];
-        while (i <= end && Is3ByteLead(in[i]) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
-          const char32_t cp = Decode3(in + i);
-          if ((attention_[cp / 64] >> (cp % 64) & 1) != 0) break;
-          Put(waiting, out, o, waitingAt);
-          waiting = cp;
-          waitingAt = i;
-          i += 3;
-        }
-        segment_[0] = waiting;
-        segmentAt_[0] = waitingAt;
-      }
-      continue;
-    }
-    const utf8::Sequence s =
-        utf8::ReadSequence(in + i, static_cast<std::size_t>(lastIndex - i + 1));
-    if (s.read == utf8::Read::kChar) {
-      Take(s.cp, out, o, i);
-      i += s.length;
-    } else if (s.read == utf8::Read::kBad) {
-      atStart_ = false;
-      Flush(out, o);
-      PutReplacement(out, o, FileOffset(i),
-                     {reinterpret_cast<const char*>(in + i), static_cast<std::size_t>(s.length)});
-      i += s.length;
+      i = TakeAscii(out, o, in, i, end);
+    } else if (Is3ByteLead(b) && IsTail(in[i + 1]) && IsTail(in[i + 2])) {
+      i = TakeThreeByteRun(out, o, in, i, end);
     } else {
-      // Cut by the block's end: the next block brings the rest.
-      partialLength_ = s.length;
-      std::copy_n(in + i, s.length, partial_.begin());
-      i += s.length;
+      i = TakeSequence(out, o, in, i, lastIndex);
     }
   }
-
-  if (last) {
-    if (partialLength_ > 0) {
-      Flush(out, o);
-      PutReplacement(out, o, FileOffset(i) - static_cast<std::int64_t>(partialLength_),
-                     {reinterpret_cast<const char*>(partial_.data()), partialLength_});
-      partialLength_ = 0;
-    }
-    Flush(out, o);
-  }
+  if (last) FinishFile(out, o, i);
   carry = std::max<BufIndex>(0, lastIndex - i + 1);
   // What waits is counted from the next block's start.
   for (std::size_t k = 0; k < segmentLength_; ++k) segmentAt_[k] -= length - carry;

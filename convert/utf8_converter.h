@@ -50,6 +50,16 @@ class Utf8Converter {
   void PutReplacement(std::uint8_t* out, BufIndex& o, std::int64_t at,
                       std::string_view in) const noexcept;
   [[nodiscard]] std::int64_t FileOffset(BufIndex at) const noexcept;
+  // The steps of Convert; each returns the next block position.
+  BufIndex TakePartial(std::uint8_t* out, BufIndex& o, const std::uint8_t* in,
+                       BufIndex readable) noexcept;
+  BufIndex TakeAscii(std::uint8_t* out, BufIndex& o, const std::uint8_t* in, BufIndex i,
+                     BufIndex end) noexcept;
+  BufIndex TakeThreeByteRun(std::uint8_t* out, BufIndex& o, const std::uint8_t* in, BufIndex i,
+                            BufIndex end) noexcept;
+  BufIndex TakeSequence(std::uint8_t* out, BufIndex& o, const std::uint8_t* in, BufIndex i,
+                        BufIndex lastIndex) noexcept;
+  void FinishFile(std::uint8_t* out, BufIndex& o, BufIndex i) noexcept;
 
   static constexpr std::size_t kSegmentMax = 32;  // a longer run of marks is composed in parts
 
