@@ -261,104 +261,155 @@ std::uint16_t BlockSettings::BaseState() const noexcept {
   return (typeFlags & survey::kEuc) != 0 ? survey::kMarkEuc : survey::kMarkSjis;
 }
 
+namespace {
+
+// What FerroxConvSub keeps for the whole block.
+struct SubBlock {
+  BufIndex end;
+  bool gaijiAsChar;
+  std::uint16_t base;  // the code a return to ASCII restores
+  SimdLevel level;
+  const GaijiPolicy& policy;
+  RunLoops loops;
+};
+
+// A pair that both codes explain, with neither reading of the code in force
+// ruled out: it stays with the code in force, else the file's base code,
+// unless SjisOrEuc finds the other reading better.
+[[gnu::always_inline]] inline void TakeUndecided(std::uint8_t* out, const std::uint8_t* in,
+                                                 BufIndex& o, BufIndex& i, std::uint16_t& s,
+                                                 const SubBlock& k) noexcept {
+  const bool leanEuc = s == kEuc || (s != kSjis && k.base == kEuc);
+  const bool holds = leanEuc ? EucReadingHolds(in, i, k.end, k.gaijiAsChar, k.level)
+                             : SjisReadingHolds(in, i, k.end, k.gaijiAsChar, k.level);
+  int verdict = holds ? (leanEuc ? 2 : 1) : SjisOrEuc(in, i, k.end, k.gaijiAsChar).verdict;
+  if (verdict == 0) verdict = leanEuc ? 2 : 1;
+  if (verdict == 1) {
+    CopyRun<SjisCopy>(out, in, o, i, k.end, k.policy);
+    s = kSjis;
+  } else {
+    CopyRun<EucCopy>(out, in, o, i, k.end, k.policy);
+    s = kEuc;
+  }
+}
+
+// Outside JIS, a byte that is no ASCII and no Mac code, taken by its type;
+// i ends on the last byte taken.
+[[gnu::always_inline]] inline void TakeByType(std::uint8_t* out, const std::uint8_t* in,
+                                              BufIndex& o, BufIndex& i, std::uint16_t& s,
+                                              const SubBlock& k) noexcept {
+  ChangeAccount* const account = k.policy.account;
+  const std::uint8_t b = in[i];
+  const std::uint16_t t = TypeAt(in + i, k.gaijiAsChar);
+  if (t == ct::kCrLf) {
+    PutCrLf(out, o);
+    ++i;
+  } else if (t == ct::kCr || t == ct::kLf) {
+    PutCrLf(out, o);
+  } else if (t == ct::kNeutral) {
+    if (b != 0x1A) {
+      out[o++] = b;
+    } else {
+      NoteDrop(account, ChangeKind::kEof, in, i);  // every one goes; the pass may add one
+    }
+  } else if (TakeShift(t, in, i, s, k.base)) {
+    // a JIS shift sequence
+  } else if (t == ct::kNone) {
+    NoteDrop(account, DropKindAt(in + i), in, i);
+  } else if (t == ct::kEucKana || t == ct::kEucDouble || t == (ct::kEucDouble | ct::kEucGaiji)) {
+    CopyRun<EucCopy>(out, in, o, i, k.end, k.policy);
+    s = kEuc;
+  } else if ((t & ct::kSjisBits) == 0) {
+    // an EUC gaiji reading that fits nothing else: dropped
+    NoteDrop(account, ChangeKind::kGaijiDropped, in, i);
+  } else if ((t & ct::kEucBits) == 0) {
+    CopyRun<SjisCopy>(out, in, o, i, k.end, k.policy);
+    s = kSjis;
+  } else {
+    TakeUndecided(out, in, o, i, s, k);
+  }
+}
+
+// A byte in Shift JIS, EUC or ASCII text and what follows it in one go;
+// i ends on the next byte to take.
+[[gnu::always_inline]] inline void TakeOutsideJis(std::uint8_t* out, const std::uint8_t* in,
+                                                  BufIndex& o, BufIndex& i, std::uint16_t& s,
+                                                  const SubBlock& k) noexcept {
+  const std::uint8_t b = in[i];
+  if (IsPrintable(b)) {
+    TakeCommonStretch(out, in, o, i, k.end, s, k.base, k.loops, k.policy, k.level);
+    return;
+  }
+  // Apple's codes, where the text is read as Shift JIS.
+  if (k.policy.mac && b >= 0x80 && (s == kSjis || (s != kEuc && k.base != kEuc)) &&
+      TakeMac(out, in, o, i, k.policy)) {
+    return;
+  }
+  TakeByType(out, in, o, i, s, k);
+  ++i;
+}
+
+// Half-width katakana shifted into 7 bits: 0x20 .. 0x5F map to 0xA0 .. 0xDF
+// (a blank becomes 0xA0); the rest of the printable range is dropped. i ends
+// on the first byte that is not printable.
+[[gnu::always_inline]] inline void TakeJisKanaRun(std::uint8_t* out, const std::uint8_t* in,
+                                                  BufIndex& o, BufIndex& i,
+                                                  const SubBlock& k) noexcept {
+  do {
+    const std::uint8_t b = in[i];
+    if (b <= 0x5F) {
+      out[o++] = static_cast<std::uint8_t>(b + 0x80);
+    } else {
+      NoteDrop(k.policy.account, ChangeKind::kJunk, in, i);
+    }
+    ++i;
+  } while (i <= k.end && IsPrintable(in[i]));
+}
+
+// A byte inside a JIS kanji sequence, or a byte that is not printable inside
+// either JIS sequence; i ends on the next byte to take.
+[[gnu::always_inline]] inline void TakeInsideJis(std::uint8_t* out, const std::uint8_t* in,
+                                                 BufIndex& o, BufIndex& i, std::uint16_t& s,
+                                                 const SubBlock& k) noexcept {
+  const std::uint8_t b = in[i];
+  if (IsPrintable(b)) {
+    CopyRun<JisZenCopy>(out, in, o, i, k.end, k.policy);
+  } else if (!TakeShift(TypeAt(in + i, k.gaijiAsChar), in, i, s, k.base)) {
+    // Inside a JIS sequence everything but the shifts is dropped, line ends
+    // included: JIS text returns to ASCII before its line end.
+    NoteDrop(k.policy.account, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
+  }
+  ++i;
+}
+
+}  // namespace
+
 BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
                        const BlockSettings& settings, BufIndex& carry,
                        std::uint16_t& codeState) noexcept {
   const BufIndex last = length - 1;
-  const BufIndex end = last - 2;
-  const bool gaijiAsChar = settings.gaijiAsChar;
-  const GaijiPolicy& policy = settings.policy;
-  const std::uint16_t base = settings.BaseState();
-  const SimdLevel level = CurrentSimdLevel();
-  const RunLoops loops = RunLoopsFor(policy);
-  ChangeAccount* const account = policy.account;
+  const SubBlock k{last - 2,
+                   settings.gaijiAsChar,
+                   settings.BaseState(),
+                   CurrentSimdLevel(),
+                   settings.policy,
+                   RunLoopsFor(settings.policy)};
   std::uint16_t s = codeState;
   BufIndex o = 0;
   BufIndex i = 0;
-
-  while (i <= end) {
+  while (i <= k.end) {
     const std::uint8_t b = in[i];
     if (b < 0x80 && ct::kLowTypes[b] == ct::kNone) {
       // Junk is dropped in every state; zero padding goes eight bytes at a time.
-      i = DropJunk(in, i, end, account);
-      continue;
-    }
-    if (s != kJisKanji && s != kJisKana) {
-      if (IsPrintable(b)) {
-        TakeCommonStretch(out, in, o, i, end, s, base, loops, policy, level);
-        continue;
-      }
-      // Apple's codes, where the text is read as Shift JIS.
-      if (policy.mac && b >= 0x80 && (s == kSjis || (s != kEuc && base != kEuc)) &&
-          TakeMac(out, in, o, i, policy)) {
-        continue;
-      }
-      const std::uint16_t t = TypeAt(in + i, gaijiAsChar);
-      if (t == ct::kCrLf) {
-        PutCrLf(out, o);
-        ++i;
-      } else if (t == ct::kCr || t == ct::kLf) {
-        PutCrLf(out, o);
-      } else if (t == ct::kNeutral) {
-        if (b != 0x1A) {
-          out[o++] = b;
-        } else {
-          NoteDrop(account, ChangeKind::kEof, in, i);  // every one goes; the pass may add one
-        }
-      } else if (TakeShift(t, in, i, s, base)) {
-        // a JIS shift sequence
-      } else if (t == ct::kNone) {
-        NoteDrop(account, DropKindAt(in + i), in, i);
-      } else if (t == ct::kEucKana || t == ct::kEucDouble ||
-                 t == (ct::kEucDouble | ct::kEucGaiji)) {
-        CopyRun<EucCopy>(out, in, o, i, end, policy);
-        s = kEuc;
-      } else if ((t & ct::kSjisBits) == 0) {
-        // an EUC gaiji reading that fits nothing else: dropped
-        NoteDrop(account, ChangeKind::kGaijiDropped, in, i);
-      } else if ((t & ct::kEucBits) == 0) {
-        CopyRun<SjisCopy>(out, in, o, i, end, policy);
-        s = kSjis;
-      } else {
-        // Undecided stays with the code in force, else the file's base code.
-        const bool leanEuc = s == kEuc || (s != kSjis && base == kEuc);
-        const bool holds = leanEuc ? EucReadingHolds(in, i, end, gaijiAsChar, level)
-                                   : SjisReadingHolds(in, i, end, gaijiAsChar, level);
-        int verdict = holds ? (leanEuc ? 2 : 1) : SjisOrEuc(in, i, end, gaijiAsChar).verdict;
-        if (verdict == 0) verdict = leanEuc ? 2 : 1;
-        if (verdict == 1) {
-          CopyRun<SjisCopy>(out, in, o, i, end, policy);
-          s = kSjis;
-        } else {
-          CopyRun<EucCopy>(out, in, o, i, end, policy);
-          s = kEuc;
-        }
-      }
+      i = DropJunk(in, i, k.end, k.policy.account);
+    } else if (s != kJisKanji && s != kJisKana) {
+      TakeOutsideJis(out, in, o, i, s, k);
     } else if (s == kJisKana && IsPrintable(b)) {
-      // Half-width katakana shifted into 7 bits: 0x20 .. 0x5F map to 0xA0 ..
-      // 0xDF (a blank becomes 0xA0); the rest of the printable range is dropped.
-      do {
-        const std::uint8_t k = in[i];
-        if (k <= 0x5F) {
-          out[o++] = static_cast<std::uint8_t>(k + 0x80);
-        } else {
-          NoteDrop(account, ChangeKind::kJunk, in, i);
-        }
-        ++i;
-      } while (i <= end && IsPrintable(in[i]));
-      continue;
-    } else if (IsPrintable(b)) {  // inside a JIS kanji sequence
-      CopyRun<JisZenCopy>(out, in, o, i, end, policy);
+      TakeJisKanaRun(out, in, o, i, k);
     } else {
-      // Inside a JIS sequence everything but the shifts is dropped, line ends
-      // included: JIS text returns to ASCII before its line end.
-      if (!TakeShift(TypeAt(in + i, gaijiAsChar), in, i, s, base)) {
-        NoteDrop(account, b == 0x1A ? ChangeKind::kEof : ChangeKind::kJunk, in, i);
-      }
+      TakeInsideJis(out, in, o, i, s, k);
     }
-    ++i;
   }
-
   codeState = s;
   carry = last - i + 1;
   return o;
