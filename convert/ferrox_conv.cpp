@@ -89,6 +89,9 @@ class Pass {
           bool keepHeader, std::uint16_t typeFlags);
 
  private:
+  JobResult Open(PassOutput& out, const PassInput& in, std::int64_t dataStart,
+                 std::int64_t dataLength, bool keepHeader);
+  JobResult Blocks(PassOutput& out, std::int64_t dataStart, std::int64_t dataLength, bool streamed);
   JobResult Failure(PassOutput& out) const noexcept;
   bool CopyHeader(std::int64_t length);
   bool TextBlock(const std::uint8_t* in, std::size_t length, bool last);
@@ -109,6 +112,7 @@ class Pass {
   BufIndex carry_ = 0;
   std::uint16_t codeState_ = 0;
   std::int32_t column_ = 0;
+  bool sendFailed_ = false;  // a flush while following a stream failed
 };
 
 bool Pass::CopyHeader(std::int64_t length) {
@@ -155,17 +159,15 @@ JobResult Pass::Failure(PassOutput& out) const noexcept {
   return FailureCode();
 }
 
-JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
-              bool keepHeader, std::uint16_t typeFlags) {
-  if (text_) codeState_ = typeFlags & survey::kMarkMask;
-  const bool streamed = in.follow >= 0;
-  if (streamed) dataLength = std::numeric_limits<std::int64_t>::max() - dataStart;
+// Opens the input (following a stream that is still being written) and the
+// output, and copies the header that goes before the data when it is kept.
+JobResult Pass::Open(PassOutput& out, const PassInput& in, std::int64_t dataStart,
+                     std::int64_t dataLength, bool keepHeader) {
   if (!reader_.Open(in.path, dataStart + dataLength)) return JobResult::Failed;
-  bool sendFailed = false;
-  if (streamed) {
-    reader_.Follow(in.follow, [this, &sendFailed] {
-      sendFailed = sendFailed || !out_.Flush();
-      return !sendFailed && progress_.ConvBusy();
+  if (in.follow >= 0) {
+    reader_.Follow(in.follow, [this] {
+      sendFailed_ = sendFailed_ || !out_.Flush();
+      return !sendFailed_ && progress_.ConvBusy();
     });
   }
   if (out.fd >= 0) {
@@ -174,7 +176,16 @@ JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart
     return FailureCode();
   }
   if (keepHeader && !CopyHeader(dataStart)) return Failure(out);
+  return JobResult::Done;
+}
 
+// Converts or copies the data block by block, showing progress and stopping
+// on a cancel.
+JobResult Pass::Blocks(PassOutput& out, std::int64_t dataStart, std::int64_t dataLength,
+                       bool streamed) {
+  const auto blockOf = [this](std::int64_t left) {
+    return static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(blockSize_)));
+  };
   std::int64_t readPos = dataStart;
   std::int64_t remaining = dataLength;
   while (remaining >= 1) {
@@ -184,15 +195,12 @@ JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart
       out_.Discard();
       return JobResult::Cancelled;
     }
-    const auto blockOf = [this](std::int64_t left) {
-      return static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(blockSize_)));
-    };
     std::size_t blockLength = blockOf(remaining);
     if (streamed) {
       // The last block is the one the stream ends in: a byte past it, or the
       // end, must have come before the block is converted.
       const bool ready = reader_.Ahead(readPos, blockLength + 1);
-      if (sendFailed) return Failure(out);
+      if (sendFailed_) return Failure(out);
       if (!ready) {
         if (errno == EINTR) continue;  // the loop's check tells a cancel
         return Failure(out);
@@ -214,7 +222,18 @@ JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart
     remaining -= consumed;
     readPos += consumed;
   }
+  return JobResult::Done;
+}
 
+JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart, std::int64_t dataLength,
+              bool keepHeader, std::uint16_t typeFlags) {
+  if (text_) codeState_ = typeFlags & survey::kMarkMask;
+  const bool streamed = in.follow >= 0;
+  if (streamed) dataLength = std::numeric_limits<std::int64_t>::max() - dataStart;
+  JobResult result = Open(out, in, dataStart, dataLength, keepHeader);
+  if (result != JobResult::Done) return result;
+  result = Blocks(out, dataStart, dataLength, streamed);
+  if (result != JobResult::Done) return result;
   if (text_ && (options_.convMode & conv_mode::kAppendEof) != 0) {
     const std::uint8_t eof = 0x1A;
     if (!out_.Append(&eof, 1)) return Failure(out);
