@@ -42,6 +42,9 @@ class Utf8Reading {
   void Character(char32_t cp) noexcept;
   bool Binary() noexcept;  // a binary byte; false when it is one too many
   bool Fault() noexcept;   // a faulty sequence; false when it ends the reading
+  bool TakePartial(const std::uint8_t* b, std::size_t n, std::size_t& i) noexcept;
+  void TakeCr(const std::uint8_t* b, std::size_t n, std::size_t& i) noexcept;
+  void Scan(const std::uint8_t* b, std::size_t n, std::size_t i) noexcept;
 
   std::int64_t next_;   // file offset of the next byte to read
   std::int64_t start_;
