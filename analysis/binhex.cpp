@@ -79,20 +79,9 @@ std::uint16_t BinHexCrc(std::uint16_t crc, std::span<const std::uint8_t> bytes) 
 
 BinHexDecoder::BinHexDecoder(std::istream& in) : in_(in), raw_(kBlock), bytes_(kBlock) {}
 
-BinHexDecoder::Fill BinHexDecoder::FillDecoded() {
-  if (outPos_ == out_.size()) {
-    out_.clear();
-    outPos_ = 0;
-  }
-  if (ended_) return badCharacter_ ? Fill::BadCharacter : Fill::End;
-  in_.read(raw_.data(), static_cast<std::streamsize>(raw_.size()));
-  const auto got = static_cast<std::size_t>(in_.gcount());
-  if (got == 0) {
-    ended_ = true;
-    return in_.bad() ? Fill::ReadError : Fill::End;
-  }
-  // First the 6-bit characters become bytes, then the run-length pass copies
-  // the spans between 0x90 markers whole.
+// The first `got` characters read become bytes (six bits each) in bytes_;
+// returns how many. A character that BinHex does not use ends the data.
+std::size_t BinHexDecoder::DecodeCharacters(std::size_t got) noexcept {
   std::uint32_t bits = bits_;
   int count = bitCount_;
   std::size_t n = 0;
@@ -114,6 +103,13 @@ BinHexDecoder::Fill BinHexDecoder::FillDecoded() {
   }
   bits_ = bits & 0xFF;
   bitCount_ = count;
+  return n;
+}
+
+// Undoes the run-length coding of the first n bytes of bytes_ into out_,
+// copying the spans between 0x90 markers whole.
+void BinHexDecoder::ExpandRuns(std::size_t n) {
+  const std::uint8_t* bytes = bytes_.data();
   for (std::size_t pos = 0; pos < n;) {
     if (marker_) {
       marker_ = false;
@@ -138,6 +134,21 @@ BinHexDecoder::Fill BinHexDecoder::FillDecoded() {
       ++pos;
     }
   }
+}
+
+BinHexDecoder::Fill BinHexDecoder::FillDecoded() {
+  if (outPos_ == out_.size()) {
+    out_.clear();
+    outPos_ = 0;
+  }
+  if (ended_) return badCharacter_ ? Fill::BadCharacter : Fill::End;
+  in_.read(raw_.data(), static_cast<std::streamsize>(raw_.size()));
+  const auto got = static_cast<std::size_t>(in_.gcount());
+  if (got == 0) {
+    ended_ = true;
+    return in_.bad() ? Fill::ReadError : Fill::End;
+  }
+  ExpandRuns(DecodeCharacters(got));
   if (!in_ && in_.bad()) return Fill::ReadError;
   if (!in_) ended_ = true;
   return Fill::Ok;

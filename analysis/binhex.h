@@ -63,6 +63,8 @@ class BinHexDecoder {
  private:
   enum class Fill { Ok, End, BadCharacter, ReadError };
   Fill FillDecoded();
+  std::size_t DecodeCharacters(std::size_t got) noexcept;
+  void ExpandRuns(std::size_t n);
   BinHexStatus Take(std::int64_t count, std::uint16_t& crc, const Sink& sink);
   BinHexStatus TakeCrc(std::uint16_t expected, BinHexStatus onMismatch);
 
