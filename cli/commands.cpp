@@ -257,54 +257,49 @@ bool BinaryToTerminal(const std::string& inText, const ConversionSettings& setti
   return true;
 }
 
-}  // namespace
-
-int RunConvert(const Arguments& arguments) {
-  SettingsStore store;
-  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
-  const std::string& inOperand = arguments.operands[0];
-  const std::string& outOperand = arguments.operands[1];
-  const bool fromStdin = inOperand == "-";
-  const bool toStdout = outOperand == "-";
-  std::string inText = AbsoluteEntry(inOperand);
-  if (toStdout && !fromStdin && (HasWildcard(inText) || inText.front() == '"' || IsFolder(inText))) {
-    Say(std::string("ferrox: ") + Tr("standard output (-) takes one input file", "標準出力 (-) に書けるのは 1 つのファイルだけです"));
-    return kExitUsage;
+// Spools standard input into the work file that stands for it; the exit
+// status when that fails.
+std::optional<int> SpoolStdin(StdinFile& stdinFile, StreamEnds& streams,
+                              ConversionSettings& settings, std::string& inText) {
+  if (const JobResult rc = stdinFile.Spool(settings.ChkSize, true); rc != JobResult::Done) {
+    if (rc == JobResult::Cancelled) return kExitCancelled;
+    Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
+    return ExitStatus(RunResult::InputSide);
   }
-
-  CliWindow::CatchInterrupt();
-  StdinFile stdinFile;
-  StreamEnds streams;
-  if (fromStdin) {
-    if (const JobResult rc = stdinFile.Spool(store.Settings.ChkSize, true); rc != JobResult::Done) {
-      if (rc == JobResult::Cancelled) return kExitCancelled;
-      Say(rc == JobResult::DiskFull ? WorkAreaFullMessage() : "-: 変換出来ませんでした");
-      return ExitStatus(RunResult::InputSide);
-    }
-    inText = stdinFile.Path();
-    if (stdinFile.Followed()) {
-      streams.inPath = inText;
-      streams.inFollow = STDIN_FILENO;
-    }
-    store.Settings.FileMode &= static_cast<std::uint16_t>(~file_mode::kDeleteInput);  // nothing to delete
+  inText = stdinFile.Path();
+  if (stdinFile.Followed()) {
+    streams.inPath = inText;
+    streams.inFollow = STDIN_FILENO;
   }
-  StdoutFile stdoutFile;
-  if (toStdout && !stdoutFile.Create()) {
+  settings.FileMode &= static_cast<std::uint16_t>(~file_mode::kDeleteInput);  // nothing to delete
+  return std::nullopt;
+}
+
+// Makes the work file that standard output is sent from; false, with the
+// message said, when it cannot be made.
+bool SpoolStdout(StdoutFile& stdoutFile, StreamEnds& streams) {
+  if (!stdoutFile.Create()) {
     Say(WorkAreaFullMessage());
-    return ExitStatus(RunResult::OutputSide);
+    return false;
   }
-  if (toStdout) {
-    streams.outPath = stdoutFile.Path();
-    streams.outFd = STDOUT_FILENO;
-    std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
-  }
+  streams.outPath = stdoutFile.Path();
+  streams.outFd = STDOUT_FILENO;
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an answer, not a crash
+  return true;
+}
 
+// The conversion of `inText` once the standard streams are set up: the
+// driver's run, the change list, the bytes sent to standard output.
+int ConvertEntry(const Arguments& arguments, SettingsStore& store, const std::string& inText,
+                 StdoutFile& stdoutFile, StreamEnds& streams) {
+  const bool fromStdin = arguments.operands[0] == "-";
+  const bool toStdout = arguments.operands[1] == "-";
   CliWindow window;
   if (fromStdin) window.ShowPathAs(inText, "-");
   if (toStdout) window.ShowPathAs(stdoutFile.Path(), "-");
   // --text/--cut pin the check boxes of every file; the rest follows each survey.
   const PinnedBoxes pinned{arguments.text, arguments.cut};
-  const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(outOperand), pinned, pinned};
+  const RunRequest request{inText, toStdout ? stdoutFile.Path() : AbsoluteEntry(arguments.operands[1]), pinned, pinned};
   // Decided from the input, before anything is written.
   if (toStdout && !arguments.force && BinaryToTerminal(inText, store.Settings, pinned)) {
     return ExitStatus(RunResult::OutputSide);
@@ -326,13 +321,40 @@ int RunConvert(const Arguments& arguments) {
   if (!CloseChangeList(arguments.changes, listFile) && rc == RunResult::Done) return ExitStatus(RunResult::OutputSide);
   // A cancel that came once the last file was being put in place did not
   // stop it: the run is done (130 would say that file was left untouched).
-  if (rc == RunResult::Done && window.PairsStarted() == 0) SayNothingToConvert(inOperand, store.Settings);
+  if (rc == RunResult::Done && window.PairsStarted() == 0) SayNothingToConvert(arguments.operands[0], store.Settings);
   const int error = rc == RunResult::Done && toStdout ? stdoutFile.Send() : streams.outError;
   if (error != 0) {
     Say(std::string("ferrox: ") + Tr("standard output: ", "標準出力: ") + std::strerror(error));
     return ExitStatus(RunResult::OutputSide);
   }
   return ExitStatus(rc);
+}
+
+}  // namespace
+
+int RunConvert(const Arguments& arguments) {
+  SettingsStore store;
+  if (!LoadSettings(store, arguments)) return ExitStatus(RunResult::SettingsSide);
+  const std::string& inOperand = arguments.operands[0];
+  const bool fromStdin = inOperand == "-";
+  const bool toStdout = arguments.operands[1] == "-";
+  std::string inText = AbsoluteEntry(inOperand);
+  if (toStdout && !fromStdin && (HasWildcard(inText) || inText.front() == '"' || IsFolder(inText))) {
+    Say(std::string("ferrox: ") + Tr("standard output (-) takes one input file", "標準出力 (-) に書けるのは 1 つのファイルだけです"));
+    return kExitUsage;
+  }
+
+  CliWindow::CatchInterrupt();
+  StdinFile stdinFile;
+  StreamEnds streams;
+  if (fromStdin) {
+    if (const std::optional<int> status = SpoolStdin(stdinFile, streams, store.Settings, inText)) {
+      return *status;
+    }
+  }
+  StdoutFile stdoutFile;
+  if (toStdout && !SpoolStdout(stdoutFile, streams)) return ExitStatus(RunResult::OutputSide);
+  return ConvertEntry(arguments, store, inText, stdoutFile, streams);
 }
 
 int RunSurvey(const Arguments& arguments) {
