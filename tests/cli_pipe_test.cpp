@@ -142,7 +142,7 @@ TEST_F(CliPipe, OutputFlowsWhileInputArrivesAndFailuresEndTheRunCleanly) {
   Write("rest.txt", rest);
   ASSERT_EQ(Run({"convert", "whole.txt", "file.txt"}).status, 0);
   // The producer sends the rest only once output has come out.
-  const char* waitForOutput = "i=0; while [ ! -s out ] && [ $i -lt 200 ]; do sleep 0.05; i=$((i+1)); done; ";
+  const char* waitForOutput = "i=0; while [ ! -s out ] && [ $i -lt 600 ]; do sleep 0.05; i=$((i+1)); done; ";
   const CliResult slow = Run(InShell(std::string("{ cat first.txt; ") + waitForOutput +
                                          "[ -s out ] && : > flowed; cat rest.txt; } | \"$0\" \"$@\" > out",
                                      {"convert", "-", "-"}));
