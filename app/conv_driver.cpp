@@ -395,7 +395,7 @@ RunResult ConvDriver::Ferrox_Click_File(const JobRequest& request) {
 
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
-  const JobContext context{window_, settings_, gaiji_, sidecar_, streams_};
+  const JobContext context{window_, settings_, gaiji_, sidecar_, streams_, &survey_};
   if (!inFlight_.empty() && DependsOnInFlight(inPath, outPath)) {
     if (const RunResult rc = FinishInFlight(0, inPath); rc != RunResult::Done) return rc;
   }
