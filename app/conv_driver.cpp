@@ -384,7 +384,8 @@ RunResult ConvDriver::Ferrox_Click_File(const JobRequest& request) {
   const std::string& outPath = request.output;
   const std::string folder = GetParentFolder(outPath);
   if (!folder.empty()) {
-    const bool usable = FileExists(folder) ? IsFolder(folder) : MakeFolder(folder);
+    struct stat st {};
+    const bool usable = ::stat(folder.c_str(), &st) == 0 ? S_ISDIR(st.st_mode) : MakeFolder(folder);
     if (!usable) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
       return RunResult::OutputSide;
