@@ -40,11 +40,13 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "The Ferrox developers <ferrox@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Macintosh and Unix file converter for Japanese Windows users")
 set(CPACK_PACKAGE_DESCRIPTION
-    "Ferrox strips MacBinary wrappers (naming the data fork from the Mac name,
-type and creator), tells text from binary, detects line ends and the
-Japanese code (Shift JIS, JIS, EUC) and writes Shift JIS text with CR LF,
-mapping gaiji through a table and optionally folding lines. It converts one
-file, a folder tree, a wildcard or a list in one run, and works in pipes.
+    "Ferrox unwraps Mac files (MacBinary, BinHex 4.0, AppleSingle and
+AppleDouble sidecars), naming the data fork from the Mac name, type and
+creator; tells text from binary; detects line ends and the Japanese code
+(Shift JIS, JIS, EUC, UTF-8); and writes Shift JIS text with CR LF, mapping
+Apple's extension codes and gaiji through a table and optionally folding
+lines. It converts one file, a folder tree, a wildcard or a list in one run,
+and works in pipes.
 .
 This package holds the command ferrox and the desktop program ferrox-gui.")
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
