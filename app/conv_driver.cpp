@@ -384,7 +384,8 @@ RunResult ConvDriver::Ferrox_Click_File(const JobRequest& request) {
   const std::string& outPath = request.output;
   const std::string folder = GetParentFolder(outPath);
   if (!folder.empty()) {
-    const bool usable = FileExists(folder) ? IsFolder(folder) : MakeFolder(folder);
+    struct stat st {};
+    const bool usable = ::stat(folder.c_str(), &st) == 0 ? S_ISDIR(st.st_mode) : MakeFolder(folder);
     if (!usable) {
       window_.Message("出力ﾌｧｲﾙのﾊﾟｽが不正です");
       return RunResult::OutputSide;
@@ -395,7 +396,7 @@ RunResult ConvDriver::Ferrox_Click_File(const JobRequest& request) {
 
   // Without a job flag a file onto itself is left as it is; onto another name it is copied.
   const bool leftAsItIs = flags == 0 && IsOtherFile(inPath, outPath) == 0;
-  const JobContext context{window_, settings_, gaiji_, sidecar_, streams_};
+  const JobContext context{window_, settings_, gaiji_, sidecar_, streams_, &survey_};
   if (!inFlight_.empty() && DependsOnInFlight(inPath, outPath)) {
     if (const RunResult rc = FinishInFlight(0, inPath); rc != RunResult::Done) return rc;
   }

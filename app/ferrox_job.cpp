@@ -10,7 +10,6 @@
 #include <future>
 #include <memory>
 #include <optional>
-#include <system_error>
 #include <vector>
 
 #include "analysis/file_survey.h"
@@ -20,6 +19,7 @@
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
 #include "app/engine_settings.h"
+#include "app/flush_pool.h"
 #include "app/path_helpers.h"
 #include "convert/change_account.h"
 #include "app/work_files.h"
@@ -160,9 +160,10 @@ bool KeepFork(const std::string& from, std::int64_t at, std::int64_t length,
   return !plan.keptFork.empty() && WriteAppleDoubleFrom(from, at, length, finderInfo, plan.keptFork);
 }
 
-// The plan: the input unwrapped and surveyed afresh (a remembered survey
-// could belong to what lay at this name before an earlier pair of the run
-// replaced it), where its data lies, which dates and forks go with it.
+// The plan: the input unwrapped and surveyed (the driver's survey of the same
+// file is reused only while device, inode, length and times show it is the
+// file that survey read, not what an earlier pair of the run put at its name),
+// where its data lies, which dates and forks go with it.
 JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cleanup, JobPlan& plan) {
   const ConversionSettings& settings = context.settings;
   const std::string& inPath = request.input;
@@ -171,7 +172,9 @@ JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFile
   if (const JobResult rc = UnwrapInput(inPath, context, cleanup, plan, wrapped); rc != JobResult::Done) return rc;
   const bool unwrapped = plan.source != inPath;
   MacBinaryInfo info;
-  const SurveyKind kind = FileSurvey().SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
+  FileSurvey fresh;
+  FileSurvey& survey = context.survey != nullptr ? *context.survey : fresh;
+  const SurveyKind kind = survey.SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
   if (!Surveyed(kind)) return JobResult::Failed;
 
   const bool keepFork = (settings.FileMode & file_mode::kResourceForks) != 0 && !plan.toStream;
@@ -284,6 +287,12 @@ Disposal DisposalOf(const std::string& outPath, std::uint16_t fileMode) {
 // What a job holds between its staged output and the output's move into place.
 struct PendingOutput::State {
   explicit State(ConvWindow& w) : window(w) {}
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+  // A flush still under way is waited for before the descriptors close.
+  ~State() {
+    if (flushed.valid()) flushed.wait();
+  }
   ConvWindow& window;
   WorkFiles cleanup;
   Fd work;
@@ -298,7 +307,6 @@ struct PendingOutput::State {
   std::uint16_t fileMode = 0;
   bool sameFile = false;
   std::int64_t forkNote = 0;  // resource fork bytes the output leaves out, said when placed
-  // Declared last, so that it is waited for before the descriptors close.
   std::future<int> flushed;
 };
 
@@ -317,12 +325,8 @@ const std::string& PendingOutput::OutputPath() const noexcept { return state_->o
 
 void PendingOutput::StartFlush() {
   if (state_ == nullptr || state_->flushed.valid()) return;
-  const int fd = state_->placed;
-  try {
-    state_->flushed = std::async(std::launch::async, [fd] { return ::fsync(fd) == 0 ? 0 : errno; });
-  } catch (const std::system_error&) {
-    // No thread to spare: Finish flushes on its own.
-  }
+  // Without a thread to spare, Finish flushes on its own.
+  state_->flushed = ferrox::StartFlush(state_->placed);
 }
 
 // The place stage.

@@ -27,6 +27,7 @@
 namespace ferrox {
 
 class ConvWindow;
+class FileSurvey;
 class GaijiTable;
 struct ConversionSettings;
 
@@ -52,6 +53,9 @@ struct JobContext {
   const GaijiTable* gaiji = nullptr;
   std::string sidecar;  // an AppleDouble file lending type, creator, dates and resource fork
   const StreamEnds* streams = nullptr;
+  // The survey that chose the job flags: it answers again without reading
+  // only while the input is provably the file it read. Null: a fresh one.
+  FileSurvey* survey = nullptr;
 };
 
 // Job flags (what the two check boxes say for the file).
@@ -82,7 +86,7 @@ class PendingOutput {
   [[nodiscard]] const std::string& InputPath() const noexcept;
   [[nodiscard]] const std::string& OutputPath() const noexcept;
 
-  // Starts the flush to disk on a helper thread (where one can be had).
+  // Starts the flush to disk on a thread of the flush pool (where one can be had).
   void StartFlush();
   // Waits for the flush (or flushes), then dates the output and puts it in
   // place (the place stage of the job); the results of Ferrox.
