@@ -36,7 +36,12 @@ def build(kind, args):
     if args.data:
         entries.append((1, open(args.data, "rb").read()))
     filler = b"Mac OS X        " if args.macos else bytes(16)
-    head = struct.pack(">II16sH", MAGIC[kind], 0x00020000, filler, len(entries))
+    return pack(MAGIC[kind], entries, filler)
+
+
+def pack(magic, entries, filler=bytes(16)):
+    """The header, the entry table and the entries' bytes, in the given order."""
+    head = struct.pack(">II16sH", magic, 0x00020000, filler, len(entries))
     offset = len(head) + 12 * len(entries)
     table, body = b"", b""
     for eid, payload in entries:

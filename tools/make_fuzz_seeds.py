@@ -6,6 +6,8 @@ import os
 import struct
 import sys
 
+import apple_double
+
 TEXT = "ファイルの変換を始めます。半角ｶﾀｶﾅと全角カタカナ、漢字とASCII。\n二行目です。①②③\n"
 
 
@@ -73,16 +75,6 @@ def binhex_seed(name, ftype, creator, data, rsrc=b""):
     return b"(This file must be converted with BinHex 4.0)\n" + lines + b":\n"
 
 
-def apple_seed(magic, entries):
-    head = struct.pack(">II16sH", magic, 0x20000, b"", len(entries))
-    offset = len(head) + 12 * len(entries)
-    table, body = b"", b""
-    for eid, payload in entries:
-        table += struct.pack(">III", eid, offset + len(body), len(payload))
-        body += payload
-    return head + table + body
-
-
 def main():
     out = sys.argv[1] if len(sys.argv) > 1 else "seeds"
     corpora = {
@@ -102,9 +94,9 @@ def main():
             "runs": binhex_seed(b"r", b"BINA", b"????", b"\x90" * 300 + b"\0" * 500, b"R" * 70),
         },
         "fuzz_apple_single": {
-            "single": apple_seed(0x51600, [(3, "メモ".encode()), (8, struct.pack(">iiii", 0, 86400, 0, 0)),
+            "single": apple_double.pack(0x51600, [(3, "メモ".encode()), (8, struct.pack(">iiii", 0, 86400, 0, 0)),
                                            (9, b"TEXTttxt" + bytes(24)), (1, b"data\r"), (2, b"rsrc")]),
-            "double": apple_seed(0x51607, [(9, b"PDF CARO" + bytes(24)), (2, bytes(300))]),
+            "double": apple_double.pack(0x51607, [(9, b"PDF CARO" + bytes(24)), (2, bytes(300))]),
         },
         "fuzz_suffix_table": {
             "basic": "/comment\r\ntxt\tTEXT\tttxt\t説明\r\n.doc\tW?BN\tMSWD\tWord\r\nPunct=,\r\njpg,JPEG,,\r\nlast,line".encode("cp932"),
