@@ -116,25 +116,24 @@ static int is_regular_fd(int fd) {
 
 #define REAL(name) static __typeof__(&name) real_##name; if (!real_##name) real_##name = (__typeof__(&name))dlsym(RTLD_NEXT, #name)
 
-ssize_t write(int fd, const void *buf, size_t n) {
-  REAL(write);
-  if (is_regular_fd(fd) && hit(F_WRITE)) { errno = fail_errno; return -1; }
-  return real_write(fd, buf, n);
-}
+/* A call of family `fam` that fails when `counted` holds and hit() picks it. */
+#define FAILING(ret, name, fam, counted, params, args) \
+  ret name params { \
+    REAL(name); \
+    if ((counted) && hit(fam)) { errno = fail_errno; return -1; } \
+    return real_##name args; \
+  }
 
-ssize_t pwrite64(int fd, const void *buf, size_t n, off_t off) {
-  REAL(pwrite64);
-  if (is_regular_fd(fd) && hit(F_WRITE)) { errno = fail_errno; return -1; }
-  return real_pwrite64(fd, buf, n, off);
-}
-
+FAILING(ssize_t, write, F_WRITE, is_regular_fd(fd), (int fd, const void *buf, size_t n), (fd, buf, n))
+FAILING(ssize_t, pwrite64, F_WRITE, is_regular_fd(fd), (int fd, const void *buf, size_t n, off_t off),
+        (fd, buf, n, off))
 ssize_t pwrite(int fd, const void *buf, size_t n, off_t off) { return pwrite64(fd, buf, n, off); }
-
-ssize_t writev(int fd, const struct iovec *iov, int cnt) {
-  REAL(writev);
-  if (is_regular_fd(fd) && hit(F_WRITE)) { errno = fail_errno; return -1; }
-  return real_writev(fd, iov, cnt);
-}
+FAILING(ssize_t, writev, F_WRITE, is_regular_fd(fd), (int fd, const struct iovec *iov, int cnt), (fd, iov, cnt))
+FAILING(ssize_t, copy_file_range, F_WRITE, is_regular_fd(out),
+        (int in, loff_t *oin, int out, loff_t *oout, size_t n, unsigned flags), (in, oin, out, oout, n, flags))
+FAILING(ssize_t, sendfile64, F_WRITE, is_regular_fd(out), (int out, int in, off64_t *off, size_t n),
+        (out, in, off, n))
+ssize_t sendfile(int out, int in, off_t *off, size_t n) { return sendfile64(out, in, (off64_t *)off, n); }
 
 size_t fwrite(const void *buf, size_t size, size_t n, FILE *stream) {
   REAL(fwrite);
@@ -145,166 +144,57 @@ size_t fwrite(const void *buf, size_t size, size_t n, FILE *stream) {
   return real_fwrite(buf, size, n, stream);
 }
 
-int rename(const char *a, const char *b) {
-  REAL(rename);
-  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
-  return real_rename(a, b);
-}
+FAILING(int, rename, F_RENAME, 1, (const char *a, const char *b), (a, b))
+FAILING(int, renameat, F_RENAME, 1, (int da, const char *a, int db, const char *b), (da, a, db, b))
+FAILING(int, renameat2, F_RENAME, 1, (int da, const char *a, int db, const char *b, unsigned flags),
+        (da, a, db, b, flags))
+FAILING(int, link, F_RENAME, 1, (const char *a, const char *b), (a, b))
+FAILING(int, fsync, F_FSYNC, 1, (int fd), (fd))
+FAILING(int, fdatasync, F_FSYNC, 1, (int fd), (fd))
+FAILING(int, unlink, F_REMOVE, 1, (const char *path), (path))
+FAILING(int, unlinkat, F_REMOVE, 1, (int dir, const char *path, int flags), (dir, path, flags))
+FAILING(int, rmdir, F_REMOVE, 1, (const char *path), (path))
+FAILING(int, mkdir, F_OPEN, 1, (const char *path, mode_t mode), (path, mode))
+FAILING(int, fchmod, F_MODE, 1, (int fd, mode_t mode), (fd, mode))
+FAILING(int, chmod, F_MODE, 1, (const char *path, mode_t mode), (path, mode))
+FAILING(int, fchmodat, F_MODE, 1, (int dir, const char *path, mode_t mode, int flags), (dir, path, mode, flags))
+FAILING(int, fchown, F_MODE, 1, (int fd, uid_t uid, gid_t gid), (fd, uid, gid))
+FAILING(int, chown, F_MODE, 1, (const char *path, uid_t uid, gid_t gid), (path, uid, gid))
+FAILING(int, lchown, F_MODE, 1, (const char *path, uid_t uid, gid_t gid), (path, uid, gid))
+FAILING(int, fchownat, F_MODE, 1, (int dir, const char *path, uid_t uid, gid_t gid, int flags),
+        (dir, path, uid, gid, flags))
+FAILING(int, futimens, F_TIMES, 1, (int fd, const struct timespec times[2]), (fd, times))
+FAILING(int, utimensat, F_TIMES, 1, (int dir, const char *path, const struct timespec times[2], int flags),
+        (dir, path, times, flags))
+FAILING(int, utimes, F_TIMES, 1, (const char *path, const struct timeval times[2]), (path, times))
 
-int renameat(int da, const char *a, int db, const char *b) {
-  REAL(renameat);
-  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
-  return real_renameat(da, a, db, b);
-}
-
-int renameat2(int da, const char *a, int db, const char *b, unsigned flags) {
-  REAL(renameat2);
-  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
-  return real_renameat2(da, a, db, b, flags);
-}
-
-int link(const char *a, const char *b) {
-  REAL(link);
-  if (hit(F_RENAME)) { errno = fail_errno; return -1; }
-  return real_link(a, b);
-}
-
-int fsync(int fd) {
-  REAL(fsync);
-  if (hit(F_FSYNC)) { errno = fail_errno; return -1; }
-  return real_fsync(fd);
-}
-
-int fdatasync(int fd) {
-  REAL(fdatasync);
-  if (hit(F_FSYNC)) { errno = fail_errno; return -1; }
-  return real_fdatasync(fd);
-}
+/* The mode argument is there only when the flags create a file. */
+#define MODE_ARG(flags) \
+  mode_t mode = 0; \
+  if ((flags) & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
 
 static int creating(int flags) { return (flags & (O_CREAT | O_TRUNC)) != 0; }
 
 int open64(const char *path, int flags, ...) {
   REAL(open64);
-  mode_t mode = 0;
-  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  MODE_ARG(flags);
   if (creating(flags) && hit(F_OPEN)) { errno = fail_errno; return -1; }
   return real_open64(path, flags, mode);
 }
 
 int open(const char *path, int flags, ...) {
-  mode_t mode = 0;
-  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  MODE_ARG(flags);
   return open64(path, flags, mode);
 }
 
 int openat64(int dir, const char *path, int flags, ...) {
   REAL(openat64);
-  mode_t mode = 0;
-  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  MODE_ARG(flags);
   if (creating(flags) && hit(F_OPEN)) { errno = fail_errno; return -1; }
   return real_openat64(dir, path, flags, mode);
 }
 
 int openat(int dir, const char *path, int flags, ...) {
-  mode_t mode = 0;
-  if (flags & (O_CREAT | O_TMPFILE)) { va_list ap; va_start(ap, flags); mode = va_arg(ap, mode_t); va_end(ap); }
+  MODE_ARG(flags);
   return openat64(dir, path, flags, mode);
-}
-
-ssize_t copy_file_range(int in, loff_t *oin, int out, loff_t *oout, size_t n, unsigned flags) {
-  REAL(copy_file_range);
-  if (is_regular_fd(out) && hit(F_WRITE)) { errno = fail_errno; return -1; }
-  return real_copy_file_range(in, oin, out, oout, n, flags);
-}
-
-ssize_t sendfile64(int out, int in, off64_t *off, size_t n) {
-  REAL(sendfile64);
-  if (is_regular_fd(out) && hit(F_WRITE)) { errno = fail_errno; return -1; }
-  return real_sendfile64(out, in, off, n);
-}
-
-ssize_t sendfile(int out, int in, off_t *off, size_t n) { return sendfile64(out, in, (off64_t *)off, n); }
-
-int unlink(const char *path) {
-  REAL(unlink);
-  if (hit(F_REMOVE)) { errno = fail_errno; return -1; }
-  return real_unlink(path);
-}
-
-int unlinkat(int dir, const char *path, int flags) {
-  REAL(unlinkat);
-  if (hit(F_REMOVE)) { errno = fail_errno; return -1; }
-  return real_unlinkat(dir, path, flags);
-}
-
-int rmdir(const char *path) {
-  REAL(rmdir);
-  if (hit(F_REMOVE)) { errno = fail_errno; return -1; }
-  return real_rmdir(path);
-}
-
-int mkdir(const char *path, mode_t mode) {
-  REAL(mkdir);
-  if (hit(F_OPEN)) { errno = fail_errno; return -1; }
-  return real_mkdir(path, mode);
-}
-
-int fchmod(int fd, mode_t mode) {
-  REAL(fchmod);
-  if (hit(F_MODE)) { errno = fail_errno; return -1; }
-  return real_fchmod(fd, mode);
-}
-
-int chmod(const char *path, mode_t mode) {
-  REAL(chmod);
-  if (hit(F_MODE)) { errno = fail_errno; return -1; }
-  return real_chmod(path, mode);
-}
-
-int fchmodat(int dir, const char *path, mode_t mode, int flags) {
-  REAL(fchmodat);
-  if (hit(F_MODE)) { errno = fail_errno; return -1; }
-  return real_fchmodat(dir, path, mode, flags);
-}
-
-int fchown(int fd, uid_t uid, gid_t gid) {
-  REAL(fchown);
-  if (hit(F_MODE)) { errno = fail_errno; return -1; }
-  return real_fchown(fd, uid, gid);
-}
-
-int chown(const char *path, uid_t uid, gid_t gid) {
-  REAL(chown);
-  if (hit(F_MODE)) { errno = fail_errno; return -1; }
-  return real_chown(path, uid, gid);
-}
-
-int lchown(const char *path, uid_t uid, gid_t gid) {
-  REAL(lchown);
-  if (hit(F_MODE)) { errno = fail_errno; return -1; }
-  return real_lchown(path, uid, gid);
-}
-
-int fchownat(int dir, const char *path, uid_t uid, gid_t gid, int flags) {
-  REAL(fchownat);
-  if (hit(F_MODE)) { errno = fail_errno; return -1; }
-  return real_fchownat(dir, path, uid, gid, flags);
-}
-
-int futimens(int fd, const struct timespec times[2]) {
-  REAL(futimens);
-  if (hit(F_TIMES)) { errno = fail_errno; return -1; }
-  return real_futimens(fd, times);
-}
-
-int utimensat(int dir, const char *path, const struct timespec times[2], int flags) {
-  REAL(utimensat);
-  if (hit(F_TIMES)) { errno = fail_errno; return -1; }
-  return real_utimensat(dir, path, times, flags);
-}
-
-int utimes(const char *path, const struct timeval times[2]) {
-  REAL(utimes);
-  if (hit(F_TIMES)) { errno = fail_errno; return -1; }
-  return real_utimes(path, times);
 }
