@@ -1,4 +1,5 @@
-// The conversion pass: block converters on byte tables, then whole files.
+// The conversion pass: block converters on byte tables, then whole files, and UTF-8
+// against iconv.
 
 #include "convert/ferrox_conv.h"
 
@@ -16,11 +17,13 @@
 #include <string>
 #include <vector>
 
+#include "analysis/survey_flags.h"
 #include "convert/block_converter.h"
 #include "convert/gaiji_table.h"
 #include "convert/output_file.h"
 #include "convert/result_code.h"
-#include "helpers/scratch_dir.h"
+#include "helpers/cli_runner.h"
+#include "text/nfc_data.h"
 
 namespace ferrox {
 namespace {
@@ -28,6 +31,7 @@ namespace {
 namespace fs = std::filesystem;
 using Bytes = std::string;
 using testing::ReadAll;
+using testing::Iconv;
 using testing::ScratchDir;
 
 constexpr std::uint16_t kSjisFile = 0x0112;  // Shift JIS, CR LF, Shift JIS mark
@@ -338,6 +342,85 @@ TEST_F(FerroxConvFile, FullDiskGivesMinusSevenAndNoOutput) {
     EXPECT_FALSE(fs::exists(small / "out"));
   }
   ::umount(small.c_str());
+}
+
+std::string Utf8(char32_t cp) {
+  std::string s;
+  if (cp < 0x80) return s += static_cast<char>(cp);
+  if (cp < 0x800) return s += {static_cast<char>(0xC0 | cp >> 6), static_cast<char>(0x80 | (cp & 0x3F))};
+  return s += {static_cast<char>(0xE0 | cp >> 12), static_cast<char>(0x80 | (cp >> 6 & 0x3F)),
+               static_cast<char>(0x80 | (cp & 0x3F))};
+}
+
+const nfc_data::Decomposition* Find(char32_t cp) {
+  for (const auto& d : nfc_data::kDecompositions) {
+    if (d.cp == cp) return &d;
+  }
+  return nullptr;
+}
+
+std::string Nfd(char32_t cp) {
+  const auto* d = Find(cp);
+  if (d == nullptr) return Utf8(cp);
+  return Nfd(d->first) + (d->second != 0 ? Nfd(d->second) : "");
+}
+
+std::string ConvertUtf8(const std::string& input, std::int32_t blockSize = kConvBlockSize,
+                        std::uint16_t convMode = 12) {
+  return Convert(input, convMode, survey::kUtf8 | survey::kMarkSjis, 0, blockSize).output;
+}
+
+// Every CP932 character (JIS X 0208, the NEC and IBM extensions, the user
+// area) in NFC and in NFD gives what iconv gives for its NFC form. Of these
+// characters only the Angstrom sign and 23 compatibility ideographs change
+// under NFC, each into the one character of its decomposition; where CP932
+// lacks that character, the one written keeps its own code.
+TEST(Utf8Conversion, EveryCp932CharacterAsIconvMapsItsNfcForm) {
+  std::string nfcText, nfdText, expected;
+  int count = 0;
+  for (int lead = 0x81; lead <= 0xFC; ++lead) {
+    for (int trail = 0x40; trail <= 0xFC; ++trail) {
+      const std::string sjis{static_cast<char>(lead), static_cast<char>(trail)};
+      const std::string u32 = Iconv("UTF-32LE", "CP932", sjis).value_or("");
+      if (u32.size() != 4) continue;
+      const char32_t cp = static_cast<std::uint8_t>(u32[0]) | static_cast<std::uint8_t>(u32[1]) << 8;
+      const auto* d = Find(cp);
+      const char32_t nfc = d != nullptr && d->second == 0 ? d->first : cp;
+      const std::string bytes =
+          Iconv("CP932", "UTF-8", Utf8(nfc)).value_or(Iconv("CP932", "UTF-8", Utf8(cp)).value_or(""));
+      ASSERT_FALSE(bytes.empty()) << std::hex << static_cast<std::uint32_t>(cp);
+      nfcText += Utf8(nfc) + (++count % 40 == 0 ? "\n" : "");
+      nfdText += Nfd(cp) + (count % 40 == 0 ? "\n" : "");
+      expected += bytes + (count % 40 == 0 ? "\r\n" : "");
+    }
+  }
+  EXPECT_GT(count, 9500);
+  EXPECT_EQ(ConvertUtf8(nfcText), expected);
+  EXPECT_EQ(ConvertUtf8(nfdText), expected);
+  EXPECT_EQ(ConvertUtf8(nfdText, 7), expected);
+}
+
+// BOM, a 4-byte character, a voiced mark and line ends wherever a block
+// boundary falls; what CP932 lacks and what is not UTF-8 become 〓.
+TEST(Utf8Conversion, SameAtEveryBlockBoundary) {
+  struct { const char* name; std::string in, out; } const rows[] = {
+      {"BOM dropped, か+゛ composed", "\xef\xbb\xbf\xe3\x81\x8b\xe3\x82\x99x", "\x82\xaax"},
+      {"BOM only at the start", "a\xef\xbb\xbf", "a\x81\xac"},
+      {"4-byte character", "a\xf0\x9f\x98\x80" "b", "a\x81\xac" "b"},
+      {"semi-voiced mark, half-width kana", "\xe3\x83\x8f\xe3\x82\x9a\xef\xbd\xb1", "\x83\x70\xb1"},
+      {"A + ring is the Angstrom sign's Å", "A\xcc\x8a\xc3\x85", "\x81\xf0\x81\xf0"},
+      {"Windows' choices: 〜 ～ − ¥", "\xe3\x80\x9c\xef\xbd\x9e\xe2\x88\x92\xc2\xa5", "\x81\x60\x81\x60\x81\x7c\x5c"},
+      {"line ends, tab kept, EOF and controls dropped", "a\rb\nc\r\n\td\x1a\x01", "a\r\nb\r\nc\r\n\td"},
+      {"faulty bytes, a cut character at the end", "\xff\xc0\x80z\xe3\x81", "\x81\xac\x81\xac\x81\xacz\x81\xac"},
+      {"a mark with nothing before it", "\xe3\x82\x99", "\x81\xac"},
+  };
+  for (const auto& row : rows) {
+    for (std::int32_t block = 3; block <= 12; ++block) {
+      EXPECT_EQ(ConvertUtf8(row.in, block), row.out) << row.name << ", block " << block;
+    }
+    EXPECT_EQ(ConvertUtf8(row.in), row.out) << row.name;
+  }
+  EXPECT_EQ(ConvertUtf8("abc\xe3\x81\x82", kConvBlockSize, 12 | 1), "abc\x82\xa0\x1a");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// The file survey: flag words, chunking, the ranges FileTypeChk picks, its memory.
+// The file survey: flag words (UTF-8 and the Shift JIS/EUC ties too), chunking, the ranges
+// FileTypeChk picks, its memory.
 
 #include "analysis/file_survey.h"
 
@@ -13,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "analysis/survey_flags.h"
 #include "helpers/scratch_dir.h"
 #include "platform/file_times.h"
 
@@ -145,6 +147,42 @@ TEST(FileTypeChkSub, OffsetsBeyondFourGigabytes) {
   std::uint16_t flags = 0;
   ASSERT_TRUE(FileTypeChkSub(file, at, 7, {0, 3, kPermissiveFull}, sink, flags));
   EXPECT_EQ(flags, 0x0192);
+}
+
+constexpr std::uint16_t kBuiltIn = 12;
+constexpr std::uint16_t kOld = 12 | 32 | 256;  // no UTF-8, the old tie rule
+
+// "カタカナだけのテキスト" twice, EUC-JP: Shift JIS half-width katakana to the old rule.
+const std::string kKanaEuc =
+    "\xa5\xab\xa5\xbf\xa5\xab\xa5\xca\xa4\xc0\xa4\xb1\xa4\xce\xa5\xc6\xa5\xad\xa5\xb9\xa5\xc8\n"s;
+
+TEST(Utf8Survey, FlagWords) {
+  const std::string pad(40, 'x');
+  struct { const char* name; std::string bytes; std::uint16_t builtIn, old; } const rows[] = {
+      {"NFC kana, LF", "\xe3\x81\x8c\xe6\x97\xa5\n" + pad, 0x8140, 0x0142},
+      {"NFD: か and a combining voiced mark", "\xe3\x81\x8b\xe3\x82\x99\r\n" + pad, 0xA110, 0x0112},
+      {"a byte order mark alone decides", "\xef\xbb\xbf" + pad, 0x9100, 0x1102},
+      {"after a BOM a faulty byte is binary", "\xef\xbb\xbf\xff" + pad, 0x9101, 0x0101},
+      {"Latin in two bytes", "caf\xc3\xa9 " + pad, 0x8100, 0x0100},
+      {"a character cut by the end of the range", pad + "\xe3\x81\x8c\xe3\x81", 0x8100, 0x0102},
+      {"overlong: read as Shift JIS", "\xc0\x80\xe3\x81\x8c" + pad, 0x0103, 0x0103},
+      {"surrogate", "\xed\xa0\x80\xe3\x81\x8c" + pad, 0x1103, 0x1103},
+      {"above U+10FFFF", "\xf4\x90\x80\x80\xe3\x81\x8c" + pad, 0x0000, 0x0000},
+      {"C1 control: Shift JIS ﾂ、", "\xc2\x81\x41" + pad, 0x0102, 0x0102},
+      {"control bytes within the allowance", "\xe3\x81\x8c\x01" + pad, 0x8101, 0x0000},
+      {"EUC kana only", kKanaEuc + kKanaEuc, 0x0848, 0x0140},
+      {"Shift JIS half-width katakana: no call either way", "\xc3\xde\xb0\xc0 \xb6\xc0\xb6\xc5\n" + pad, 0x0140, 0x0140},
+      {"EUC read as katakana starting with ﾞ", "ab \xde\xa4\xb3\xa4\n" + pad, 0x0848, 0x0140},
+  };
+  const ScratchDir dir;
+  for (const auto& row : rows) {
+    EXPECT_EQ(Survey(dir, row.bytes, kBuiltIn), row.builtIn) << row.name;
+    EXPECT_EQ(Survey(dir, row.bytes, kOld), row.old) << row.name;
+    // The UTF-8 reading does not depend on where chunks end.
+    for (std::size_t chunk = 3; (row.builtIn & survey::kUtf8) != 0 && chunk < 12; ++chunk) {
+      EXPECT_EQ(Survey(dir, row.bytes, kBuiltIn, 3, chunk), row.builtIn) << row.name << ", chunk " << chunk;
+    }
+  }
 }
 
 // Counts the event pumps, to see whether a survey read the file.

@@ -5,16 +5,18 @@
 #include "convert/transcoders.h"
 
 #include <gtest/gtest.h>
-#include <iconv.h>
 
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "helpers/cli_runner.h"
+
 namespace ferrox {
 namespace {
 
 using Mode = GaijiPolicy::Mode;
+using testing::Iconv;
 using Copier = void (*)(std::uint8_t*, const std::uint8_t*, BufIndex&, BufIndex&, BufIndex,
                         BufIndex&, const GaijiPolicy&);
 
@@ -37,20 +39,6 @@ struct Cell {
 };
 const Copier kCopiers[] = {SjisCopy, EucCopy, JisZenCopy};
 const char* const kCodeNames[] = {"Shift JIS", "EUC", "JIS"};
-
-std::optional<std::string> Iconv(const char* to, const char* from, std::string in) {
-  const iconv_t cd = iconv_open(to, from);
-  if (cd == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
-  std::string out(in.size() * 4 + 16, '\0');
-  char* src = in.data();
-  char* dst = out.data();
-  std::size_t left = in.size(), room = out.size();
-  const std::size_t rc = iconv(cd, &src, &left, &dst, &room);
-  iconv_close(cd);
-  if (rc == static_cast<std::size_t>(-1) || left != 0) return std::nullopt;
-  out.resize(out.size() - room);
-  return out;
-}
 
 // Every JIS X 0208 character with its Shift JIS bytes as iconv gives them:
 // EUC-JP -> UTF-8 -> CP932. Cells either step refuses are no characters of both codes.

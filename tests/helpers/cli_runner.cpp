@@ -100,21 +100,23 @@ std::map<std::string, long> FaultCounts(const std::string& file) {
   return counts;
 }
 
-std::string Encode(const std::string& utf8, const char* code) {
-  iconv_t cd = ::iconv_open(code, "UTF-8");
-  if (cd == reinterpret_cast<iconv_t>(-1)) return {};
-  std::string in = utf8;
-  std::string out(in.size() * 4 + 16, '\0');
-  char* src = in.data();
-  std::size_t srcLeft = in.size();
+std::optional<std::string> Iconv(const char* to, const char* from, std::string text) {
+  iconv_t cd = ::iconv_open(to, from);
+  if (cd == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
+  std::string out(text.size() * 4 + 16, '\0');
+  char* src = text.data();
+  std::size_t srcLeft = text.size();
   char* dst = out.data();
   std::size_t dstLeft = out.size();
-  ::iconv(cd, &src, &srcLeft, &dst, &dstLeft);
-  ::iconv(cd, nullptr, nullptr, &dst, &dstLeft);  // back to ASCII for stateful codes
+  const bool ok = ::iconv(cd, &src, &srcLeft, &dst, &dstLeft) != static_cast<std::size_t>(-1) &&
+                  ::iconv(cd, nullptr, nullptr, &dst, &dstLeft) != static_cast<std::size_t>(-1);
   ::iconv_close(cd);
+  if (!ok) return std::nullopt;
   out.resize(out.size() - dstLeft);
   return out;
 }
+
+std::string Encode(const std::string& utf8, const char* code) { return Iconv(code, "UTF-8", utf8).value_or(""); }
 
 std::string Sjis(const std::string& utf8) { return Encode(utf8, "CP932"); }
 

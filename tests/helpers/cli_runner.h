@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -64,7 +65,10 @@ class CliTest : public ::testing::Test {
 // What the fault shim counted into `file` (FERROX_FAULT_COUNT): calls by family.
 std::map<std::string, long> FaultCounts(const std::string& file);
 
-// CP932 bytes of a UTF-8 text, and EUC-JP / ISO-2022-JP bytes through iconv.
+// `text` in another code through iconv, back in the initial shift state;
+// nothing when iconv cannot convert all of it.
+std::optional<std::string> Iconv(const char* to, const char* from, std::string text);
+// CP932 bytes of a UTF-8 text, and EUC-JP / ISO-2022-JP bytes.
 std::string Sjis(const std::string& utf8);
 std::string Encode(const std::string& utf8, const char* code);
 
