@@ -16,6 +16,7 @@
 namespace ferrox {
 namespace {
 
+using reference::Hex;
 using reference::Impl;
 
 struct Converted {
@@ -34,16 +35,6 @@ Converted Convert(const std::string& text, bool full, std::uint16_t convMode, bo
                                         &c.changes);
   c.bytes.assign(out.begin(), out.end());
   return c;
-}
-
-std::string Hex(std::string_view bytes) {
-  std::string s;
-  for (const char c : bytes) {
-    char two[4];
-    std::snprintf(two, sizeof two, " %02X", static_cast<unsigned char>(c));
-    s += two;
-  }
-  return s;
 }
 
 std::string Bytes(const MacCode& c) {

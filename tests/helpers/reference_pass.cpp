@@ -320,9 +320,15 @@ BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex l
   return o;
 }
 
-}  // namespace ferrox::reference
-
-namespace ferrox::reference {
+std::string Hex(std::string_view bytes) {
+  static const char* const kDigits = "0123456789ABCDEF";
+  std::string s;
+  for (const char c : bytes) {
+    const auto b = static_cast<unsigned char>(c);
+    s += {' ', kDigits[b >> 4], kDigits[b & 15]};
+  }
+  return s;
+}
 
 namespace {
 class ChangeText final : public ChangeSink {
@@ -336,15 +342,6 @@ class ChangeText final : public ChangeSink {
   }
 
  private:
-  static std::string Hex(std::string_view bytes) {
-    static const char* const kDigits = "0123456789ABCDEF";
-    std::string s;
-    for (const char c : bytes) {
-      const auto b = static_cast<unsigned char>(c);
-      s += {' ', kDigits[b >> 4], kDigits[b & 15]};
-    }
-    return s;
-  }
   std::string& text_;
 };
 }  // namespace

@@ -6,6 +6,11 @@
 
 #include "convert/block_converter.h"
 
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace ferrox::reference {
 
 [[nodiscard]] BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
@@ -15,14 +20,6 @@ namespace ferrox::reference {
 [[nodiscard]] BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in,
                                          BufIndex length, const BlockSettings& settings,
                                          BufIndex& carry) noexcept;
-
-}  // namespace ferrox::reference
-
-#include <cstddef>
-#include <string>
-#include <vector>
-
-namespace ferrox::reference {
 
 // Which converter RunBlocks drives.
 enum class Impl { kFast, kReference };
@@ -38,5 +35,8 @@ enum class Impl { kFast, kReference };
                                                   const BlockSettings& settings,
                                                   std::uint16_t codeState,
                                                   std::string* changes = nullptr);
+
+// Bytes as the account shows them: " 85 40".
+[[nodiscard]] std::string Hex(std::string_view bytes);
 
 }  // namespace ferrox::reference
