@@ -24,16 +24,6 @@ int Shell(const std::string& folder, const std::string& command) {
   return std::system(("cd '" + folder + "' && " + command).c_str());
 }
 
-// AppleSingle with one entry: id, offset 38, length.
-std::string AppleSingleOf(std::uint32_t id, std::uint32_t length, const std::string& body) {
-  std::string s("\0\x05\x16\0\0\x02\0\0", 8);
-  s += std::string(16, '\0') + std::string("\0\x01", 2);
-  for (const std::uint32_t v : {id, 38u, length}) {
-    for (int k = 24; k >= 0; k -= 8) s += static_cast<char>((v >> k) & 0xFF);
-  }
-  return s + body;
-}
-
 TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
   Write("in/doc.txt", kEuc);
   Write("in/r", kResource);
@@ -69,11 +59,10 @@ TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
 // Without --cut or --text, a binary data fork is taken out of every wrapper alike.
 TEST_F(CliMacFiles, BinaryDataForkNeedsNoPinnedFlags) {
   const std::string data("\0\1\2\3\x90" "binary\xff", 12);
-  const std::string padded = data + std::string(128 - data.size(), '\0');
   const struct { const char* name; std::string bytes; } rows[] = {
-      {"MacBinary", MacBinaryHeaderBytes({"Pict", "PICT", "ttxt", static_cast<std::uint32_t>(data.size()), 0}) + padded},
+      {"MacBinary", MacBinaryFile({"Pict", "PICT", "ttxt"}, data, "")},
       {"BinHex", EncodeBinHex({"Pict", "PICT", "ttxt", data, ""})},
-      {"AppleSingle", AppleSingleOf(1, static_cast<std::uint32_t>(data.size()), data)},
+      {"AppleSingle", AppleFileBytes({{1, 38, static_cast<std::uint32_t>(data.size())}}, data)},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
@@ -118,8 +107,8 @@ TEST_F(CliMacFiles, DamagedInputWritesNothing) {
   BinHexFile badResource = badData;
   badResource.crcXor[1] = 0;
   badResource.crcXor[2] = 1;
-  const std::string past = AppleSingleOf(1, 4096, kEuc);
-  const std::string longName = AppleSingleOf(3, 1000, std::string(1000, 'n'));
+  const std::string past = AppleFileBytes({{1, 38, 4096}}, kEuc);
+  const std::string longName = AppleFileBytes({{3, 38, 1000}}, std::string(1000, 'n'));
   const struct { const char* name; std::string bytes; const char* message; } rows[] = {
       {"data CRC", EncodeBinHex(badData), "BinHexのﾃﾞｰﾀﾌｫｰｸのCRCが一致しません"},
       {"resource CRC", EncodeBinHex(badResource), "BinHexのﾘｿｰｽﾌｫｰｸのCRCが一致しません"},
@@ -148,9 +137,7 @@ TEST_F(CliMacFiles, FolderRunWithMacNamesAndResourceForks) {
   Write("src/r", kResource);
   Write("in/plain.txt", kEuc);
   Write("in/bin.dat", std::string("\0\1\2\3\x90" "binary", 11));
-  Write("in/mb.bin", MacBinaryHeaderBytes({"Report", "TEXT", "ttxt", static_cast<std::uint32_t>(kEuc.size()),
-                                           static_cast<std::uint32_t>(kResource.size())}) +
-                         kEuc + std::string(128 - kEuc.size() % 128, '\0') + kResource);
+  Write("in/mb.bin", MacBinaryFile({"Report", "TEXT", "ttxt"}, kEuc, kResource));
   const std::string src = Path("src");
   ASSERT_EQ(Shell(src, "binhex -d -t TEXT -c ttxt doc.txt > ../in/memo.hqx && cp ../in/memo.hqx ../in/again.hqx"), 0);
   ASSERT_EQ(Shell(src, script + "single ../in/single.as --name 'メモ' --type TEXT --creator ttxt --data doc.txt --rsrc r"), 0);
@@ -215,15 +202,11 @@ const std::string kMapped = Sjis("マックで書いた文書です。\r\n") + "
 const std::string kUnmapped = Sjis("マックで書いた文書です。\r\n") + "\x85\x40\r\n";
 
 TEST_F(CliMacFiles, MacOriginReadsMacJapaneseAndEachChangeIsCounted) {
-  auto macBinary = [](const char* creator, const std::string& data) {
-    return MacBinaryHeaderBytes({"Memo", "TEXT", creator, static_cast<std::uint32_t>(data.size())}) + data +
-           std::string(128 - data.size() % 128, '\0');
-  };
-  Write("in/mb.bin", macBinary("ttxt", kMacText));
+  Write("in/mb.bin", MacBinaryFile({"Memo"}, kMacText, ""));
   Write("in/memo.hqx", EncodeBinHex({"Memo", "TEXT", "ttxt", kMacText, ""}));
   Write("in/plain.txt", kMacText);
   // EUC kanji whose bytes are also Mac vertical forms stay EUC inside a wrapper.
-  Write("in/euc.bin", macBinary("ttxt", Encode("縦書きの文書\n", "EUC-JP")));
+  Write("in/euc.bin", MacBinaryFile({"Memo"}, Encode("縦書きの文書\n", "EUC-JP"), ""));
   const std::string mapped = ": 制御文字などを削除 1、Mac の文字を変換 1、Mac の文字を代替 1\n";
   const struct { const char* input; const char* option; std::string out; std::string err; } rows[] = {
       {"mb.bin", "--mac-japanese-auto", kMapped, mapped},

@@ -34,9 +34,7 @@ TEST_F(CliPipe, EveryPipeFormGivesTheBytesOfTheFileForm) {
   const std::tuple<const char*, std::string, std::vector<std::string>> cases[] = {
       {"euc.txt", Encode("変換のテスト\nｶﾀｶﾅも一行\n最後の行\n", "EUC-JP"), {}},
       {"jis.txt", Encode("変換のテスト\nカタカナも一行\n", "ISO-2022-JP"), {"--eof", "--line-size", "10"}},
-      {"mac.bin", MacBinaryHeaderBytes({Sjis("メモ"), "TEXT", "ttxt", static_cast<std::uint32_t>(data.size()), 10}) +
-                      data + std::string(128 - data.size(), '\0') + "RESOURCE!!" + std::string(118, '\0'),
-       {}},
+      {"mac.bin", MacBinaryFile({Sjis("メモ")}, data, "RESOURCE!!"), {}},
       {"mac-kept.bin", MacBinaryHeaderBytes({Sjis("メモ"), "TEXT", "ttxt", static_cast<std::uint32_t>(data.size())}) + data,
        {"--no-cut"}},
       {"binary.dat", binary, {"--cut"}},

@@ -1,9 +1,10 @@
 #pragma once
-// Builds 128-byte MacBinary headers for tests, field by field.
+// Builds 128-byte MacBinary headers for tests, field by field, and AppleSingle files.
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
 namespace ferrox::testing {
@@ -45,6 +46,22 @@ struct MacBinaryFields {
   f.resourceLength = static_cast<std::uint32_t>(resource.size());
   const auto pad = [](std::string s) { return s.append((128 - s.size() % 128) % 128, '\0'); };
   return MacBinaryHeaderBytes(f) + pad(data) + pad(resource);
+}
+
+// An AppleSingle/AppleDouble file: magic, version, the entries (id, offset,
+// length) and then `body`. AppleSingle with one entry puts its body at 38.
+[[nodiscard]] inline std::string AppleFileBytes(std::initializer_list<std::array<std::uint32_t, 3>> entries,
+                                                const std::string& body, std::uint32_t magic = 0x51600,
+                                                std::uint32_t version = 0x20000) {
+  std::string s;
+  auto be32 = [&s](std::uint32_t v) { for (int k = 24; k >= 0; k -= 8) s += static_cast<char>(v >> k); };
+  be32(magic);
+  be32(version);
+  s.append(16, '\0');
+  s += static_cast<char>(entries.size() >> 8);
+  s += static_cast<char>(entries.size());
+  for (const auto& e : entries) for (const auto v : e) be32(v);
+  return s + body;
 }
 
 }  // namespace ferrox::testing
