@@ -1,4 +1,4 @@
-// The settings store, the suffix table it saves, and the config folder.
+// The settings store and the suffix table it saves.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -11,7 +11,6 @@
 
 #include "app/settings_store.h"
 #include "helpers/scratch_dir.h"
-#include "platform/config_dir.h"
 
 namespace ferrox {
 namespace {
@@ -178,28 +177,6 @@ TEST_F(SettingsStoreTest, TwoProgramsSavingAtOnceLeaveAValidStore) {
   EXPECT_EQ(store.Settings.ChkSize % 100000, kRounds - 1);
   EXPECT_EQ(store.Settings.FNCChar, writer == 1 ? "#" : "%");
   EXPECT_EQ(store.Settings.GaijiTable.size(), writer == 1 ? 200u : 250u);
-}
-
-TEST(ConfigDir, EnvironmentOrder) {
-  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
-      {"/f/dir", "/x", "/h", "/f/dir"}, {"/f/dir/", "/x", "/h", "/f/dir"},   {"", "/x", "/h", "/x/Ferrox"},
-      {nullptr, "/x/", "/h", "/x/Ferrox"}, {nullptr, nullptr, "/h", "/h/.config/Ferrox"},
-      {nullptr, "", "/h/", "/h/.config/Ferrox"},
-  };
-  const auto set = [](const char* name, const char* value) {
-    value != nullptr ? ::setenv(name, value, 1) : ::unsetenv(name);
-  };
-  for (const auto& [ferrox, xdg, home, expected] : cases) {
-    set("FERROX_CONFIG_DIR", ferrox);
-    set("XDG_CONFIG_HOME", xdg);
-    set("HOME", home);
-    EXPECT_EQ(ConfigDir(), expected);
-  }
-  testing::ScratchDir temp;
-  const std::string nested = temp.Path().string() + "/a/b";
-  set("FERROX_CONFIG_DIR", nested.c_str());
-  EXPECT_EQ(EnsureConfigDir(), nested);
-  EXPECT_TRUE(fs::is_directory(nested));
 }
 
 }  // namespace

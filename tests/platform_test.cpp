@@ -1,13 +1,19 @@
-// The freedesktop.org trash, with HOME in a temporary folder.
+// The platform layer: file times in local time and Macintosh seconds as
+// dates, the freedesktop.org trash (HOME in a temporary folder), and the
+// order in which the environment names the config folder.
 
 #include <gtest/gtest.h>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include "helpers/scratch_dir.h"
+#include "platform/config_dir.h"
+#include "platform/file_times.h"
 #include "platform/trash.h"
 
 namespace ferrox {
@@ -15,6 +21,38 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ReadAll;
+
+TEST(MacTimeToDate, KnownDates) {
+  const std::pair<double, DateTime> rows[] = {
+      // 1904 is a leap year of 366 days; 2^31 is past the signed range; 2000 is a leap year; 2^32 - 1 is the largest.
+      {0, {1904, 1, 1, 0, 0, 0, 0, 5}},        {86399, {1904, 1, 1, 23, 59, 59, 0, 5}},
+      {5097600, {1904, 2, 29, 0, 0, 0, 0, 1}}, {31622400, {1905, 1, 1, 0, 0, 0, 0, 0}},
+      {2147483648.0, {1972, 1, 19, 3, 14, 8, 0, 3}}, {3061152000.0, {2001, 1, 1, 0, 0, 0, 0, 1}},
+      {3124152306.0, {2002, 12, 31, 4, 5, 6, 0, 2}}, {4294967295.0, {2040, 2, 6, 6, 28, 15, 0, 1}},
+  };
+  for (const auto& [seconds, expected] : rows) {
+    EXPECT_EQ(MacTimeToDate(seconds), expected) << seconds;
+  }
+}
+
+TEST(FileTimes, SetThenGetGivesTheSameLocalTimes) {
+  const testing::ScratchDir dir;
+  const auto file = dir.Write("a.txt", "abc");
+  FileTimes set;
+  set.LastWrite = {2003, 5, 4, 9, 5, 0, 0, 0};
+  set.LastAccess = {2010, 12, 31, 23, 59, 58, 0, 5};
+  ASSERT_EQ(SetFileTimes(file, set), 0);
+  FileTimes got;
+  ASSERT_EQ(GetFileTimes(file, got), 0);
+  EXPECT_EQ(got.LastWrite, set.LastWrite);
+  EXPECT_EQ(got.LastAccess, set.LastAccess);
+  EXPECT_TRUE(got.CreationKnown || got.Creation == got.LastWrite);
+
+  // A missing file fails and leaves the record alone.
+  EXPECT_EQ(GetFileTimes(dir.Path() / "none", got), -1);
+  EXPECT_EQ(got.LastWrite, set.LastWrite);
+  EXPECT_EQ(SetFileTimes(dir.Path() / "none", set), -1);
+}
 
 class TrashTest : public ::testing::Test {
  protected:
@@ -90,6 +128,28 @@ TEST_F(TrashTest, FileOnAnotherFileSystem) {
   fs::remove(trashed.parent_path().parent_path() / "info" / (trashed.filename().string() + ".trashinfo"), ec);
   fs::remove(trashed, ec);
   if (!hadTopTrash) fs::remove_all(topTrash, ec);
+}
+
+TEST(ConfigDir, EnvironmentOrder) {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+      {"/f/dir", "/x", "/h", "/f/dir"}, {"/f/dir/", "/x", "/h", "/f/dir"},   {"", "/x", "/h", "/x/Ferrox"},
+      {nullptr, "/x/", "/h", "/x/Ferrox"}, {nullptr, nullptr, "/h", "/h/.config/Ferrox"},
+      {nullptr, "", "/h/", "/h/.config/Ferrox"},
+  };
+  const auto set = [](const char* name, const char* value) {
+    value != nullptr ? ::setenv(name, value, 1) : ::unsetenv(name);
+  };
+  for (const auto& [ferrox, xdg, home, expected] : cases) {
+    set("FERROX_CONFIG_DIR", ferrox);
+    set("XDG_CONFIG_HOME", xdg);
+    set("HOME", home);
+    EXPECT_EQ(ConfigDir(), expected);
+  }
+  testing::ScratchDir temp;
+  const std::string nested = temp.Path().string() + "/a/b";
+  set("FERROX_CONFIG_DIR", nested.c_str());
+  EXPECT_EQ(EnsureConfigDir(), nested);
+  EXPECT_TRUE(fs::is_directory(nested));
 }
 
 }  // namespace
