@@ -178,6 +178,7 @@ TEST_F(CliMessages, EveryCheckSaysWhatIsWrong) {
   const std::tuple<std::vector<std::string>, std::string, int> cases[] = {
       {{"   ", "out"}, "入力ﾌｧｲﾙが指定されていません", 1},
       {{"none.txt", "out.txt"}, "入力ﾌｧｲﾙ [@/none.txt] が見つかりません", 1},
+      {{"gone\x1b[2J.txt", "out.txt"}, "入力ﾌｧｲﾙ [@/gone\\x1B[2J.txt] が見つかりません", 1},
       {{longName, "out.txt"}, "入力ﾌｧｲﾙ [" + longName + "] が見つかりません", 1},
       {{"in/a.txt", longName}, "出力ﾌｧｲﾙ/ﾌｫﾙﾀﾞ名が長すぎます", 2},
       {{"\"in/a.txt\",\"in/b.txt\",\"in/a.txt\"", "\"o1\",\"o2\""}, "入力ﾌｧｲﾙと出力ﾌｧｲﾙの数が一致しません", 1},
@@ -219,6 +220,7 @@ TEST_F(CliMessages, SurveyAndNameCommands) {
       {{"survey", "--flags", "none"}, "-1 0x0000\n", 1},
       {{"name", "メモ", "TEXT", "ttxt"}, "メモ.txt\n", 0},
       {{"name", "", "TEXT", "ttxt"}, "\n", 0},
+      {{"name", "\x1b]0;owned\x07memo", "TEXT", "ttxt"}, "\\x1B]0;owned\\x07memo.txt\n", 0},  // no escape reaches a terminal
       {{"name", "--file-mode", "53", "x", "QQQQ", "ZZZZ"}, "x\n", 0},  // without bit 64: the name alone
       {{"survey", "--flags", "late.bin"}, "0 0x0100\n", 0},
       {{"survey", "--flags", "--chk-size", "0", "late.bin"}, "0 0x0000\n", 0},
