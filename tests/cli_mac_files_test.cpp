@@ -40,8 +40,7 @@ TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.input) + " with FileMode " + row.fileMode);
     std::filesystem::remove_all(Path("out"));
-    const CliResult r = Run({"convert", "--file-mode", row.fileMode, "in/" + std::string(row.input), "out/memo.txt"});
-    ASSERT_EQ(r.status, 0) << r.err;
+    const CliResult r = RunOk({"convert", "--file-mode", row.fileMode, "in/" + std::string(row.input), "out/memo.txt"});
     EXPECT_EQ(Read("out/memo.txt"), kConverted);
     // Without FileMode 1024 the message line says what was dropped.
     const bool dropped = !row.sidecar && std::string(row.input) != "macutils.hqx";
@@ -67,8 +66,7 @@ TEST_F(CliMacFiles, BinaryDataForkNeedsNoPinnedFlags) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     Write("in/wrapped", row.bytes);
-    const CliResult r = Run({"convert", "in/wrapped", "out/pict"});
-    ASSERT_EQ(r.status, 0) << r.err;
+    RunOk({"convert", "in/wrapped", "out/pict"});
     EXPECT_EQ(Read("out/pict"), data);
   }
 }
@@ -88,8 +86,7 @@ TEST_F(CliMacFiles, SurveyShowsTheSidecarsMacBlock) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.file);
-    const CliResult r = Run({"survey", "in/" + std::string(row.file)});
-    ASSERT_EQ(r.status, 0) << r.err;
+    const CliResult r = RunOk({"survey", "in/" + std::string(row.file)});
     for (const std::string& line :
          {"このファイルにはAppleDoubleﾌｧｲﾙ [" + std::string(row.sidecar) + "] が付いています。",
           "リソースフォーク  :" + std::string(row.fork) + " Byte", "ファイルタイプ    :[" + std::string(row.type) + "]",
@@ -151,8 +148,7 @@ TEST_F(CliMacFiles, FolderRunWithMacNamesAndResourceForks) {
   const std::string letter = "docs/" + macName("letter");
   const std::string doc2 = doc.substr(0, doc.rfind('.')) + " (2)" + doc.substr(doc.rfind('.'));
 
-  const CliResult r = Run({"convert", "--file-mode", "1653", "in", "out"});
-  ASSERT_EQ(r.status, 0) << r.err;
+  RunOk({"convert", "--file-mode", "1653", "in", "out"});
   std::set<std::string> made;
   for (const auto& e : std::filesystem::recursive_directory_iterator(Path("out"))) {
     if (e.is_regular_file()) made.insert(e.path().string().substr(Path("out/").size()));
@@ -181,8 +177,7 @@ TEST_F(CliMacFiles, KeptMacBinaryIIHeaderStaysValid) {
   const std::string hfs = "HOME='" + root_ + "' ";  // hmount remembers the image in $HOME
   ASSERT_EQ(Shell(root_, "dd if=/dev/zero of=img bs=1k count=800 2>/dev/null && " + hfs + "hformat -l T img >/dev/null && " +
                              hfs + "hcopy -t memo.txt :memo && " + hfs + "hcopy -m :memo in.bin"), 0);
-  const CliResult r = Run({"convert", "--text", "--no-cut", "in.bin", "out.bin"});
-  ASSERT_EQ(r.status, 0) << r.err;
+  const CliResult r = RunOk({"convert", "--text", "--no-cut", "in.bin", "out.bin"});
   const std::string out = Read("out.bin");
   EXPECT_EQ(out.size() % 128, 0u);
   EXPECT_EQ(out.substr(128, 10), "abc\r\nxyz\r\n");
@@ -219,8 +214,7 @@ TEST_F(CliMacFiles, MacOriginReadsMacJapaneseAndEachChangeIsCounted) {
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.input) + " " + row.option);
     std::filesystem::remove_all(Path("out"));
-    const CliResult r = Run({"convert", "--text", "--cut", row.option, "in/" + std::string(row.input), "out/m.txt"});
-    ASSERT_EQ(r.status, 0) << r.err;
+    const CliResult r = RunOk({"convert", "--text", "--cut", row.option, "in/" + std::string(row.input), "out/m.txt"});
     EXPECT_EQ(Read("out/m.txt"), row.out);
     EXPECT_EQ(r.err, row.err.empty() ? "" : Path("in/" + std::string(row.input)) + row.err);
   }
@@ -229,8 +223,7 @@ TEST_F(CliMacFiles, MacOriginReadsMacJapaneseAndEachChangeIsCounted) {
   Write("side/other.txt", kMacText);
   ASSERT_EQ(Shell(Path("side"), "python3 '" FERROX_SOURCE_DIR "/tools/apple_double.py' double ._memo.txt "
                                 "--type TEXT --creator ttxt"), 0);
-  const CliResult r = Run({"convert", "--text", "side", "sideout"});
-  ASSERT_EQ(r.status, 0) << r.err;
+  RunOk({"convert", "--text", "side", "sideout"});
   EXPECT_EQ(Read("sideout/memo.txt"), kMapped);
   EXPECT_EQ(Read("sideout/other.txt"), kUnmapped);
 }

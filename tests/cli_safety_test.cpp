@@ -178,8 +178,7 @@ TEST_F(CliSafety, NoOriginalIsLostWithDefaultSettings) {
   const std::string mac = MacBinaryFile({"memo"}, Euc(2), "resource fork");
   Write("one/memo.bak", mac);
   Write("one/memo.txt", "old memo");
-  CliResult r = Run({"convert", "one/memo.bak", "one/memo.txt"});
-  EXPECT_EQ(r.status, 0) << r.err;
+  CliResult r = RunOk({"convert", "one/memo.bak", "one/memo.txt"});
   EXPECT_EQ(Read("one/memo.bak"), mac);
   EXPECT_EQ(Read("one/memo.txt"), Converted(2));
   EXPECT_TRUE(Holds(ContentsUnder(Path(".home")), "old memo"));
@@ -251,8 +250,7 @@ TEST_F(CliSafety, DevicesPipesAndSocketsAtTheOutputAreLeftAlone) {
 TEST_F(CliSafety, NamesFromAListingAndLetterCase) {
   // "?" and "*" are legal in Mac names: a walk takes them as names.
   for (const char* name : {"a?b.txt", "c*d.txt", "z.txt"}) Write(std::string("Case/") + name, Euc(2));
-  CliResult r = Run({"convert", "Case", "case"});
-  EXPECT_EQ(r.status, 0) << r.err;
+  CliResult r = RunOk({"convert", "Case", "case"});
   for (const char* name : {"a?b.txt", "c*d.txt", "z.txt"}) {
     EXPECT_EQ(Read(std::string("case/") + name), Converted(2)) << name;
     EXPECT_EQ(Read(std::string("Case/") + name), Euc(2)) << name;
@@ -269,8 +267,7 @@ TEST_F(CliSafety, AnOutputEndingInSlashIsAFolder) {
   Write("f.txt", Euc(2));
   fs::create_directories(Path("old"));
   for (const char* out : {"newdir/", "old/", "deep/er/"}) {
-    const CliResult r = Run({"convert", "f.txt", out});
-    EXPECT_EQ(r.status, 0) << out << ": " << r.err;
+    RunOk({"convert", "f.txt", out});
     EXPECT_EQ(Read(std::string(out) + "f.txt"), Converted(2)) << out;
   }
 }
@@ -311,8 +308,7 @@ TEST_F(CliSafety, PlantedWorkFilesInASharedFolderAreNeverTouched) {
   ASSERT_EQ(Run(CliCall{{}, {}, {}, {"setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", "sh", "-c", plant}})
                 .status, 0);
   Write("in.txt", Euc(2));
-  const CliResult r = Run(CliCall{{"convert", "in.txt", "out.txt"}, {}, {{"TMP", shared}}, {}});
-  EXPECT_EQ(r.status, 0) << r.err;
+  RunOk(CliCall{{"convert", "in.txt", "out.txt"}, {}, {{"TMP", shared}}, {}});
   EXPECT_EQ(Read("out.txt"), Converted(2));
   EXPECT_EQ(Read("victim"), "secret");
   EXPECT_EQ(fs::status(Path("victim")).permissions(), fs::perms::owner_read | fs::perms::owner_write);
@@ -349,8 +345,7 @@ TEST_F(CliSafety, CrashLeftoversAreSweptAndNeverInputs) {
   Write("col/.FRX7-0123456789abcdef-2.old/a.txt", "held old output");
   Write(".work/FRX7-0123456789abcdef-3.tmp", "partial");
   Write(".work/FRX7-0123456789abcdef.lock", "");
-  CliResult r = Run({"convert", "col", "out"});
-  EXPECT_EQ(r.status, 0) << r.err;
+  CliResult r = RunOk({"convert", "col", "out"});
   EXPECT_EQ(ContentsUnder(Path("out")), std::vector<std::string>{Converted(2)});
   EXPECT_TRUE(fs::is_empty(Path(".work")));
   r = Run({"convert", "col", "col"});
@@ -404,8 +399,7 @@ TEST_F(CliSafety, OutputOnABindMountOfTheWorkFileSystem) {
   Write("in.txt", Euc(2));
   Write("bound/out.txt", "old");
   Write("bound/out.bak", "older");
-  const CliResult r = Run({"convert", "--file-mode", "117", "in.txt", "bound/out.txt"});
-  EXPECT_EQ(r.status, 0) << r.err;
+  RunOk({"convert", "--file-mode", "117", "in.txt", "bound/out.txt"});
   EXPECT_EQ(Read("bound/out.txt"), Converted(2));
   EXPECT_EQ(Read("bound/out.bak"), "old");
   EXPECT_TRUE(Holds(ContentsUnder(root_), "older"));  // in the trash of that file system
@@ -420,8 +414,7 @@ TEST_F(CliSafety, GaijiTableIsReadOnlyWhenNeededAndOnlyARegularBoundedFile) {
   const std::vector<std::string> timeout = {"timeout", "20"};
   for (const auto& [table, message] : {std::pair{Path("pipe"), std::string("] は通常のﾌｧｲﾙではありません\n")},
                                        {huge, std::string("] が大き過ぎます (4 MiB まで)\n")}}) {
-    CliResult r = Run(CliCall{{"name", "--gaiji-table", table, "memo", "TEXT", "ttxt"}, {}, {}, timeout});
-    EXPECT_EQ(r.status, 0) << table;
+    CliResult r = RunOk(CliCall{{"name", "--gaiji-table", table, "memo", "TEXT", "ttxt"}, {}, {}, timeout});
     EXPECT_EQ(r.out, "memo.txt\n");
     Write("in.txt", Euc(2));
     r = Run(CliCall{{"convert", "--gaiji-table", table, "in.txt", "out.txt"}, {}, {}, timeout});
@@ -473,8 +466,7 @@ class StagedFileSwap : public CliSafety {
                      as};
     };
     fresh();
-    const CliResult clean = Run(call("rename", 0));
-    EXPECT_EQ(clean.status, 0) << fileMode << ": " << clean.err;
+    RunOk(call("rename", 0));
     std::map<std::string, long> calls = FaultCounts(Path(".counts"));
     EXPECT_GT(calls["rename"], 0) << fileMode;
 

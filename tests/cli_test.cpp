@@ -38,8 +38,7 @@ TEST_F(CliConvert, OneFileKeepsTimesAndPermissions) {
   ::chmod(Path("in/euc.txt").c_str(), 0640);
   const struct timespec times[2] = {{1000000000, 123456789}, {1100000000, 987654321}};
   ASSERT_EQ(::utimensat(AT_FDCWD, Path("in/euc.txt").c_str(), times, 0), 0);
-  const CliResult r = Run({"convert", "in/euc.txt", "out/sjis.txt"});
-  EXPECT_EQ(r.status, 0) << r.err;
+  const CliResult r = RunOk({"convert", "in/euc.txt", "out/sjis.txt"});
   EXPECT_EQ(r.err, "");  // no progress when stderr is not a terminal
   const struct stat st = StatOf(Path("out/sjis.txt"));  // before reading moves the access time
   EXPECT_EQ(Read("out/sjis.txt"), kConverted);
@@ -83,15 +82,13 @@ TEST_F(CliConvert, FolderTreeConvertsEveryCodeAndCopiesBinary) {
 
 TEST_F(CliConvert, WildcardAndListRuns) {
   for (const char* name : {"in/a.txt", "in/B.TXT", "in/c.doc", "in/sub.txt/d.txt", "b b.txt"}) Write(name, kEuc);
-  const CliResult r = Run(CliCall{{"convert", "*.txt", "../out"}, Path("in"), {}, {}});
-  EXPECT_EQ(r.status, 0) << r.err;
+  RunOk(CliCall{{"convert", "*.txt", "../out"}, Path("in"), {}, {}});
   EXPECT_EQ(Read("out/a.txt"), kConverted);
   EXPECT_EQ(Read("out/B.TXT"), kConverted);
   EXPECT_FALSE(Exists("out/c.doc"));
   EXPECT_EQ(Read("out/sub.txt/d.txt"), kConverted);  // a matching folder is walked
 
-  const CliResult list = Run({"convert", "\"in/a.txt\", \"b b.txt\"", "\"x/1.txt\",\"y,2.txt\""});
-  EXPECT_EQ(list.status, 0) << list.err;
+  RunOk({"convert", "\"in/a.txt\", \"b b.txt\"", "\"x/1.txt\",\"y,2.txt\""});
   EXPECT_EQ(Read("x/1.txt"), kConverted);
   EXPECT_EQ(Read("y,2.txt"), kConverted);
 }
@@ -137,8 +134,7 @@ TEST_F(CliConvert, OldOutputIsBackedUpTrashedOrReplacedAndTheInputDeletedOnReque
     Write(dir + "/in.txt", kEuc);
     Write(dir + "/out.txt", "old output");
     Write(dir + "/out.bak", "older backup");
-    const CliResult r = Run({"convert", "--file-mode", fileMode, dir + "/in.txt", dir + "/out.txt"});
-    EXPECT_EQ(r.status, 0) << fileMode << r.err;
+    RunOk({"convert", "--file-mode", fileMode, dir + "/in.txt", dir + "/out.txt"});
     EXPECT_EQ(Read(dir + "/out.txt"), kConverted) << fileMode;
     EXPECT_EQ(Read(dir + "/out.bak"), backup ? "old output" : "older backup") << fileMode;
     EXPECT_EQ(Read(".home/.local/share/Trash/files/out.txt"), trashed ? "old output" : "") << fileMode;
@@ -251,8 +247,7 @@ TEST_F(CliMessages, CommandLineMistakesAndVersion) {  // the help: below
     EXPECT_EQ(r.status, 64) << args[0] << " " << (args.size() > 1 ? args[1] : "");
     EXPECT_NE(r.err.find("ferrox --help"), std::string::npos);
   }
-  const CliResult version = Run({"convert", "--version"});
-  EXPECT_EQ(version.status, 0);
+  const CliResult version = RunOk({"convert", "--version"});
   EXPECT_EQ(version.out.rfind("ferrox ", 0), 0u);
 }
 
@@ -263,8 +258,7 @@ TEST_F(CliMessages, OptionsLastOneRunOnly) {
   const std::string stored = ReadAll(config_ + "/Ferrox.conf");
   ASSERT_NE(stored.find("FileMode=117"), std::string::npos);
   Write("o.txt", "old");
-  const CliResult r = Run({"convert", "--eof", "--trash", "--delete-input", "--line-size", "40", "in/a.txt", "o.txt"});
-  EXPECT_EQ(r.status, 0) << r.err;
+  const CliResult r = RunOk({"convert", "--eof", "--trash", "--delete-input", "--line-size", "40", "in/a.txt", "o.txt"});
   EXPECT_EQ(Read("o.txt"), Sjis("テキスト\r\n") + "\x1a");  // ConvMode bit 1 appends 0x1A
   EXPECT_FALSE(Exists("in/a.txt"));                        // FileMode bit 256
   EXPECT_EQ(Read(".home/.local/share/Trash/files/o.txt"), "old");  // FileMode bit 128
@@ -334,8 +328,7 @@ TEST_F(CliOptions, SubstituteCharacterAndRunsThatConvertNothing) {
       {{"convert", "--no-walk", "folder", "out"}, "ja_JP.UTF-8", "変換するファイルがありません: folder はフォルダです"},
   };
   for (const auto& [args, lang, says] : nothing) {
-    const CliResult r = Run(InLocale(args, "", lang));
-    EXPECT_EQ(r.status, 0) << args[2];
+    const CliResult r = RunOk(InLocale(args, "", lang));
     EXPECT_NE(r.err.find(says), std::string::npos) << r.err;
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
   }
@@ -397,8 +390,7 @@ TEST_F(CliOptions, HelpAndOwnMessagesFollowTheLocale) {
   };
   std::set<std::string> firstNames;
   for (const auto& [messages, lang, begins, error] : locales) {
-    const CliResult help = Run(InLocale({"--help"}, messages, lang));
-    EXPECT_EQ(help.status, 0);
+    const CliResult help = RunOk(InLocale({"--help"}, messages, lang));
     EXPECT_EQ(help.out.rfind(begins, 0), 0u) << lang << help.out;
     const CliResult bad = Run(InLocale({"convert", "--bogus", "a", "b"}, messages, lang));
     EXPECT_EQ(bad.status, 64);

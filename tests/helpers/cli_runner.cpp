@@ -69,6 +69,14 @@ CliResult CliTest::Wait(const CliProcess& process) {
   return result;
 }
 
+CliResult CliTest::RunOk(const CliCall& call) {
+  CliResult result = Run(call);
+  std::string command = "ferrox";
+  for (const std::string& arg : call.args) command += " " + arg;
+  EXPECT_EQ(result.status, 0) << command << ": " << result.err;
+  return result;
+}
+
 void CliTest::Write(const std::string& relative, const std::string& bytes) const {
   const fs::path path = Path(relative);
   fs::create_directories(path.parent_path());

@@ -37,6 +37,9 @@ class CliTest : public ::testing::Test {
 
   CliResult Run(const CliCall& call) { return Wait(Start(call)); }
   CliResult Run(std::vector<std::string> args) { return Run(CliCall{std::move(args), {}, {}, {}}); }
+  // Runs a call that must succeed (exit status 0).
+  CliResult RunOk(const CliCall& call);
+  CliResult RunOk(std::vector<std::string> args) { return RunOk(CliCall{std::move(args), {}, {}, {}}); }
   // With the file `input` as standard input (else it is /dev/null).
   CliResult RunWithInput(std::vector<std::string> args, const std::string& input) {
     stdin_ = input;
