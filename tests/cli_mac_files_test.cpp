@@ -177,7 +177,7 @@ TEST_F(CliMacFiles, KeptMacBinaryIIHeaderStaysValid) {
   const std::string hfs = "HOME='" + root_ + "' ";  // hmount remembers the image in $HOME
   ASSERT_EQ(Shell(root_, "dd if=/dev/zero of=img bs=1k count=800 2>/dev/null && " + hfs + "hformat -l T img >/dev/null && " +
                              hfs + "hcopy -t memo.txt :memo && " + hfs + "hcopy -m :memo in.bin"), 0);
-  const CliResult r = RunOk({"convert", "--text", "--no-cut", "in.bin", "out.bin"});
+  RunOk({"convert", "--text", "--no-cut", "in.bin", "out.bin"});
   const std::string out = Read("out.bin");
   EXPECT_EQ(out.size() % 128, 0u);
   EXPECT_EQ(out.substr(128, 10), "abc\r\nxyz\r\n");

@@ -64,8 +64,7 @@ TEST_F(CliConvert, FolderTreeConvertsEveryCodeAndCopiesBinary) {
   };
   for (const auto& [name, bytes] : files) Write(std::string("in/") + name, bytes);
   fs::create_directories(Path("in/emptyfolder"));
-  const CliResult r = Run({"convert", "in", "in/out"});  // an output inside the input is not walked again
-  EXPECT_EQ(r.status, 0) << r.err;
+  RunOk({"convert", "in", "in/out"});  // an output inside the input is not walked again
   for (const auto& [name, bytes] : files) {
     const std::string out = Read(std::string("in/out/") + name);
     EXPECT_EQ(out, bytes == binary || bytes.empty() ? bytes : kConverted) << name;
@@ -216,7 +215,8 @@ TEST_F(CliMessages, SurveyAndNameCommands) {
       {{"survey", "--flags", "none"}, "-1 0x0000\n", 1},
       {{"name", "メモ", "TEXT", "ttxt"}, "メモ.txt\n", 0},
       {{"name", "", "TEXT", "ttxt"}, "\n", 0},
-      {{"name", "\x1b]0;owned\x07memo", "TEXT", "ttxt"}, "\\x1B]0;owned\\x07memo.txt\n", 0},  // no escape reaches a terminal
+      // No escape sequence reaches a terminal.
+      {{"name", "\x1b]0;owned\x07memo", "TEXT", "ttxt"}, "\\x1B]0;owned\\x07memo.txt\n", 0},
       {{"name", "--file-mode", "53", "x", "QQQQ", "ZZZZ"}, "x\n", 0},  // without bit 64: the name alone
       {{"survey", "--flags", "late.bin"}, "0 0x0100\n", 0},
       {{"survey", "--flags", "--chk-size", "0", "late.bin"}, "0 0x0000\n", 0},
@@ -258,7 +258,7 @@ TEST_F(CliMessages, OptionsLastOneRunOnly) {
   const std::string stored = ReadAll(config_ + "/Ferrox.conf");
   ASSERT_NE(stored.find("FileMode=117"), std::string::npos);
   Write("o.txt", "old");
-  const CliResult r = RunOk({"convert", "--eof", "--trash", "--delete-input", "--line-size", "40", "in/a.txt", "o.txt"});
+  RunOk({"convert", "--eof", "--trash", "--delete-input", "--line-size", "40", "in/a.txt", "o.txt"});
   EXPECT_EQ(Read("o.txt"), Sjis("テキスト\r\n") + "\x1a");  // ConvMode bit 1 appends 0x1A
   EXPECT_FALSE(Exists("in/a.txt"));                        // FileMode bit 256
   EXPECT_EQ(Read(".home/.local/share/Trash/files/o.txt"), "old");  // FileMode bit 128

@@ -281,8 +281,8 @@ class MainWindowTest : public QObject {
       QCOMPARE(fs::file_size(out), static_cast<std::uintmax_t>(lines) * 65);  // LF became CR LF
       QVERIFY(*w.percents.begin() < 50 && w.percents.count(100) == 1);      // the progress moved all the way
       QVERIFY(w.isVisible());
-      qInfo("%d MB in %lld ms; longest time without answering: %lld ms; close answered after %lld ms; %zu percents shown",
-            megabytes, total, longestGap, w.closeLatencyMs, w.percents.size());
+      qInfo("%d MB in %lld ms; longest time without answering: %lld ms; close answered after %lld ms; "
+            "%zu percents shown", megabytes, total, longestGap, w.closeLatencyMs, w.percents.size());
     }
   }
 
