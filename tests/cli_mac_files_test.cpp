@@ -24,7 +24,9 @@ int Shell(const std::string& folder, const std::string& command) {
   return std::system(("cd '" + folder + "' && " + command).c_str());
 }
 
-TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
+// Each wrapper in a one-file run: a text data fork converted, a binary one
+// taken as it is without --cut or --text.
+TEST_F(CliMacFiles, UnwrapsTheDataForkOfEachWrapper) {
   Write("in/doc.txt", kEuc);
   Write("in/r", kResource);
   const std::string in = Path("in");
@@ -32,19 +34,25 @@ TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
   ASSERT_EQ(Shell(in, script + "single single.as --name 'メモ' --type TEXT --creator ttxt --dates 0 0 "
                                "--data doc.txt --rsrc r"), 0);
   Write("in/ours.hqx", EncodeBinHex({"Memo", "TEXT", "ttxt", kEuc, kResource}));
-  const struct { const char* input; const char* fileMode; bool sidecar; } rows[] = {
-      {"macutils.hqx", "117", false},
-      {"single.as", "117", false},
-      {"ours.hqx", "1141", true},  // MacBinary and AppleSingle sidecars: the folder run below
+  const std::string data("\0\1\2\3\x90" "binary\xff", 12);
+  Write("in/pict.bin", MacBinaryFile({"Pict", "PICT", "ttxt"}, data, ""));
+  Write("in/pict.hqx", EncodeBinHex({"Pict", "PICT", "ttxt", data, ""}));
+  Write("in/pict.as", AppleFileBytes({{1, 38, static_cast<std::uint32_t>(data.size())}}, data));
+  const struct { const char* input; const char* fileMode; std::string out; bool dropped, sidecar; } rows[] = {
+      {"macutils.hqx", "117", kConverted, false, false},
+      {"single.as", "117", kConverted, true, false},
+      {"ours.hqx", "1141", kConverted, false, true},  // MacBinary and AppleSingle sidecars: the folder run below
+      {"pict.bin", "117", data, false, false},
+      {"pict.hqx", "117", data, false, false},
+      {"pict.as", "117", data, false, false},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.input) + " with FileMode " + row.fileMode);
     std::filesystem::remove_all(Path("out"));
     const CliResult r = RunOk({"convert", "--file-mode", row.fileMode, "in/" + std::string(row.input), "out/memo.txt"});
-    EXPECT_EQ(Read("out/memo.txt"), kConverted);
+    EXPECT_EQ(Read("out/memo.txt"), row.out);
     // Without FileMode 1024 the message line says what was dropped.
-    const bool dropped = !row.sidecar && std::string(row.input) != "macutils.hqx";
-    EXPECT_EQ(r.err, dropped ? Path("in/" + std::string(row.input)) + ": ﾘｿｰｽﾌｫｰｸ(304 Byte)は出力されませんでした\n" : "");
+    EXPECT_EQ(r.err, row.dropped ? Path("in/" + std::string(row.input)) + ": ﾘｿｰｽﾌｫｰｸ(304 Byte)は出力されませんでした\n" : "");
     ASSERT_EQ(Exists("out/._memo.txt"), row.sidecar);
     if (row.sidecar) {  // the script reads the fork and the Finder info back
       ASSERT_EQ(Shell(Path("out"), script + "read ._memo.txt > said"), 0);
@@ -52,22 +60,6 @@ TEST_F(CliMacFiles, UnwrapsAndConvertsTheDataFork) {
       EXPECT_EQ(Read("out/._memo.txt.rsrc"), kResource);
     }
     EXPECT_TRUE(WorkFilesLeft(root_).empty());
-  }
-}
-
-// Without --cut or --text, a binary data fork is taken out of every wrapper alike.
-TEST_F(CliMacFiles, BinaryDataForkNeedsNoPinnedFlags) {
-  const std::string data("\0\1\2\3\x90" "binary\xff", 12);
-  const struct { const char* name; std::string bytes; } rows[] = {
-      {"MacBinary", MacBinaryFile({"Pict", "PICT", "ttxt"}, data, "")},
-      {"BinHex", EncodeBinHex({"Pict", "PICT", "ttxt", data, ""})},
-      {"AppleSingle", AppleFileBytes({{1, 38, static_cast<std::uint32_t>(data.size())}}, data)},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    Write("in/wrapped", row.bytes);
-    RunOk({"convert", "in/wrapped", "out/pict"});
-    EXPECT_EQ(Read("out/pict"), data);
   }
 }
 
