@@ -135,11 +135,11 @@ void AfterOutput(const std::string& inPath, const std::string& outPath, const st
 // A BinHex or AppleSingle input is unwrapped into a private work file first,
 // every CRC and length checked before anything else is written; the survey
 // and the conversion then read that data fork like any file.
-JobResult UnwrapInput(const std::string& inPath, const JobContext& context, WorkFiles& cleanup, JobPlan& plan,
-                WrappedMacFile& wrapped) {
+JobResult UnwrapInput(const std::string& inPath, const JobContext& context, const FileSurvey& survey,
+                      WorkFiles& cleanup, JobPlan& plan, WrappedMacFile& wrapped) {
   const bool keepFork = (context.settings.FileMode & file_mode::kResourceForks) != 0 && !plan.toStream;
   std::string wrapError;
-  if (ProbeMacWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return JobResult::Done;
+  if (survey.ProbeWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return JobResult::Done;
   if (wrapError.empty()) {
     plan.source = NewWorkFile(cleanup);
     const bool withFork = keepFork && wrapped.ResourceLength > 0;
@@ -167,13 +167,15 @@ bool KeepFork(const std::string& from, std::int64_t at, std::int64_t length,
 JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cleanup, JobPlan& plan) {
   const ConversionSettings& settings = context.settings;
   const std::string& inPath = request.input;
-  WrappedMacFile wrapped;
-  plan.source = inPath;
-  if (const JobResult rc = UnwrapInput(inPath, context, cleanup, plan, wrapped); rc != JobResult::Done) return rc;
-  const bool unwrapped = plan.source != inPath;
-  MacBinaryInfo info;
   FileSurvey fresh;
   FileSurvey& survey = context.survey != nullptr ? *context.survey : fresh;
+  WrappedMacFile wrapped;
+  plan.source = inPath;
+  if (const JobResult rc = UnwrapInput(inPath, context, survey, cleanup, plan, wrapped); rc != JobResult::Done) {
+    return rc;
+  }
+  const bool unwrapped = plan.source != inPath;
+  MacBinaryInfo info;
   const SurveyKind kind = survey.SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
   if (!Surveyed(kind)) return JobResult::Failed;
 
