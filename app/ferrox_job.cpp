@@ -241,17 +241,16 @@ JobResult ConvertJob(const JobRequest& request, const JobContext& context, const
     streamed = true;
     return JobResult::Done;
   }
+  // From here on the work file is handled through the descriptor that created it.
   PassOutput workOut{workFile};
+  workOut.keep = true;
   const JobResult rc = FerroxConv(workOut, passInput, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
                                   plan.rewriteHeader, options, context.window);
   if (rc != JobResult::Done) return rc;
-  if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
+  work.Reset(workOut.kept);
   cleanup.Add(workFile);
+  if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
   context.window.ShowProgress(plan.dataLength, plan.dataLength);
-
-  // From here on the work file is handled through its descriptor only.
-  work.Reset(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-  if (work.get() < 0 || !OwnPrivateFile(work.get())) return JobResult::Failed;
   if (plan.rewriteHeader) {
     struct stat st {};
     if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return JobResult::Failed;
