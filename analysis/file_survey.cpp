@@ -343,28 +343,24 @@ namespace {
 
 // The state of the regular file `path`, or the kind that ends its survey.
 std::optional<SurveyKind> IdentityOf(const std::string& path, FileIdentity& identity) {
-  namespace fs = std::filesystem;
   if (!NamesAbsolutePath(path)) return SurveyKind::Unreadable;
-  std::error_code ec;
-  const fs::file_status status = fs::status(path, ec);
-  if (ec || !fs::exists(status)) return SurveyKind::Unreadable;
-  if (fs::is_directory(status)) return SurveyKind::Folder;
-  // A pipe or a device could block or never end: only regular files are surveyed.
-  if (!fs::is_regular_file(status)) return SurveyKind::Unreadable;
   struct stat st {};
   if (::stat(path.c_str(), &st) != 0) return SurveyKind::Unreadable;
+  if (S_ISDIR(st.st_mode)) return SurveyKind::Folder;
+  // A pipe or a device could block or never end: only regular files are surveyed.
+  if (!S_ISREG(st.st_mode)) return SurveyKind::Unreadable;
   const auto nanoseconds = [](const timespec& t) { return std::int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; };
   identity = {st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
   return std::nullopt;
 }
 
 // BinHex and AppleSingle: the verdict is the data fork's, as for MacBinary.
-bool SurveyDataFork(const std::filesystem::path& p, const WrappedMacFile& wrapped, const SurveySettings& settings,
-                    ProgressSink& sink, std::uint16_t& found) {
+bool SurveyDataFork(std::istream& file, const std::filesystem::path& p, const WrappedMacFile& wrapped,
+                    const SurveySettings& settings, ProgressSink& sink, std::uint16_t& found) {
   const std::int64_t limit = settings.ChkSize >= 1 ? settings.ChkSize : wrapped.DataLength;
   if (wrapped.Kind == MacWrapper::AppleSingle) {
     const std::int64_t start = wrapped.Apple.DataFork ? wrapped.Apple.DataFork->Offset : 0;
-    return FileTypeChkSub(p, start, std::min(limit, wrapped.DataLength), settings, sink, found);
+    return FileTypeChkSub(file, start, std::min(limit, wrapped.DataLength), settings, sink, found);
   }
   std::string sample;
   if (!SampleDataFork(p, wrapped, std::min(limit, kWrappedSampleLimit), sample)) return false;
@@ -383,13 +379,17 @@ SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings&
     flags = flags_;
     return result_;
   }
+  valid_ = false;
 
+  // One open file answers the header, the wrapper and the sample.
   const std::filesystem::path p(path);
+  std::ifstream in(p, std::ios::binary);
+  if (!in) return SurveyKind::Unreadable;
   MacBinaryInfo mac;
   SurveyKind result = SurveyKind::Ordinary;
   std::int64_t start = 0;
   std::int64_t range = identity.length;
-  if (MBInfGet(p, mac) == 0) {
+  if (MBInfGet(in, identity.length, mac) == 0) {
     result = SurveyKind::MacBinary;
     start = kMacBinaryHeaderSize;
     range = mac.DataLength;
@@ -398,11 +398,13 @@ SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings&
   std::uint16_t found = 0;
   WrappedMacFile wrapped;
   std::string wrapError;
-  const bool wrappedFile = result == SurveyKind::Ordinary && ProbeMacWrapper(p, wrapped, wrapError) != MacWrapper::None;
+  const bool wrappedFile =
+      result == SurveyKind::Ordinary && ProbeMacWrapper(in, identity.length, p, wrapped, wrapError) != MacWrapper::None;
   // A damaged wrapper: the job reports what is wrong with it.
   if (wrappedFile && !wrapError.empty()) return SurveyKind::Unreadable;
-  const bool read = wrappedFile ? SurveyDataFork(p, wrapped, settings, sink, found)
-                                : FileTypeChkSub(p, start, range, settings, sink, found);
+  in.clear();  // the probes may have read to the end
+  const bool read = wrappedFile ? SurveyDataFork(in, p, wrapped, settings, sink, found)
+                                : FileTypeChkSub(in, start, range, settings, sink, found);
   if (!read) return SurveyKind::Unreadable;
 
   valid_ = true;
@@ -412,9 +414,21 @@ SurveyKind FileSurvey::SurveyFile(const std::string& path, const SurveySettings&
   info_ = mac;
   flags_ = found;
   result_ = result;
+  probed_ = result == SurveyKind::Ordinary;
+  wrapped_ = std::move(wrapped);
   if (result == SurveyKind::MacBinary) info = mac;
   flags = found;
   return result;
+}
+
+MacWrapper FileSurvey::ProbeWrapper(const std::string& path, WrappedMacFile& info, std::string& error) const {
+  FileIdentity identity;
+  if (valid_ && probed_ && path_ == path && !IdentityOf(path, identity) && identity_ == identity) {
+    error.clear();
+    if (wrapped_.Kind != MacWrapper::None) info = wrapped_;
+    return wrapped_.Kind;
+  }
+  return ProbeMacWrapper(path, info, error);
 }
 
 }  // namespace ferrox

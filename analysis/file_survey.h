@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 
+#include "analysis/mac_wrapper.h"
 #include "analysis/macbinary.h"
 #include "text/progress_sink.h"
 
@@ -109,6 +110,9 @@ class FileSurvey {
   [[nodiscard]] SurveyKind SurveyFile(const std::string& path, const SurveySettings& settings, ProgressSink& sink,
                                MacBinaryInfo& info, std::uint16_t& flags);
 
+  // ProbeMacWrapper, answered from the last survey while it holds for `path`.
+  [[nodiscard]] MacWrapper ProbeWrapper(const std::string& path, WrappedMacFile& info, std::string& error) const;
+
   // Drops the remembered survey.
   void Forget() noexcept { valid_ = false; }
 
@@ -120,6 +124,8 @@ class FileSurvey {
   MacBinaryInfo info_{};
   std::uint16_t flags_ = 0;
   SurveyKind result_ = SurveyKind::Ordinary;
+  bool probed_ = false;        // the survey looked for a wrapper (it does not in a MacBinary file)
+  WrappedMacFile wrapped_{};   // what it found; only an intact wrapper is remembered
 };
 
 }  // namespace ferrox

@@ -54,9 +54,11 @@ bool ClaimsBinHex(const std::filesystem::path& path) {
 
 namespace {
 
-MacWrapper ProbeAppleSingle(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
+MacWrapper ProbeAppleSingle(std::istream& in, std::int64_t length, WrappedMacFile& info, std::string& error) {
   AppleFileInfo apple;
-  const AppleFileStatus status = ReadAppleFile(path, apple);
+  in.clear();
+  in.seekg(0);
+  const AppleFileStatus status = ReadAppleFile(in, length, apple);
   if (status == AppleFileStatus::NotAppleFile) return MacWrapper::None;
   if (status == AppleFileStatus::Ok && apple.Kind == AppleFileKind::Double) return MacWrapper::None;
   info = {};
@@ -78,7 +80,7 @@ MacWrapper ProbeAppleSingle(const std::filesystem::path& path, WrappedMacFile& i
   return info.Kind;
 }
 
-MacWrapper ProbeBinHex(std::ifstream& in, const std::filesystem::path& path, WrappedMacFile& info,
+MacWrapper ProbeBinHex(std::istream& in, const std::filesystem::path& path, WrappedMacFile& info,
                        std::string& error) {
   // Most files have no line that starts with ':' in the part the decoder
   // would look through: one block read settles that, where the decoder's
@@ -120,11 +122,23 @@ MacWrapper ProbeBinHex(std::ifstream& in, const std::filesystem::path& path, Wra
 
 MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& info, std::string& error) {
   error.clear();
+  std::error_code ec;
+  const auto size = std::filesystem::file_size(path, ec);
   std::ifstream in(path, std::ios::binary);
-  if (!in) return MacWrapper::None;
+  if (ec || !in) return MacWrapper::None;
+  return ProbeMacWrapper(in, static_cast<std::int64_t>(size), path, info, error);
+}
+
+MacWrapper ProbeMacWrapper(std::istream& in, std::int64_t length, const std::filesystem::path& path,
+                           WrappedMacFile& info, std::string& error) {
+  error.clear();
+  in.clear();
+  in.seekg(0);
   char head[4] = {};
   in.read(head, 4);
-  if (HasAppleFileMagic({head, static_cast<std::size_t>(in.gcount())})) return ProbeAppleSingle(path, info, error);
+  if (HasAppleFileMagic({head, static_cast<std::size_t>(in.gcount())})) {
+    return ProbeAppleSingle(in, length, info, error);
+  }
   return ProbeBinHex(in, path, info, error);
 }
 

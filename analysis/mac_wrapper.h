@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <istream>
 #include <string>
 
 #include "analysis/apple_single.h"
@@ -34,6 +35,9 @@ struct WrappedMacFile {
 // damaged (a BinHex header CRC, an AppleSingle entry past the end).
 [[nodiscard]] MacWrapper ProbeMacWrapper(const std::filesystem::path& path, WrappedMacFile& info,
                                          std::string& error);
+// The same from `in`, the open file `path` of `length` bytes.
+[[nodiscard]] MacWrapper ProbeMacWrapper(std::istream& in, std::int64_t length, const std::filesystem::path& path,
+                                         WrappedMacFile& info, std::string& error);
 
 // The first `limit` bytes of the data fork (all of it when shorter), for the survey.
 [[nodiscard]] bool SampleDataFork(const std::filesystem::path& path, const WrappedMacFile& info,

@@ -96,18 +96,19 @@ std::optional<MacBinaryInfo> ParseMacBinaryHeader(std::span<const std::uint8_t, 
 int MBInfGet(const std::filesystem::path& path, MacBinaryInfo& info) {
   std::error_code ec;
   const auto size = std::filesystem::file_size(path, ec);
-  if (ec || size < static_cast<std::uintmax_t>(kMacBinaryHeaderSize)) {
-    return 1;
-  }
-  std::array<std::uint8_t, 128> header{};
+  if (ec) return 1;
   std::ifstream in(path, std::ios::binary);
-  if (!in.read(reinterpret_cast<char*>(header.data()), kMacBinaryHeaderSize)) {
-    return 1;
-  }
-  auto parsed = ParseMacBinaryHeader(header, static_cast<std::int64_t>(size));
-  if (!parsed) {
-    return 1;
-  }
+  return MBInfGet(in, static_cast<std::int64_t>(size), info);
+}
+
+int MBInfGet(std::istream& in, std::int64_t fileLength, MacBinaryInfo& info) {
+  if (fileLength < kMacBinaryHeaderSize) return 1;
+  std::array<std::uint8_t, 128> header{};
+  in.clear();
+  in.seekg(0);
+  if (!in.read(reinterpret_cast<char*>(header.data()), kMacBinaryHeaderSize)) return 1;
+  auto parsed = ParseMacBinaryHeader(header, fileLength);
+  if (!parsed) return 1;
   info = std::move(*parsed);
   return 0;
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <istream>
 #include <optional>
 #include <span>
 #include <string>
@@ -38,6 +39,8 @@ struct MacBinaryInfo {
 // 0 when `path` starts with a valid MacBinary header (`info` is filled),
 // 1 when it does not or cannot be read (`info` is left as it was).
 [[nodiscard]] int MBInfGet(const std::filesystem::path& path, MacBinaryInfo& info);
+// The same from `in`, read from its start, of a file `fileLength` bytes long.
+[[nodiscard]] int MBInfGet(std::istream& in, std::int64_t fileLength, MacBinaryInfo& info);
 
 // Rewrites the fork lengths of the header of `path` after a conversion that
 // kept it: bytes 83..86 get `dataLength` (big-endian; lengths above

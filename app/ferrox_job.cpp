@@ -135,11 +135,11 @@ void AfterOutput(const std::string& inPath, const std::string& outPath, const st
 // A BinHex or AppleSingle input is unwrapped into a private work file first,
 // every CRC and length checked before anything else is written; the survey
 // and the conversion then read that data fork like any file.
-JobResult UnwrapInput(const std::string& inPath, const JobContext& context, WorkFiles& cleanup, JobPlan& plan,
-                WrappedMacFile& wrapped) {
+JobResult UnwrapInput(const std::string& inPath, const JobContext& context, const FileSurvey& survey,
+                      WorkFiles& cleanup, JobPlan& plan, WrappedMacFile& wrapped) {
   const bool keepFork = (context.settings.FileMode & file_mode::kResourceForks) != 0 && !plan.toStream;
   std::string wrapError;
-  if (ProbeMacWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return JobResult::Done;
+  if (survey.ProbeWrapper(inPath, wrapped, wrapError) == MacWrapper::None) return JobResult::Done;
   if (wrapError.empty()) {
     plan.source = NewWorkFile(cleanup);
     const bool withFork = keepFork && wrapped.ResourceLength > 0;
@@ -167,13 +167,15 @@ bool KeepFork(const std::string& from, std::int64_t at, std::int64_t length,
 JobResult PlanJob(const JobRequest& request, const JobContext& context, WorkFiles& cleanup, JobPlan& plan) {
   const ConversionSettings& settings = context.settings;
   const std::string& inPath = request.input;
-  WrappedMacFile wrapped;
-  plan.source = inPath;
-  if (const JobResult rc = UnwrapInput(inPath, context, cleanup, plan, wrapped); rc != JobResult::Done) return rc;
-  const bool unwrapped = plan.source != inPath;
-  MacBinaryInfo info;
   FileSurvey fresh;
   FileSurvey& survey = context.survey != nullptr ? *context.survey : fresh;
+  WrappedMacFile wrapped;
+  plan.source = inPath;
+  if (const JobResult rc = UnwrapInput(inPath, context, survey, cleanup, plan, wrapped); rc != JobResult::Done) {
+    return rc;
+  }
+  const bool unwrapped = plan.source != inPath;
+  MacBinaryInfo info;
   const SurveyKind kind = survey.SurveyFile(plan.source, SurveyOf(settings), context.window, info, plan.typeWord);
   if (!Surveyed(kind)) return JobResult::Failed;
 
@@ -239,17 +241,16 @@ JobResult ConvertJob(const JobRequest& request, const JobContext& context, const
     streamed = true;
     return JobResult::Done;
   }
+  // From here on the work file is handled through the descriptor that created it.
   PassOutput workOut{workFile};
+  workOut.keep = true;
   const JobResult rc = FerroxConv(workOut, passInput, plan.dataStart, plan.dataLength, request.flags, plan.typeWord,
                                   plan.rewriteHeader, options, context.window);
   if (rc != JobResult::Done) return rc;
-  if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
+  work.Reset(workOut.kept);
   cleanup.Add(workFile);
+  if (account.Counts().Any()) context.window.Changes(request.input, account.Counts());
   context.window.ShowProgress(plan.dataLength, plan.dataLength);
-
-  // From here on the work file is handled through its descriptor only.
-  work.Reset(::open(workFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-  if (work.get() < 0 || !OwnPrivateFile(work.get())) return JobResult::Failed;
   if (plan.rewriteHeader) {
     struct stat st {};
     if (::fstat(work.get(), &st) != 0 || st.st_size < kMacBinaryHeaderSize) return JobResult::Failed;

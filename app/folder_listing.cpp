@@ -44,14 +44,18 @@ FolderListing ListFolder(const std::string& folder, std::string_view pattern) {
     if (name == "." || name == "..") continue;
     if (ClassifyWorkName(name) != WorkName::kNone) continue;  // a run's work file is never an input
     if (!pattern.empty() && !WildcardMatch(pattern, name)) continue;
+    // The listing's own type saves a stat per name where the file system gives it.
     const std::string path = base + name;
     struct stat own {};
     struct stat target {};
-    if (::lstat(path.c_str(), &own) != 0) continue;
-    if (S_ISDIR(own.st_mode)) {
+    mode_t type = DTTOIF(entry->d_type);
+    if (entry->d_type == DT_UNKNOWN) {
+      if (::lstat(path.c_str(), &own) != 0) continue;
+      type = own.st_mode & S_IFMT;
+    }
+    if (S_ISDIR(type)) {
       listing.folders.push_back(name);
-    } else if (S_ISREG(own.st_mode) ||
-               (S_ISLNK(own.st_mode) && ::stat(path.c_str(), &target) == 0 && S_ISREG(target.st_mode))) {
+    } else if (S_ISREG(type) || (S_ISLNK(type) && ::stat(path.c_str(), &target) == 0 && S_ISREG(target.st_mode))) {
       listing.files.push_back(name);
     }
   }

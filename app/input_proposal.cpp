@@ -17,7 +17,7 @@ std::optional<CheckBoxes> ProposeCheckBoxes(FileSurvey& survey, const std::strin
   if (!Surveyed(kind)) return std::nullopt;
   WrappedMacFile wrapped;
   std::string error;
-  const bool isWrapped = kind == SurveyKind::MacBinary || ProbeMacWrapper(path, wrapped, error) != MacWrapper::None;
+  const bool isWrapped = kind == SurveyKind::MacBinary || survey.ProbeWrapper(path, wrapped, error) != MacWrapper::None;
   // A flag word of 0 is the survey's verdict "binary": never converted as text.
   return CheckBoxes{flags != 0, isWrapped};
 }

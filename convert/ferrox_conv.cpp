@@ -238,7 +238,7 @@ JobResult Pass::Run(PassOutput& out, const PassInput& in, std::int64_t dataStart
     const std::uint8_t eof = 0x1A;
     if (!out_.Append(&eof, 1)) return Failure(out);
   }
-  if (!out_.Finish()) return Failure(out);
+  if (!out_.Finish(out.keep && out.fd < 0 ? &out.kept : nullptr)) return Failure(out);
   return JobResult::Done;
 }
 

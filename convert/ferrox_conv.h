@@ -53,7 +53,9 @@ inline constexpr std::int32_t kConvBlockSize = 8192;  // bytes read per block
 // written straight into that descriptor (standard output), which the pass
 // neither creates, removes nor closes; it is sent on whenever the input
 // would wait, so a pipe flows while its input arrives. A write to `fd` that
-// fails leaves its errno in `fdError` and the pass returns -8.
+// fails leaves its errno in `fdError` and the pass returns -8. With `keep`, the
+// file created at `path` stays open when the pass succeeds: its descriptor
+// (reading and writing) comes back in `kept`, for the caller to close.
 struct PassInput {
   std::string path;
   int follow = -1;
@@ -62,6 +64,8 @@ struct PassOutput {
   std::string path;
   int fd = -1;
   int fdError = 0;
+  bool keep = false;
+  int kept = -1;
 };
 
 // FerroxConv between those ends; a followed input takes no dataLength.

@@ -22,7 +22,7 @@ bool OutputFile::Create(const std::string& path, bool sparse) {
   path_ = path;
   sparse_ = sparse;
   // Private until its owner gives it the input's permissions, whatever the umask.
-  fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   created_ = fd_ >= 0;
   return created_;
 }
@@ -119,13 +119,17 @@ bool OutputFile::Flush() {
   return true;
 }
 
-bool OutputFile::Finish() {
+bool OutputFile::Finish(int* keep) {
   if (!Flush()) return false;
   if (attached_) return true;
   if (holeAtEnd_ && ::ftruncate(fd_, static_cast<off_t>(size_)) != 0) return false;
   const int fd = fd_;
   fd_ = -1;
-  if (::close(fd) != 0) return false;  // a late write error (full disk) shows here
+  if (keep != nullptr) {
+    *keep = fd;
+  } else if (::close(fd) != 0) {
+    return false;  // a late write error (full disk) shows here
+  }
   created_ = false;                    // the file is the caller's now
   return true;
 }

@@ -39,8 +39,10 @@ class OutputFile {
 
   // Writes what is buffered. False with errno set.
   [[nodiscard]] bool Flush();
-  // Writes the rest and closes; the file stays. False with errno set.
-  [[nodiscard]] bool Finish();
+  // Writes the rest and closes; the file stays. False with errno set. With
+  // `keep`, the descriptor (open for reading and writing) is handed there
+  // instead of closed: a late write error then shows at the owner's fsync.
+  [[nodiscard]] bool Finish(int* keep = nullptr);
   // Closes and removes the file.
   void Discard() noexcept;
 

@@ -86,12 +86,6 @@ bool Unchanged(const std::string& path, const struct stat& before) {
          SameTime(now.st_mtim, before.st_mtim) && SameTime(now.st_ctim, before.st_ctim);
 }
 
-// A file this user made and alone names: what the job may change.
-bool OwnPrivateFile(int fd) {
-  struct stat st {};
-  return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::geteuid() && st.st_nlink == 1;
-}
-
 bool WriteAll(int fd, const void* data, std::size_t size) {
   const auto* p = static_cast<const unsigned char*>(data);
   while (size > 0) {

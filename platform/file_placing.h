@@ -45,9 +45,6 @@ class Fd {
 // Unchanged since `before` was taken: same file, length and times.
 [[nodiscard]] bool Unchanged(const std::string& path, const struct stat& before);
 
-// A file this user made and alone names: what the job may change.
-[[nodiscard]] bool OwnPrivateFile(int fd);
-
 // Writes all `size` bytes to `fd`, going on after interrupted or short writes.
 // False with errno set on failure.
 [[nodiscard]] bool WriteAll(int fd, const void* data, std::size_t size);
