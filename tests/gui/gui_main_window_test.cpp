@@ -307,6 +307,13 @@ class MainWindowTest : public QObject {
         QTRY_COMPARE_WITH_TIMEOUT(closed.count(), 1, 10000);
       } else {
         QTRY_COMPARE(ReadAll(box.File("three.txt")), kSjisText);
+        RunAutomatically(w);  // idle again: the panel shows the last file, not the first,
+        QVERIFY2(Info(w).contains(QStringLiteral("[three.txt]")), qPrintable(Info(w)));
+        QVERIFY(!Info(w).contains(QStringLiteral("one.txt")));
+        const QFontMetrics metrics(w.findChild<QLabel*>("lblInfo")->font());  // in columns like the report's
+        const int column = metrics.horizontalAdvance(QLatin1Char('1'));
+        QCOMPARE(metrics.horizontalAdvance(QLatin1Char('W')), column);
+        QCOMPARE(metrics.horizontalAdvance(QStringLiteral("日")), 2 * column);
         Box(w, "txtInFile")->setText(QStringLiteral("typed"));
         w.hide();  // only the first activation takes the command line
         w.show();
@@ -371,25 +378,6 @@ class MainWindowTest : public QObject {
     w.SetInFileText(col);
     QVERIFY2(Info(w).contains(QStringLiteral("以下の 4 個のファイルが変換対象となります。")), qPrintable(Info(w)));
     QVERIFY(!Info(w).contains(QStringLiteral(".bak")));
-  }
-
-  // The panel's columns line up like the report window's, and after an
-  // automatic run it shows the last file, not the first.
-  void infoPanelIsFixedPitchAndShowsTheLastFile() {
-    Sandbox box;
-    box.store.Settings.ExecMode = exec_mode::kAuto;
-    const std::string first = box.File("first.txt"), last = box.File("last.txt");
-    Write(first, kEucText);
-    Write(last, "plain ascii\n");
-    test::ScriptedMessages boxes;
-    MainWindow w(box.store, {QString::fromStdString(first), QString::fromStdString(last)});
-    RunAutomatically(w);
-    QVERIFY2(Info(w).contains(QStringLiteral("[last.txt]")), qPrintable(Info(w)));
-    QVERIFY(!Info(w).contains(QStringLiteral("first.txt")));
-    const QFontMetrics metrics(w.findChild<QLabel*>("lblInfo")->font());
-    const int column = metrics.horizontalAdvance(QLatin1Char('1'));
-    QCOMPARE(metrics.horizontalAdvance(QLatin1Char('W')), column);
-    QCOMPARE(metrics.horizontalAdvance(QStringLiteral("日")), 2 * column);
   }
 
   // After a run: what happened to each kind of file, and a button that opens
