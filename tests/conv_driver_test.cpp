@@ -1,15 +1,21 @@
-// The batch driver through a recording window: walk order, the plan handed
-// to each file (flags by the one rule), and a window that is only told.
-// Messages, cancelling and one-file runs go through the real windows in the
-// CLI and GUI tests.
+// What the batch driver reads entries with (splitting path boxes, the path
+// helpers, wildcard listing), and the driver itself through a recording
+// window: walk order, the plan handed to each file (flags by the one rule),
+// and a window that is only told. Messages, cancelling and one-file runs go
+// through the real windows in the CLI and GUI tests.
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 #include <filesystem>
 
 #include "app/conv_driver.h"
 #include "app/conv_window.h"
 #include "app/conversion_settings.h"
+#include "app/entry_list.h"
+#include "app/folder_listing.h"
+#include "app/path_helpers.h"
 #include "convert/result_code.h"
 #include "helpers/scratch_dir.h"
 
@@ -18,6 +24,121 @@ namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
+
+TEST(CommaToDim, SplitsAsTheBoxesAreRead) {
+  const std::pair<const char*, Names> cases[] = {
+      {"   \t ", {}},
+      {"  /a/b c.txt  ", {"/a/b c.txt"}},
+      {"\"/a/x\",\"/a/y\", \"/a/z\"", {"/a/x", "/a/y", "/a/z"}},
+      {"\"/a/x,y\",\"/b\"", {"/a/x,y", "/b"}},  // a quoted name may hold commas
+      {"\"/a/no end", {"/a/no end"}},           // no closing quote: runs to the end
+      {"\"/a/x\" \"/a/y\"", {"/a/x"}},          // no comma: the rest is ignored
+      {"\"/a/x\",", {"/a/x"}},                  // a trailing comma adds nothing
+      {"a , b", {"a", "b"}},                    // unquoted names are trimmed
+      {"a,,b", {"a", "", "b"}},                 // an empty name between commas stays
+      {"\"\"", {""}},
+      {"\"/日本/ｶﾅ.txt\" , \"/b\"", {"/日本/ｶﾅ.txt", "/b"}},
+  };
+  for (const auto& [text, names] : cases) EXPECT_EQ(CommaToDim(text), names) << "[" << text << "]";
+  const Names names = {"/a/x y", "/a/b,c", "/日本語"};
+  EXPECT_EQ(CommaToDim(QuotedList(names)), names);
+}
+
+TEST(PathHelpers, SplitPathsWithoutTouchingFiles) {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+      // path, root, parent, without extension
+      {"/a/b/c.txt", "/", "/a/b", "/a/b/c"},
+      {"/a/x.d/f", "/", "/a/x.d", "/a/x.d/f"},  // a dot in the folder only
+      {"/f.tar.gz", "/", "/", "/f.tar"},
+      {"/", "/", "/", "/"},
+      {"/a/", "/", "/a", "/a/"},
+      {"/a/.profile", "/", "/a", "/a/.profile"},  // a hidden name has no extension
+      {"/a/.cfg.old", "/", "/a", "/a/.cfg"},
+      {"/a/b.", "/", "/a", "/a/b"},
+      {"d/*.txt", "", "", "d/*"},  // relative: no root, no parent
+  };
+  for (const auto& [path, root, parent, stem] : cases) {
+    EXPECT_EQ(GetPathRoot(path), root) << path;
+    EXPECT_EQ(GetParentFolder(path), parent) << path;
+    EXPECT_EQ(GetNameWithoutExtension(path), stem) << path;
+  }
+  const std::pair<const char*, const char*> separators[] = {{"/a/b", "/a/b/"}, {"/a/b/", "/a/b/"}, {"   ", ""},
+                                                            {" /a ", "/a/"}, {"/", "/"}};
+  for (const auto& [in, out] : separators) EXPECT_EQ(AddPathSeparator(in), out) << in;
+  const std::pair<const char*, const char*> entries[] = {
+      {"  /a/b  ", "/a/b"},    {"/a/b///", "/a/b"}, {"/", "/"},     {"\"/a b/c\"", "/a b/c"},
+      {"\"/x\",\"/y\"", "/x"}, {"  ", ""},          {"./f", "./f"}, {"/a/../b", "/a/../b"}};
+  for (const auto& [in, out] : entries) EXPECT_EQ(NormalizeEntry(in), out) << in;
+}
+
+TEST(Wildcard, Matches) {
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"*.txt", "a.TXT", true},   {"*.txt", "a.txt.gz", false}, {"*.*", "noext", true}, {"a?c", "ac", false},
+      {"a?c", "a日c", true},      {"*", ".hidden", true},       {"*a*b", "xxaxxb", true}, {"*a*b", "xxaxxbx", false},
+      {"?", "", false},           {"日本*", "日本語.txt", true}, {"**.md", "x.md", true}, {"[ab]", "a", false},
+  };
+  for (const auto& [pattern, name, match] : cases) {
+    EXPECT_EQ(WildcardMatch(pattern, name), match) << pattern << " ~ " << name;
+  }
+  EXPECT_TRUE(HasWildcard("/a/?"));
+  EXPECT_FALSE(HasWildcard("/a/b"));
+}
+
+class TempTree : public ::testing::Test {
+ protected:
+  void Touch(const std::string& relative) const { dir_.Write(relative, "x"); }
+  std::string At(const std::string& relative) const { return root_ + "/" + relative; }
+  testing::ScratchDir dir_;
+  std::string root_ = dir_.Path().string();
+};
+
+TEST_F(TempTree, FileAndFolderTestsFollowLinks) {
+  Touch("f");
+  fs::create_directory(At("d"));
+  fs::create_symlink(At("f"), At("lf"));
+  fs::create_symlink(At("d"), At("ld"));
+  fs::create_symlink(At("missing"), At("dangling"));
+  const std::tuple<const char*, bool, bool, bool> cases[] = {  // exists, folder, file
+      {"f", true, false, true}, {"d", true, true, false},     {"lf", true, false, true},
+      {"ld", true, true, false}, {"none", false, false, false}, {"dangling", false, false, false}};
+  for (const auto& [name, exists, folder, file] : cases) {
+    EXPECT_EQ(FileExists(At(name)), exists) << name;
+    EXPECT_EQ(IsFolder(At(name)), folder) << name;
+    EXPECT_EQ(IsFile(At(name)), file) << name;
+  }
+}
+
+TEST_F(TempTree, IsOtherFileKnowsEverySpellingOfOneFile) {
+  // Links, "..", "./" and letter case through the command line: cli_safety_test.
+  fs::create_directory(At("dir"));
+  Touch("dir/file");
+  Touch("dir/other");
+  fs::create_hard_link(At("dir/file"), At("hard"));
+  for (const char* same : {"dir/./file", "hard", "/dir/file"}) {
+    EXPECT_EQ(IsOtherFile(At("dir/file"), At(same)), 0) << same;
+  }
+  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/other")), 0);
+  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/missing")), 0);
+  Touch("dir/FILE");
+  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/FILE")), 0);  // letter case alone: two files
+  EXPECT_NE(IsOtherFile(At("dir/new"), At("dir/NEW")), 0);    // also before they exist
+  EXPECT_EQ(IsOtherFile(At("dir/new"), At("dir/../dir/new")), 0);
+}
+
+TEST_F(TempTree, ListFolderSortsAndSkipsWhatCannotBeWalked) {
+  for (const char* name : {"b.txt", "a.txt", ".h.txt", "c.bin"}) Touch(name);
+  fs::create_directory(At("sub.txt"));
+  fs::create_symlink(At("a.txt"), At("la.txt"));
+  fs::create_symlink(At("sub.txt"), At("lsub.txt"));  // a linked folder is not walked
+  ASSERT_EQ(::mkfifo(At("pipe.txt").c_str(), 0600), 0);
+  const FolderListing all = ListFolder(root_);
+  EXPECT_EQ(all.files, (Names{".h.txt", "a.txt", "b.txt", "c.bin", "la.txt"}));
+  EXPECT_EQ(all.folders, (Names{"sub.txt"}));
+  const FolderListing txt = ListFolder(root_, "*.txt");
+  EXPECT_EQ(txt.files, (Names{".h.txt", "a.txt", "b.txt", "la.txt"}));
+  EXPECT_EQ(txt.folders, (Names{"sub.txt"}));
+  EXPECT_TRUE(ListFolder(At("none")).files.empty());
+}
 
 class RecordingWindow final : public ConvWindow {
  public:
