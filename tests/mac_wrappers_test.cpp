@@ -107,7 +107,7 @@ TEST(MBInfPut, RewritesOnlyTheForkLengths) {
   EXPECT_EQ(MBInfPut(dir.Path() / "missing", 5), 1);
 }
 
-// The whole block is in the survey report test; here, the suffix line for each kind of match.
+// The whole block is in the survey report tests (file_survey_test); here, the suffix line for each kind of match.
 TEST(AppendMacBinaryInfo, SuffixLineForEachKindOfMatch) {
   const SuffixEntry withText{"txt", "TEXT", "*", "テキスト"}, noComment{"txt", "TEXT", "*", ""},
       keepName{"", "TEXT", "*", "そのまま"};
