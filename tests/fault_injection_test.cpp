@@ -90,6 +90,7 @@ class FaultInjection : public CliTest {
     Write("clean/out.txt", old);
     TrashedOld("clean", old);
     const std::map<std::string, long> counts = CountCalls(call("clean"));
+    ASSERT_GT(counts.contains("rename") ? counts.at("rename") : 0, 0) << "the fault shim counted no call";
     const std::string expected = Read("clean/out.txt");
     ASSERT_NE(expected, old);
 
