@@ -1,8 +1,9 @@
 /* A preloaded shim that makes one file-system call fail, for the end-to-end
  * fault tests. Environment:
  *   FERROX_FAULT_CALL   write | rename | fsync | open | remove | mode | times
- *                       (which family to fail; mode: chmod and chown calls,
- *                       times: futimens and utimensat)
+ *                       (which family to fail; fsync: fsync, fdatasync and
+ *                       syncfs; mode: chmod and chown calls; times: futimens
+ *                       and utimensat)
  *   FERROX_FAULT_NTH    fail the Nth call of that family (1-based); 0 = never
  *   FERROX_FAULT_ERRNO  ENOSPC (default), EIO, EACCES or EXDEV
  *   FERROX_FAULT_COUNT  if set, a file to which the call counts are written at exit
@@ -173,6 +174,12 @@ int fsync(int fd) {
   REAL(fsync);
   if (hit(F_FSYNC)) { errno = fail_errno; return -1; }
   return real_fsync(fd);
+}
+
+int syncfs(int fd) {
+  REAL(syncfs);
+  if (hit(F_FSYNC)) { errno = fail_errno; return -1; }
+  return real_syncfs(fd);
 }
 
 int fdatasync(int fd) {
