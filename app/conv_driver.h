@@ -16,6 +16,7 @@
 #include "analysis/file_survey.h"
 #include "app/entry_list.h"
 #include "app/ferrox_job.h"
+#include "app/flush_pool.h"
 #include "app/input_proposal.h"
 #include "app/mac_batch_names.h"
 
@@ -114,7 +115,7 @@ class ConvDriver {
     bool leftAsItIs;
     struct stat oldOutput;  // what lay at the output's name when it was staged; st_ino 0 for nothing
   };
-  static constexpr std::size_t kMostInFlight = 16;
+  static constexpr std::size_t kMostInFlight = 2 * kFlushGroup;
   std::deque<InFlight> inFlight_;
 };
 

@@ -292,7 +292,7 @@ struct PendingOutput::State {
   State& operator=(const State&) = delete;
   // A flush still under way is waited for before the descriptors close.
   ~State() {
-    if (flushed.valid()) flushed.wait();
+    if (flushed.Valid()) (void)flushed.Get();
   }
   ConvWindow& window;
   WorkFiles cleanup;
@@ -308,7 +308,7 @@ struct PendingOutput::State {
   std::uint16_t fileMode = 0;
   bool sameFile = false;
   std::int64_t forkNote = 0;  // resource fork bytes the output leaves out, said when placed
-  std::future<int> flushed;
+  FlushTicket flushed;
 };
 
 PendingOutput::PendingOutput() = default;
@@ -325,7 +325,7 @@ const std::string& PendingOutput::InputPath() const noexcept { return state_->in
 const std::string& PendingOutput::OutputPath() const noexcept { return state_->outPath; }
 
 void PendingOutput::StartFlush() {
-  if (state_ == nullptr || state_->flushed.valid()) return;
+  if (state_ == nullptr || state_->flushed.Valid()) return;
   // Without a thread to spare, Finish flushes on its own.
   state_->flushed = ferrox::StartFlush(state_->placed);
 }
@@ -339,7 +339,7 @@ JobResult PendingOutput::Finish() {
   // Flushed and dated before the rename; the input's permission bits come
   // after it, through the descriptor, so what a crash leaves is private and
   // nobody can swap the name for a link to something else in between.
-  const int flushError = job.flushed.valid() ? job.flushed.get() : (::fsync(placed) == 0 ? 0 : errno);
+  const int flushError = job.flushed.Valid() ? job.flushed.Get() : (::fsync(placed) == 0 ? 0 : errno);
   if (flushError != 0) return JobResult::Failed;
   if (job.macTimes) {
     (void)SetFileTimes(placed, *job.macTimes);

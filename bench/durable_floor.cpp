@@ -3,7 +3,7 @@
 // durable before it takes its name (write a new file, fsync, rename), one file
 // after another or, with THREADS above 1, several at once. bench/small_files.sh
 // times it next to Ferrox.
-//   durable_floor DIR OUT THREADS
+//   durable_floor THREADS DIR OUT
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -37,16 +37,16 @@ bool CopyDurably(const std::string& from, const std::string& folder, const std::
 
 int main(int argc, char** argv) {
   if (argc != 4) {
-    std::fprintf(stderr, "usage: durable_floor DIR OUT THREADS\n");
+    std::fprintf(stderr, "usage: durable_floor THREADS DIR OUT\n");
     return 2;
   }
   std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(argv[1])) files.push_back(entry.path());
-  const std::string out = argv[2];
+  for (const auto& entry : std::filesystem::directory_iterator(argv[2])) files.push_back(entry.path());
+  const std::string out = argv[3];
   std::atomic<std::size_t> next{0};
   std::atomic<bool> failed{false};
   std::vector<std::thread> threads;
-  for (int t = 0; t < std::max(1, std::atoi(argv[3])); ++t) {
+  for (int t = 0; t < std::max(1, std::atoi(argv[1])); ++t) {
     threads.emplace_back([&] {
       for (std::size_t i; (i = next++) < files.size();) {
         if (!CopyDurably(files[i].string(), out, files[i].filename().string())) failed = true;

@@ -66,9 +66,13 @@ bool OutputFile::Write(const std::uint8_t* data, std::size_t size) {
 // The disk writes what was just written while the pass goes on, and the pass
 // waits for what lies well behind it: the flush that makes the finished file
 // durable then has only the last stretch left, and dirty pages never pile up.
-// Only a hint: a file system that does not take it loses nothing.
+// A small file is left whole to that flush, which in a batch writes it
+// together with others. Only a hint: a file system that does not take it
+// loses nothing.
 void OutputFile::StartWriteBack(std::int64_t at, std::size_t size) noexcept {
   constexpr std::int64_t kBehind = 8 << 20;
+  constexpr std::int64_t kSmall = 1 << 20;
+  if (size_ <= kSmall) return;
   ::sync_file_range(fd_, at, static_cast<off_t>(size), SYNC_FILE_RANGE_WRITE);
   if (size_ - kBehind > waitedTo_) {
     const std::int64_t to = size_ - kBehind;

@@ -183,6 +183,48 @@ class FaultInjection : public CliTest {
   }
 };
 
+// A folder run flushes its outputs in groups: when the group's flush fails,
+// each file's own flush decides, and an output goes into place only once it
+// is on the disk; a file whose flush fails keeps its old output.
+TEST_F(FaultInjection, FolderRunFlushes) {
+  const std::string input = Encode("まとめて書き出す。\n", "EUC-JP");
+  auto prepare = [&](const std::string& dir) {
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
+      Write(dir + "/in/" + name, input);
+      Write(dir + "/out/" + name, kOld);
+    }
+    return CliCall{{"convert", "--text", Path(dir + "/in"), Path(dir + "/out")}, {}, {{"TMP", work_}}, {}};
+  };
+  ASSERT_EQ(Run(prepare("clean")).status, 0);
+  const std::string expected = Read("clean/out/a.txt");
+  const long flushes = CountCalls(prepare("clean"))["fsync"];
+  ASSERT_GE(flushes, 1);
+  for (long nth = 1; nth <= flushes + 1; ++nth) {
+    const std::string dir = "run" + std::to_string(nth);
+    CliCall faulty = prepare(dir);
+    faulty.env.emplace_back("LD_PRELOAD", FERROX_FAULT_SHIM);
+    faulty.env.emplace_back("FERROX_FAULT_CALL", "fsync");
+    faulty.env.emplace_back("FERROX_FAULT_NTH", std::to_string(nth));
+    const CliResult r = Run(faulty);
+    // One flush for three files is a group flush: its failure is not the end.
+    if (flushes == 1) EXPECT_EQ(r.status, 0) << "a failed group flush must fall back to each file's own";
+    int renewed = 0;
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
+      const std::string out = Read(dir + "/out/" + name);
+      EXPECT_TRUE(out == kOld || out == expected) << "fsync #" << nth << ": " << name;
+      renewed += out == expected ? 1 : 0;
+    }
+    if (r.status == 0) {
+      EXPECT_EQ(renewed, 3) << "fsync #" << nth;
+    } else {
+      EXPECT_LT(renewed, 3) << "fsync #" << nth;
+      EXPECT_TRUE(KnownMessage(r.err)) << "fsync #" << nth << ": " << r.err;
+    }
+    EXPECT_TRUE(WorkFilesLeft(Path(dir)).empty()) << "fsync #" << nth;
+    std::cout << "| folder run | fsync #" << nth << " | exit " << r.status << " | " << renewed << " of 3 new |\n";
+  }
+}
+
 TEST_F(FaultInjection, ReplaceOldOutput) { RunScenario({"replace", "0", false}); }
 TEST_F(FaultInjection, BackupOldOutput) { RunScenario({"backup", "1", false}); }
 TEST_F(FaultInjection, TrashOldOutput) { RunScenario({"trash", "128", false}); }

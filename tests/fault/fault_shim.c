@@ -1,8 +1,9 @@
 /* A preloaded shim that makes one file-system call fail, for the end-to-end
  * fault tests. Environment:
  *   FERROX_FAULT_CALL   write | rename | fsync | open | remove | mode | times
- *                       (which family to fail; mode: chmod and chown calls,
- *                       times: futimens and utimensat)
+ *                       (which family to fail; fsync: fsync, fdatasync and
+ *                       syncfs; mode: chmod and chown calls; times: futimens
+ *                       and utimensat)
  *   FERROX_FAULT_NTH    fail the Nth call of that family (1-based); 0 = never
  *   FERROX_FAULT_ERRNO  ENOSPC (default), EIO, EACCES or EXDEV
  *   FERROX_FAULT_COUNT  if set, a file to which the call counts are written at exit
@@ -150,6 +151,7 @@ FAILING(int, renameat2, F_RENAME, 1, (int da, const char *a, int db, const char 
         (da, a, db, b, flags))
 FAILING(int, link, F_RENAME, 1, (const char *a, const char *b), (a, b))
 FAILING(int, fsync, F_FSYNC, 1, (int fd), (fd))
+FAILING(int, syncfs, F_FSYNC, 1, (int fd), (fd))
 FAILING(int, fdatasync, F_FSYNC, 1, (int fd), (fd))
 FAILING(int, unlink, F_REMOVE, 1, (const char *path), (path))
 FAILING(int, unlinkat, F_REMOVE, 1, (int dir, const char *path, int flags), (dir, path, flags))
