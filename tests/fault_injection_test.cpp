@@ -207,7 +207,9 @@ TEST_F(FaultInjection, FolderRunFlushes) {
     faulty.env.emplace_back("FERROX_FAULT_NTH", std::to_string(nth));
     const CliResult r = Run(faulty);
     // One flush for three files is a group flush: its failure is not the end.
-    if (flushes == 1) EXPECT_EQ(r.status, 0) << "a failed group flush must fall back to each file's own";
+    if (flushes == 1) {
+      EXPECT_EQ(r.status, 0) << "a failed group flush must fall back to each file's own";
+    }
     int renewed = 0;
     for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
       const std::string out = Read(dir + "/out/" + name);
