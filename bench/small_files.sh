@@ -58,7 +58,7 @@ for round in $(seq "$runs"); do
     start=$(date +%s%N)
     run_command "$k" "$out" >/dev/null
     t=$(( $(date +%s%N) - start ))
-    if [ "${best[$k]}" -eq 0 ] || [ "$t" -lt "${best[$k]}" ]; then best[$k]=$t; fi
+    if [ "${best[$k]}" -eq 0 ] || [ "$t" -lt "${best[$k]}" ]; then best[k]=$t; fi
   done
 done
 rate() { awk -v n="$count" -v ns="$1" 'BEGIN { printf "%.0f", n / (ns / 1e9) }'; }
