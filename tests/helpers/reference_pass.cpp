@@ -42,8 +42,7 @@ void Drop(const GaijiPolicy& policy, ChangeKind kind, const std::uint8_t* in, Bu
 
 // The pair just written at out[o - 2], from the input pair at in[k], is a
 // gaiji: it becomes its replacement.
-void ReplaceLast(const GaijiPolicy& policy, std::uint8_t* out, BufIndex& o,
-                 const std::uint8_t* in, BufIndex k) {
+void ReplaceLast(const GaijiPolicy& policy, std::uint8_t* out, BufIndex& o, const std::uint8_t* in, BufIndex k) {
   o -= 2;
   const BufIndex at = o;
   if (policy.table == nullptr) {
@@ -52,28 +51,24 @@ void ReplaceLast(const GaijiPolicy& policy, std::uint8_t* out, BufIndex& o,
   } else {
     const std::uint8_t s1 = out[o];
     const std::uint8_t s2 = out[o + 1];
-    o += static_cast<BufIndex>(
-        policy.table->GaijiSet(policy.table->GaijiTableSearch(s1, s2), out, o));
+    o += static_cast<BufIndex>(policy.table->GaijiSet(policy.table->GaijiTableSearch(s1, s2), out, o));
   }
   if (policy.account != nullptr) {
-    policy.account->Replaced(ChangeKind::kGaijiReplaced, in, k, 2, out + at,
-                             static_cast<std::size_t>(o - at));
+    policy.account->Replaced(ChangeKind::kGaijiReplaced, in, k, 2, out + at, static_cast<std::size_t>(o - at));
   }
 }
 
 // A Mac code at in[k]: a gaiji table entry (ConvMode 16) wins, then CP932's
 // same character, then the fallback, then the table's default. Returns the
 // input bytes taken, 0 for none.
-BufIndex MacCode(const GaijiPolicy& policy, const std::uint8_t* in, BufIndex k, std::uint8_t* out,
-                 BufIndex& o) {
+BufIndex MacCode(const GaijiPolicy& policy, const std::uint8_t* in, BufIndex k, std::uint8_t* out, BufIndex& o) {
   const ferrox::MacCode* mac = MacCodeAt(in + k);
   if (!policy.mac || mac == nullptr) return 0;
   const BufIndex n = mac->code < 0x100 ? 1 : 2;
   const BufIndex at = o;
   const GaijiTable* table = policy.table;
-  const std::size_t listed = n == 2 && table != nullptr && policy.mode == Mode::kReplace
-                                 ? table->GaijiTableSearch(in[k], in[k + 1])
-                                 : 0;
+  const std::size_t listed =
+      n == 2 && table != nullptr && policy.mode == Mode::kReplace ? table->GaijiTableSearch(in[k], in[k + 1]) : 0;
   ChangeKind kind = mac->kind == 0 ? ChangeKind::kMacSame : ChangeKind::kMacFallback;
   if (listed != 0) {
     kind = ChangeKind::kGaijiReplaced;
@@ -93,8 +88,7 @@ BufIndex MacCode(const GaijiPolicy& policy, const std::uint8_t* in, BufIndex k, 
 }
 
 // Each run returns the index of the first byte it did not take.
-BufIndex AsciiRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* out,
-                  BufIndex& o) {
+BufIndex AsciiRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* out, BufIndex& o) {
   while (k <= end) {
     const std::uint8_t b = in[k];
     if (IsPrintable(b) || b == 0x09 || b == 0x0C) {
@@ -109,8 +103,8 @@ BufIndex AsciiRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t
   return k;
 }
 
-BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* out,
-                 BufIndex& o, const GaijiPolicy& policy) {
+BufIndex SjisRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* out, BufIndex& o,
+                 const GaijiPolicy& policy) {
   while (k <= end) {
     const std::uint8_t b = in[k];
     const std::uint8_t c = in[k + 1];
@@ -148,8 +142,7 @@ BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* 
   while (k <= end) {
     const std::uint8_t b = in[k];
     const std::uint8_t c = in[k + 1];
-    const bool lead = policy.mode == Mode::kStrict ? In(b, 0xA1, 0xA8) || In(b, 0xB0, 0xF4)
-                                                   : In(b, 0xA1, 0xFE);
+    const bool lead = policy.mode == Mode::kStrict ? In(b, 0xA1, 0xA8) || In(b, 0xB0, 0xF4) : In(b, 0xA1, 0xFE);
     if (lead) {
       if (!code_ranges::IsEucByte(c)) break;
       PutPair(b, c, out, o);
@@ -173,8 +166,8 @@ BufIndex EucRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* 
   return k;
 }
 
-BufIndex JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* out,
-                   BufIndex& o, const GaijiPolicy& policy) {
+BufIndex JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_t* out, BufIndex& o,
+                   const GaijiPolicy& policy) {
   while (k <= end) {
     const std::uint8_t b = in[k];
     const std::uint8_t c = in[k + 1];
@@ -188,13 +181,12 @@ BufIndex JisZenRun(const std::uint8_t* in, BufIndex k, BufIndex end, std::uint8_
   return k;
 }
 
-using Run = BufIndex (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*, BufIndex&,
-                         const GaijiPolicy&);
+using Run = BufIndex (*)(const std::uint8_t*, BufIndex, BufIndex, std::uint8_t*, BufIndex&, const GaijiPolicy&);
 
 // Runs a copier from i. A copier that takes nothing leaves i where it was, so
 // that the caller's step drops the byte; otherwise i ends on the last byte taken.
-void CopyRun(Run run, const std::uint8_t* in, BufIndex& i, BufIndex end, std::uint8_t* out,
-             BufIndex& o, const GaijiPolicy& policy) {
+void CopyRun(Run run, const std::uint8_t* in, BufIndex& i, BufIndex end, std::uint8_t* out, BufIndex& o,
+             const GaijiPolicy& policy) {
   const BufIndex stop = run(in, i, end, out, o, policy);
   if (stop != i) {
     i = stop - 1;
@@ -206,8 +198,7 @@ void CopyRun(Run run, const std::uint8_t* in, BufIndex& i, BufIndex end, std::ui
   }
 }
 
-bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std::uint16_t& s,
-               std::uint16_t base) {
+bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std::uint16_t& s, std::uint16_t base) {
   if (t == ct::kJisKanjiIn || t == ct::kJisKanjiOut) {
     s = t == ct::kJisKanjiIn ? kJisKanji : base;
     i += 2;
@@ -224,9 +215,8 @@ bool TakeShift(std::uint16_t t, const std::uint8_t* in, BufIndex& i, std::uint16
 
 }  // namespace
 
-BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
-                       const BlockSettings& settings, BufIndex& carry,
-                       std::uint16_t& codeState) noexcept {
+BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex length, const BlockSettings& settings,
+                       BufIndex& carry, std::uint16_t& codeState) noexcept {
   const BufIndex end = length - 3;
   const bool gaijiAsChar = settings.gaijiAsChar;
   const GaijiPolicy& policy = settings.policy;
@@ -268,8 +258,7 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
     } else if (TakeShift(t, in, i, s, base)) {
     } else if (t == ct::kNone) {
       Drop(policy, DropKindAt(in + i), in, i);
-    } else if (t == ct::kEucKana || t == ct::kEucDouble ||
-               t == (ct::kEucDouble | ct::kEucGaiji)) {
+    } else if (t == ct::kEucKana || t == ct::kEucDouble || t == (ct::kEucDouble | ct::kEucGaiji)) {
       CopyRun(EucRun, in, i, end, out, o, policy);
       s = kEuc;
     } else if ((t & ct::kSjisBits) == 0) {
@@ -290,8 +279,8 @@ BufIndex FerroxConvSub(std::uint8_t* out, const std::uint8_t* in, BufIndex lengt
   return o;
 }
 
-BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex length,
-                           const BlockSettings& settings, BufIndex& carry) noexcept {
+BufIndex FerroxConvSubLite(std::uint8_t* out, const std::uint8_t* in, BufIndex length, const BlockSettings& settings,
+                           BufIndex& carry) noexcept {
   const BufIndex end = length - 3;
   BufIndex o = 0;
   BufIndex i = 0;
@@ -335,10 +324,8 @@ class ChangeText final : public ChangeSink {
  public:
   explicit ChangeText(std::string& text) : text_(text) {}
   void BeginFile(const std::string&) override {}
-  void Change(std::int64_t offset, ChangeKind kind, std::string_view in,
-              std::string_view out) override {
-    text_ += std::to_string(offset) + " " + std::string(ChangeKindName(kind)) + Hex(in) + " >" +
-             Hex(out) + "\n";
+  void Change(std::int64_t offset, ChangeKind kind, std::string_view in, std::string_view out) override {
+    text_ += std::to_string(offset) + " " + std::string(ChangeKindName(kind)) + Hex(in) + " >" + Hex(out) + "\n";
   }
 
  private:
@@ -346,9 +333,8 @@ class ChangeText final : public ChangeSink {
 };
 }  // namespace
 
-std::vector<std::uint8_t> RunBlocks(Impl impl, bool full, const std::uint8_t* data,
-                                    std::size_t size, std::size_t blockSize,
-                                    const BlockSettings& given, std::uint16_t codeState,
+std::vector<std::uint8_t> RunBlocks(Impl impl, bool full, const std::uint8_t* data, std::size_t size,
+                                    std::size_t blockSize, const BlockSettings& given, std::uint16_t codeState,
                                     std::string* changes) {
   std::string ignored;
   ChangeText sink(changes != nullptr ? *changes : ignored);
