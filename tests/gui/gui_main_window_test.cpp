@@ -337,20 +337,6 @@ class MainWindowTest : public QObject {
     }
   }
 
-  // A missing argument in automatic mode is named, and nothing is converted.
-  void missingArgumentIsNamed() {
-    Sandbox box;
-    box.store.Settings.ExecMode = exec_mode::kAuto;
-    const std::string e = box.File("e.txt"), missing = box.File("nosuch.txt");
-    Write(e, kEucText);
-    test::ScriptedMessages boxes;
-    MainWindow w(box.store, {QString::fromStdString(e), QString::fromStdString(missing)});
-    RunAutomatically(w);
-    QCOMPARE(boxes.texts, QStringList{QString::fromStdString("入力ﾌｧｲﾙ [" + missing + "] が見つかりません")});
-    QCOMPARE(ReadAll(e), kEucText);
-    QVERIFY(!OutText(w).isEmpty());
-  }
-
   // The survey of a folder lists the files a run converts, subfolders
   // included, and the summary after the run counts the same files.
   void folderSurveyListsWhatTheRunConverts() {
