@@ -235,21 +235,18 @@ TEST(FastPass, SameBytesAndChangesAsTheReferenceForEveryModeBlockSizeAndLevel) {
   for (const SimdLevel level : {SimdLevel::kScalar, SimdLevel::kSse2, SimdLevel::kAvx2}) {
     if (!SetSimdLevel(level)) continue;  // the processor lacks it
     for (const Setting& m : kSettings) {
-      const BlockSettings settings =
-          BlockSettings::Make(m.typeFlags, m.convMode, &LongTable(), m.mac);
+      const BlockSettings settings = BlockSettings::Make(m.typeFlags, m.convMode, &LongTable(), m.mac);
       for (const std::string& text : inputs) {
         const auto* data = reinterpret_cast<const std::uint8_t*>(text.data());
         for (const std::size_t block : {3, 4, 5, 7, 16, 33, 64, 8192}) {
           const auto state = static_cast<std::uint16_t>(m.typeFlags & 0x0F00);
           std::string fastChanges;
           std::string referenceChanges;
-          ASSERT_EQ(reference::RunBlocks(Impl::kFast, m.full, data, text.size(), block,
-                                         settings, state, &fastChanges),
-                    reference::RunBlocks(Impl::kReference, m.full, data, text.size(), block,
-                                         settings, state, &referenceChanges))
-              << "level " << static_cast<int>(level) << " ConvMode " << m.convMode << " flags "
-              << m.typeFlags << " mac " << m.mac << " block " << block << " input "
-              << ::testing::PrintToString(text);
+          ASSERT_EQ(reference::RunBlocks(Impl::kFast, m.full, data, text.size(), block, settings, state, &fastChanges),
+                    reference::RunBlocks(Impl::kReference, m.full, data, text.size(), block, settings, state,
+                                         &referenceChanges))
+              << "level " << static_cast<int>(level) << " ConvMode " << m.convMode << " flags " << m.typeFlags
+              << " mac " << m.mac << " block " << block << " input " << ::testing::PrintToString(text);
           ASSERT_EQ(fastChanges, referenceChanges)
               << "ConvMode " << m.convMode << " mac " << m.mac << " block " << block;
         }
@@ -264,15 +261,12 @@ struct Converted {
   std::string changes;
 };
 
-Converted Convert(const std::string& text, bool full, std::uint16_t convMode, bool mac,
-                  std::size_t block, const GaijiTable* table = nullptr,
-                  std::uint16_t typeFlags = 0x0102) {
+Converted Convert(const std::string& text, bool full, std::uint16_t convMode, bool mac, std::size_t block,
+                  const GaijiTable* table = nullptr, std::uint16_t typeFlags = 0x0102) {
   const BlockSettings settings = BlockSettings::Make(typeFlags, convMode, table, mac);
   Converted c;
-  const auto out = reference::RunBlocks(Impl::kFast, full,
-                                        reinterpret_cast<const std::uint8_t*>(text.data()),
-                                        text.size(), block, settings, typeFlags & 0x0F00,
-                                        &c.changes);
+  const auto out = reference::RunBlocks(Impl::kFast, full, reinterpret_cast<const std::uint8_t*>(text.data()),
+                                        text.size(), block, settings, typeFlags & 0x0F00, &c.changes);
   c.bytes.assign(out.begin(), out.end());
   return c;
 }
