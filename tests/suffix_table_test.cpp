@@ -92,14 +92,6 @@ TEST_F(SuffixFile, WrittenTableReadsBackAsCp932WithCrLf) {
   const std::string bytes = ReadAll(file_);
   EXPECT_NE(bytes.find("\r\nhlp\tHELP\t\t\x83\x77\x83\x8b\x83\x76 \x95\x5c\x8e\xa6\r\n"), std::string::npos);
   EXPECT_NE(bytes.find("\r\n\xc3\xb7\xbd\xc4\t\tttxt\t\x94\xbc\x8a\x70\xb6\xc5\r\n"), std::string::npos);
-
-  SuffixTable one;
-  one.Append({"txt", "TEXT", "", ""});
-  const std::string rule = "/" + std::string(78, '-') + "/";
-  EXPECT_EQ(SuffixTableText(one, "2024/01/05"),
-            rule + "\r\n/ Ferrox 拡張子定義ファイル                  by Ferrox v2.9 2024/01/05 /\r\n" + rule +
-                "\r\n/このファイルは Ferrox が自動で書き換えます。直接編集しないで下さい。\r\n"
-                "/一応、ヘルプに説明が書いてあります。\r\ntxt\tTEXT\r\n");
 }
 
 TEST_F(SuffixFile, BackupAndFailedSave) {

@@ -5,7 +5,7 @@
  *                       syncfs; mode: chmod and chown calls; times: futimens
  *                       and utimensat)
  *   FERROX_FAULT_NTH    fail the Nth call of that family (1-based); 0 = never
- *   FERROX_FAULT_ERRNO  ENOSPC (default), EIO, EACCES or EXDEV
+ *   FERROX_FAULT_ERRNO  ENOSPC (default) or EIO
  *   FERROX_FAULT_COUNT  if set, a file to which the call counts are written at exit
  *   FERROX_FAULT_KILL   a signal number: the process sends it to itself just
  *                       before that call instead of failing it (9: kill -9)
@@ -68,8 +68,6 @@ static void setup(void) {
     if (strcmp(call, family_names[i]) == 0) target = i;
   nth = n ? atol(n) : 0;
   if (e && strcmp(e, "EIO") == 0) fail_errno = EIO;
-  if (e && strcmp(e, "EACCES") == 0) fail_errno = EACCES;
-  if (e && strcmp(e, "EXDEV") == 0) fail_errno = EXDEV;
   kill_signal = getenv("FERROX_FAULT_KILL") ? atoi(getenv("FERROX_FAULT_KILL")) : 0;
   swap_folder = getenv("FERROX_FAULT_SWAP");
   if (getenv("FERROX_FAULT_COUNT")) atexit(report);
