@@ -383,12 +383,12 @@ class SurveyReportTest : public ::testing::Test {
   std::string Sample(const std::string& name, std::string_view bytes) {
     const std::string path = dir_.Write(name, bytes).string();
     FileTimes times;
-    times.LastWrite = {2003, 5, 4, 9, 5, 0, 0, 0};
+    times.LastWrite = {2003, 5, 4, 9, 5, 7, 0, 0};
     times.LastAccess = times.LastWrite;
     EXPECT_EQ(SetFileTimes(path, times), 0);
     EXPECT_EQ(GetFileTimes(path, times), 0);
     return Lines({"--- [" + name + "]の調査結果 ---", "作成日時:" + FormatDateTime(times.Creation),
-                  "更新日時:2003/05/04(日) 09:05:00"});
+                  "更新日時:2003/05/04(日) 09:05:07"});
   }
 
   std::string Report(const std::string& path, const ReportSettings& settings,

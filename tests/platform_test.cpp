@@ -1,6 +1,6 @@
-// The platform layer: file times in local time and Macintosh seconds as
-// dates, the freedesktop.org trash (HOME in a temporary folder), and the
-// order in which the environment names the config folder.
+// The platform layer: Macintosh seconds as dates (file times: the survey report
+// and the command line tests), the freedesktop.org trash (HOME in a temporary
+// folder), and the order in which the environment names the config folder.
 
 #include <gtest/gtest.h>
 
@@ -33,25 +33,6 @@ TEST(MacTimeToDate, KnownDates) {
   for (const auto& [seconds, expected] : rows) {
     EXPECT_EQ(MacTimeToDate(seconds), expected) << seconds;
   }
-}
-
-TEST(FileTimes, SetThenGetGivesTheSameLocalTimes) {
-  const testing::ScratchDir dir;
-  const auto file = dir.Write("a.txt", "abc");
-  FileTimes set;
-  set.LastWrite = {2003, 5, 4, 9, 5, 0, 0, 0};
-  set.LastAccess = {2010, 12, 31, 23, 59, 58, 0, 5};
-  ASSERT_EQ(SetFileTimes(file, set), 0);
-  FileTimes got;
-  ASSERT_EQ(GetFileTimes(file, got), 0);
-  EXPECT_EQ(got.LastWrite, set.LastWrite);
-  EXPECT_EQ(got.LastAccess, set.LastAccess);
-  EXPECT_TRUE(got.CreationKnown || got.Creation == got.LastWrite);
-
-  // A missing file fails and leaves the record alone.
-  EXPECT_EQ(GetFileTimes(dir.Path() / "none", got), -1);
-  EXPECT_EQ(got.LastWrite, set.LastWrite);
-  EXPECT_EQ(SetFileTimes(dir.Path() / "none", set), -1);
 }
 
 class TrashTest : public ::testing::Test {
