@@ -2,7 +2,8 @@
 // helpers, wildcard listing), and the driver itself through a recording
 // window: walk order, the plan handed to each file (flags by the one rule),
 // and a window that is only told. Messages, cancelling and one-file runs go
-// through the real windows in the CLI and GUI tests.
+// through the real windows in the CLI and GUI tests, and so do the file tests
+// and IsOtherFile (links, "..", letter case: cli_safety_test).
 
 #include <gtest/gtest.h>
 
@@ -91,39 +92,6 @@ class TempTree : public ::testing::Test {
   testing::ScratchDir dir_;
   std::string root_ = dir_.Path().string();
 };
-
-TEST_F(TempTree, FileAndFolderTestsFollowLinks) {
-  Touch("f");
-  fs::create_directory(At("d"));
-  fs::create_symlink(At("f"), At("lf"));
-  fs::create_symlink(At("d"), At("ld"));
-  fs::create_symlink(At("missing"), At("dangling"));
-  const std::tuple<const char*, bool, bool, bool> cases[] = {  // exists, folder, file
-      {"f", true, false, true}, {"d", true, true, false},     {"lf", true, false, true},
-      {"ld", true, true, false}, {"none", false, false, false}, {"dangling", false, false, false}};
-  for (const auto& [name, exists, folder, file] : cases) {
-    EXPECT_EQ(FileExists(At(name)), exists) << name;
-    EXPECT_EQ(IsFolder(At(name)), folder) << name;
-    EXPECT_EQ(IsFile(At(name)), file) << name;
-  }
-}
-
-TEST_F(TempTree, IsOtherFileKnowsEverySpellingOfOneFile) {
-  // Links, "..", "./" and letter case through the command line: cli_safety_test.
-  fs::create_directory(At("dir"));
-  Touch("dir/file");
-  Touch("dir/other");
-  fs::create_hard_link(At("dir/file"), At("hard"));
-  for (const char* same : {"dir/./file", "hard", "/dir/file"}) {
-    EXPECT_EQ(IsOtherFile(At("dir/file"), At(same)), 0) << same;
-  }
-  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/other")), 0);
-  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/missing")), 0);
-  Touch("dir/FILE");
-  EXPECT_NE(IsOtherFile(At("dir/file"), At("dir/FILE")), 0);  // letter case alone: two files
-  EXPECT_NE(IsOtherFile(At("dir/new"), At("dir/NEW")), 0);    // also before they exist
-  EXPECT_EQ(IsOtherFile(At("dir/new"), At("dir/../dir/new")), 0);
-}
 
 TEST_F(TempTree, ListFolderSortsAndSkipsWhatCannotBeWalked) {
   for (const char* name : {"b.txt", "a.txt", ".h.txt", "c.bin"}) Touch(name);
