@@ -75,10 +75,6 @@ TEST_F(CliConvert, FolderTreeConvertsEveryCodeAndCopiesBinary) {
   EXPECT_TRUE(fs::is_directory(Path("in/out/emptyfolder")));
   EXPECT_FALSE(Exists("in/out/out"));
   EXPECT_TRUE(WorkFilesLeft(root_).empty());
-
-  // Without the folder bit (117 less 16) a folder converts nothing.
-  EXPECT_EQ(Run({"convert", "--file-mode", "101", "in", "out2"}).status, 0);
-  EXPECT_FALSE(Exists("out2"));
 }
 
 TEST_F(CliConvert, WildcardAndListRuns) {
