@@ -150,7 +150,7 @@ std::string Mixed(std::size_t n) {
 }
 
 TEST(BinHexDecoder, DecodesWhatWasEncoded) {
-  // Plain runs and Shift JIS names: the macutils rows below and the command line tests.
+  // Plain runs: the macutils rows below; a Shift JIS name: the survey report test.
   const BinHexFile rows[] = {
       {"empty forks", "TEXT", "ttxt", "", ""},
       {"literal 0x90 and runs of it", "BINA", "????", "\x90\x90\x90\x90" "a\x90" "b", "\x90"},
