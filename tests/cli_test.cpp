@@ -211,13 +211,11 @@ TEST_F(CliMessages, SurveyAndNameCommands) {
       {{"name", "", "TEXT", "ttxt"}, "\n", 0},
       // No escape sequence reaches a terminal.
       {{"name", "\x1b]0;owned\x07memo", "TEXT", "ttxt"}, "\\x1B]0;owned\\x07memo.txt\n", 0},
-      {{"name", "--file-mode", "53", "x", "QQQQ", "ZZZZ"}, "x\n", 0},  // without bit 64: the name alone
       {{"survey", "--flags", "late.bin"}, "0 0x0100\n", 0},
       {{"survey", "--flags", "--chk-size", "0", "late.bin"}, "0 0x0000\n", 0},
       {{"survey", "--flags", "--chk-size=-1", "late.bin"}, "0 0x0000\n", 0},
       {{"survey", "--flags", "--chk-size", "99", "late.bin"}, "", 3},
       {{"survey", "--flags", "--no-cut", "late.bin"}, "0 0x0100\n", 0},  // accepted by every command, as before
-      {{"name", "--fnc-fixed", "--fnc-char", "-", "a/b:c", "TEXT", "ttxt"}, "a-b-c.txt\n", 0},
       {{"name", "--fnc-fixed", "--fnc-char", "＿", "a/b", "TEXT", "ttxt"}, "a＿b.txt\n", 0},
   };
   for (const auto& [args, out, status] : cases) {
