@@ -1,6 +1,6 @@
-// The platform layer: Macintosh seconds as dates (file times: the survey report
-// and the command line tests), the freedesktop.org trash (HOME in a temporary
-// folder), and the order in which the environment names the config folder.
+// The platform layer: the freedesktop.org trash (HOME in a temporary folder),
+// and the order in which the environment names the config folder. File times
+// and Macintosh dates show in the survey report, JSON and command line tests.
 
 #include <gtest/gtest.h>
 
@@ -21,19 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ReadAll;
-
-TEST(MacTimeToDate, KnownDates) {
-  const std::pair<double, DateTime> rows[] = {
-      // 1904 is a leap year of 366 days; 2^31 is past the signed range; 2000 is a leap year; 2^32 - 1 is the largest.
-      {0, {1904, 1, 1, 0, 0, 0, 0, 5}},        {86399, {1904, 1, 1, 23, 59, 59, 0, 5}},
-      {5097600, {1904, 2, 29, 0, 0, 0, 0, 1}}, {31622400, {1905, 1, 1, 0, 0, 0, 0, 0}},
-      {2147483648.0, {1972, 1, 19, 3, 14, 8, 0, 3}}, {3061152000.0, {2001, 1, 1, 0, 0, 0, 0, 1}},
-      {3124152306.0, {2002, 12, 31, 4, 5, 6, 0, 2}}, {4294967295.0, {2040, 2, 6, 6, 28, 15, 0, 1}},
-  };
-  for (const auto& [seconds, expected] : rows) {
-    EXPECT_EQ(MacTimeToDate(seconds), expected) << seconds;
-  }
-}
 
 class TrashTest : public ::testing::Test {
  protected:
