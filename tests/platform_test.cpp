@@ -13,7 +13,6 @@
 
 #include "helpers/scratch_dir.h"
 #include "platform/config_dir.h"
-#include "platform/file_times.h"
 #include "platform/trash.h"
 
 namespace ferrox {
