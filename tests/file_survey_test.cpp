@@ -68,8 +68,7 @@ TEST(GetCharType, ClassifiesEachPosition) {
 
 using Scanner = void (*)(const std::uint8_t*, BufIndex&, BufIndex, std::uint16_t&, BufIndex&, bool);
 
-void Ascii(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags,
-           BufIndex& count, bool) {
+void Ascii(const std::uint8_t* buf, BufIndex& pos, BufIndex last, std::uint16_t& flags, BufIndex& count, bool) {
   count = 0;
   AsciiCheck(buf, pos, last, flags);
 }
@@ -143,8 +142,7 @@ TEST(SjisOrEuc, SettlesStretchesValidInBothCodes) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    const auto r = SjisOrEuc(reinterpret_cast<const std::uint8_t*>(c.bytes.data()), 0, c.last,
-                             c.gaijiAsChar);
+    const auto r = SjisOrEuc(reinterpret_cast<const std::uint8_t*>(c.bytes.data()), 0, c.last, c.gaijiAsChar);
     EXPECT_EQ(r.sjisLength, c.sjisLength);
     EXPECT_EQ(r.eucLength, c.eucLength);
     EXPECT_EQ(r.sjisGaiji, c.sjisGaiji);

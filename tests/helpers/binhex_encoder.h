@@ -59,8 +59,7 @@ struct BinHexFile {
       i += 1;
     }
   }
-  constexpr std::string_view kAlphabet =
-      "!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr";
+  constexpr std::string_view kAlphabet = "!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr";
   std::string text = "(This file must be converted with BinHex 4.0)\n:";
   std::size_t column = 1;
   std::uint32_t bits = 0;
