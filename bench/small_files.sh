@@ -7,6 +7,8 @@
 # 16 at once.
 # Needs the Release build and the real-text input of bench/cli_speed.sh.
 # Usage: bench/small_files.sh [work folder] [files] [runs]
+# With FERROX_BEFORE set to another ferrox program (an older build), that one
+# takes its turns too, for a before-and-after in the same run.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 work=${1:-/tmp/ferrox-bench}
@@ -47,11 +49,14 @@ run_command() {
     0) taskset -c 0 "$ferrox" convert "$dir" "$2" ;;
     1) taskset -c 0 "$floor" 1 "$dir" "$2" ;;
     2) taskset -c 0 "$floor" 16 "$dir" "$2" ;;
+    3) taskset -c 0 "$FERROX_BEFORE" convert "$dir" "$2" ;;
   esac
 }
-best=(0 0 0)
+best=(0 0 0 0)
+turns=(0 1 2)
+[ -n "${FERROX_BEFORE:-}" ] && turns+=(3)
 for round in $(seq "$runs"); do
-  for k in 0 1 2; do
+  for k in "${turns[@]}"; do
     out=$outs/$round.$k
     mkdir -p "$out"
     sync
@@ -66,3 +71,5 @@ echo "$count files of 1 to 4 KB, files per second (best of $runs rounds):"
 echo "  ferrox convert DIR OUT:                   $(rate "${best[0]}")"
 echo "  floor, write+fsync+rename, one at a time: $(rate "${best[1]}")"
 echo "  floor, write+fsync+rename, 16 at once:    $(rate "${best[2]}")"
+[ -n "${FERROX_BEFORE:-}" ] && echo "  FERROX_BEFORE convert DIR OUT:            $(rate "${best[3]}")"
+exit 0
